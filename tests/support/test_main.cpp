@@ -1,0 +1,19 @@
+// The main function of every test program.
+//
+// Tests write to the places that the daemon's fixed paths name. Outside the sandbox those belong to
+// the machine, so a test program refuses to run there; listing its tests is always allowed.
+
+#include <cstdio>
+#include <cstdlib>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv) {
+    testing::InitGoogleMock(&argc, argv);
+    if (!testing::GTEST_FLAG(list_tests) && std::getenv("SANDBOX") == nullptr) {
+        std::fprintf(stderr, "%s: run it as: scripts/sandbox %s\n", argv[0], argv[0]);
+        return 2;
+    }
+    return RUN_ALL_TESTS();
+}
