@@ -1,0 +1,116 @@
+// Child processes over posix_spawn.
+
+#include "tests/support/child_process.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <spawn.h>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/support/wait.h"
+
+namespace {
+
+// The file descriptors that the program starts with, owned for the time of the start.
+class FileActions {
+public:
+    FileActions() {
+        posix_spawn_file_actions_init(&mActions);
+    }
+    ~FileActions() {
+        posix_spawn_file_actions_destroy(&mActions);
+    }
+    FileActions(const FileActions&) = delete;
+    FileActions& operator=(const FileActions&) = delete;
+
+    void open(int descriptor, const std::string& path, int flags) {
+        posix_spawn_file_actions_addopen(&mActions, descriptor, path.c_str(), flags, 0600);
+    }
+
+    [[nodiscard]] const posix_spawn_file_actions_t* get() const {
+        return &mActions;
+    }
+
+private:
+    posix_spawn_file_actions_t mActions{};
+};
+
+std::vector<char*> pointers(std::vector<std::string>& texts) {
+    std::vector<char*> result;
+    for (auto& text : texts) {
+        result.push_back(text.data());
+    }
+    result.push_back(nullptr);
+    return result;
+}
+
+std::vector<std::string> mergedEnvironment(const std::map<std::string, std::string>& additions) {
+    std::vector<std::string> result;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string text = *entry;
+        if (additions.count(text.substr(0, text.find('='))) == 0) {
+            result.push_back(text);
+        }
+    }
+    for (const auto& [name, value] : additions) {
+        result.push_back(name + "=" + value);
+    }
+    return result;
+}
+
+} // namespace
+
+ChildProcess::ChildProcess(const ChildProcessOptions& options) {
+    FileActions actions;
+    const int flags = O_WRONLY | O_CREAT | O_APPEND;
+    actions.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+    actions.open(STDOUT_FILENO, options.outputFile, flags);
+    actions.open(STDERR_FILENO, options.errorFile, flags);
+    auto arguments = options.arguments;
+    auto environment = mergedEnvironment(options.environment);
+    const auto argumentPointers = pointers(arguments);
+    const auto environmentPointers = pointers(environment);
+    const int error = posix_spawnp(&mPid, argumentPointers.front(), actions.get(), nullptr,
+                                   argumentPointers.data(), environmentPointers.data());
+    if (error != 0) {
+        throw std::runtime_error("cannot start " + arguments.front() + ": " +
+                                 std::strerror(error)); // NOLINT(concurrency-mt-unsafe)
+    }
+}
+
+ChildProcess::~ChildProcess() {
+    kill();
+}
+
+void ChildProcess::poll() {
+    int status = 0;
+    if (!mStatus && waitpid(mPid, &status, WNOHANG) == mPid) {
+        mStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+}
+
+bool ChildProcess::running() {
+    poll();
+    return !mStatus;
+}
+
+void ChildProcess::signal(int number) {
+    if (running()) {
+        ::kill(mPid, number);
+    }
+}
+
+std::optional<int> ChildProcess::waitForExit(double seconds) {
+    (void)waitUntil([this] { return !running(); }, seconds);
+    return mStatus;
+}
+
+void ChildProcess::kill() {
+    signal(SIGKILL);
+    (void)waitForExit(WAIT_LIMIT_SECONDS);
+}
