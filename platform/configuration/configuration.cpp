@@ -1,0 +1,143 @@
+// The reference configuration library: reads the file, asks the parser for the key, and holds the
+// value against the caller's limit.
+//
+// Both functions of the interface go the same road, so that they never disagree about a file. There
+// is no state. A value that cannot be handed over whole is refused, because half a path or half a
+// number would be taken for the real one.
+
+#include "platform/configuration.h"
+
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/configuration/parser.h"
+
+namespace {
+
+constexpr std::size_t MAX_FILE_SIZE = std::size_t{1024} * 1024;
+
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int fd) : fd_(fd) {}
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    ~FileDescriptor() {
+        if (fd_ >= 0) {
+            ::close(fd_);
+        }
+    }
+    [[nodiscard]] int get() const {
+        return fd_;
+    }
+
+private:
+    int fd_;
+};
+
+void report(const std::string& path, const std::string& what) {
+    const std::string line = "service_configuration: " + path + ": " + what + "\n";
+    static_cast<void>(std::fputs(line.c_str(), stderr)); // nowhere else to complain
+}
+
+std::nullopt_t unreadable(const std::string& path, const std::string& reason) {
+    report(path, "cannot be read: " + reason);
+    return std::nullopt;
+}
+
+std::nullopt_t unreadable(const std::string& path, int error) {
+    return unreadable(path, std::generic_category().message(error));
+}
+
+std::optional<std::string> readAll(int fd, const std::string& path) {
+    std::string text;
+    std::array<char, 4096> chunk{};
+    while (text.size() <= MAX_FILE_SIZE) {
+        const auto count = ::read(fd, chunk.data(), chunk.size());
+        if (count == 0) {
+            return text;
+        }
+        if (count > 0) {
+            text.append(chunk.data(), static_cast<std::size_t>(count));
+        } else if (errno != EINTR) {
+            return unreadable(path, errno);
+        }
+    }
+    return unreadable(path, EFBIG);
+}
+
+// The file's bytes. That there is no such file is a normal state and goes unreported.
+std::optional<std::string> readFile(const std::string& path) {
+    if (path.empty() || path.find('\0') != std::string::npos) {
+        return std::nullopt;
+    }
+    // Not blocking, so that a FIFO in the file's place cannot hold the caller up.
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (file.get() < 0) {
+        return errno == ENOENT || errno == ENOTDIR ? std::nullopt : unreadable(path, errno);
+    }
+    struct stat status {};
+    if (::fstat(file.get(), &status) != 0) {
+        return unreadable(path, errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return unreadable(path, "Not a regular file");
+    }
+    return readAll(file.get(), path);
+}
+
+// The value of key when it and a terminating NUL fit into size characters.
+std::optional<std::string> readValue(const std::string& path, std::string_view separator,
+                                     const std::string& key, std::size_t size) {
+    const auto text = readFile(path);
+    const auto value = text ? findConfigValue(*text, separator, key) : std::nullopt;
+    if (!value) {
+        return std::nullopt;
+    }
+    if (value->find('\0') != std::string_view::npos) {
+        report(path, "the value of " + key + " holds a NUL character and is ignored");
+        return std::nullopt;
+    }
+    if (value->size() >= size) {
+        report(path, "the value of " + key + " has " + std::to_string(value->size()) +
+                         " characters, more than " + std::to_string(size - 1) + ", and is ignored");
+        return std::nullopt;
+    }
+    return std::string(*value);
+}
+
+} // namespace
+
+std::string getConfigValue(const std::string& path, const std::string& key, int maxLength) {
+    if (maxLength < 1) {
+        return {};
+    }
+    return readValue(path, "=", key, static_cast<std::size_t>(maxLength)).value_or("");
+}
+
+int getPropertyValue(const char* path, const char* separator, const char* key, char* buffer,
+                     int bufferSize) {
+    if (buffer == nullptr || bufferSize < 1) {
+        return -1;
+    }
+    *buffer = '\0';
+    if (path == nullptr || separator == nullptr || key == nullptr) {
+        return -1;
+    }
+    const auto value = readValue(path, separator, key, static_cast<std::size_t>(bufferSize));
+    if (!value) {
+        return -1;
+    }
+    std::memcpy(buffer, value->c_str(), value->size() + 1);
+    return 0;
+}
