@@ -8,8 +8,7 @@
 // What the reference implementation takes for a configuration file:
 // - One setting to a line, "key=value". Lines end with LF or CR LF and may have any length.
 // - Blanks around the line, the key and the value do not count; blanks within a value do.
-// - The first '=' ends the key; any further one belongs to the value, as do '#' and quotation
-// marks.
+// - The first '=' ends the key; any further one belongs to the value, and so do '#' and quotes.
 // - An empty line, a line that begins with '#' and a line without '=' say nothing.
 // - Keys are compared letter by letter. Of a key that stands there twice, the first line counts.
 // - "key=" sets an empty value, which getPropertyValue tells apart from a key that is not there.

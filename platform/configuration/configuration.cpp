@@ -29,20 +29,20 @@ constexpr std::size_t MAX_FILE_SIZE = std::size_t{1024} * 1024;
 
 class FileDescriptor {
 public:
-    explicit FileDescriptor(int fd) : fd_(fd) {}
+    explicit FileDescriptor(int descriptor) : mDescriptor(descriptor) {}
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
     ~FileDescriptor() {
-        if (fd_ >= 0) {
-            ::close(fd_);
+        if (mDescriptor >= 0) {
+            ::close(mDescriptor);
         }
     }
     [[nodiscard]] int get() const {
-        return fd_;
+        return mDescriptor;
     }
 
 private:
-    int fd_;
+    int mDescriptor;
 };
 
 void report(const std::string& path, const std::string& what) {

@@ -5,14 +5,15 @@
 
 #include <climits>
 #include <cstddef>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+
+#include "tests/support/output_capture.h"
+#include "tests/support/temp_files.h"
 
 namespace {
 
@@ -20,54 +21,41 @@ constexpr std::size_t MEBIBYTE = 1'048'576;
 
 class Configuration : public testing::Test {
 protected:
-    void SetUp() override {
-        std::string name =
-            (std::filesystem::temp_directory_path() / "configuration.XXXXXX").string();
-        ASSERT_NE(::mkdtemp(name.data()), nullptr);
-        directory = name;
-        path = name + "/service.conf";
+    void write(std::string_view text) const {
+        writeFile(path, std::string(text));
     }
 
-    void TearDown() override {
-        std::filesystem::remove_all(directory);
-    }
-
-    void writeFile(std::string_view text) const {
-        std::ofstream(path, std::ios::binary) << text;
-    }
-
-    // Both functions with the limit that the service uses: the same value, or both nothing.
+    // Both functions, with the limit that the service uses, give value and report nothing.
     void expectValue(const std::string& key, const std::string& value) const {
+        const OutputCapture errors(2);
         std::string buffer(128, '~');
-        testing::internal::CaptureStderr();
         EXPECT_EQ(getConfigValue(path, key, 128), value);
         EXPECT_EQ(getPropertyValue(path.c_str(), "=", key.c_str(), buffer.data(), 128), 0);
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
         EXPECT_STREQ(buffer.c_str(), value.c_str());
+        EXPECT_EQ(errors.text(), "");
     }
 
-    // Each function is to write line; with an empty one, nothing.
-    void expectNothing(const std::string& file, const std::string& key,
-                       const std::string& line) const {
+    // Both functions find nothing, and each reports line, or nothing when that is empty.
+    static void expectNothing(const std::string& file, const std::string& key,
+                              const std::string& line) {
+        const OutputCapture errors(2);
         std::string buffer(128, '~');
-        testing::internal::CaptureStderr();
         EXPECT_EQ(getConfigValue(file, key, 128), "");
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), line);
-        testing::internal::CaptureStderr();
+        EXPECT_EQ(errors.text(), line);
         EXPECT_NE(getPropertyValue(file.c_str(), "=", key.c_str(), buffer.data(), 128), 0);
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), line);
+        EXPECT_EQ(errors.text(), line + line);
         EXPECT_EQ(buffer, std::string(1, '\0') + std::string(127, '~'));
     }
 
-    std::string directory;
-    std::string path;
+    TempDirectory directory;
+    std::string path = directory.file("service.conf");
 };
 
 } // namespace
 
 TEST_F(Configuration, ReadsTheKeysOfAFile) {
-    writeFile("# The certificate service\r\n\r\nROOT_CA_FILE = /etc/ssl/root.pem \r\n"
-              "LOG_FILE=/var/log/certificate.log\nLOG_LEVEL=\nGenerateResourceEvent=false");
+    write("# The certificate service\r\n\r\nROOT_CA_FILE = /etc/ssl/root.pem \r\n"
+          "LOG_FILE=/var/log/certificate.log\nLOG_LEVEL=\nGenerateResourceEvent=false");
     expectValue("ROOT_CA_FILE", "/etc/ssl/root.pem");
     expectValue("LOG_FILE", "/var/log/certificate.log");
     expectValue("LOG_LEVEL", "");
@@ -76,27 +64,27 @@ TEST_F(Configuration, ReadsTheKeysOfAFile) {
 }
 
 TEST_F(Configuration, ReadsTheFileAfreshAtEveryCall) {
-    writeFile("KEY=one\n");
+    write("KEY=one\n");
     expectValue("KEY", "one");
-    writeFile("KEY=two\n");
+    write("KEY=two\n");
     expectValue("KEY", "two");
 }
 
 TEST_F(Configuration, ValueOf127CharactersFits) {
     const std::string value(127, 'v');
-    writeFile("KEY=" + value + "\n");
+    write("KEY=" + value + "\n");
     expectValue("KEY", value);
 }
 
 TEST_F(Configuration, ValueOf128CharactersIsReportedAndIgnored) {
-    writeFile("KEY=" + std::string(128, 'v') + "\nKEY=short\n");
+    write("KEY=" + std::string(128, 'v') + "\nKEY=short\n");
     expectNothing(path, "KEY",
                   "service_configuration: " + path +
                       ": the value of KEY has 128 characters, more than 127, and is ignored\n");
 }
 
 TEST_F(Configuration, LimitIsTheCallersOwn) {
-    writeFile("KEY=four\nEMPTY=\n");
+    write("KEY=four\nEMPTY=\n");
     char buffer[5] = {'~', '~', '~', '~', '~'};
     EXPECT_EQ(getConfigValue(path, "KEY", 5), "four");
     EXPECT_EQ(getConfigValue(path, "KEY", INT_MAX), "four");
@@ -105,15 +93,15 @@ TEST_F(Configuration, LimitIsTheCallersOwn) {
     EXPECT_EQ(getPropertyValue(path.c_str(), "=", "EMPTY", buffer, 1), 0);
     EXPECT_STREQ(buffer, "");
 
-    testing::internal::CaptureStderr();
+    const OutputCapture errors(2);
     EXPECT_EQ(getConfigValue(path, "KEY", 4), "");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+    EXPECT_EQ(errors.text(),
               "service_configuration: " + path +
                   ": the value of KEY has 4 characters, more than 3, and is ignored\n");
 }
 
 TEST_F(Configuration, WritesNothingBehindTheBuffer) {
-    writeFile("KEY=four\n");
+    write("KEY=four\n");
     char buffer[6] = {'~', '~', '~', '~', '~', '~'};
     EXPECT_EQ(getPropertyValue(path.c_str(), "=", "KEY", buffer, 5), 0);
     EXPECT_EQ(std::string_view(buffer, 6), std::string_view("four\0~", 6));
@@ -121,7 +109,7 @@ TEST_F(Configuration, WritesNothingBehindTheBuffer) {
 
 TEST_F(Configuration, NulInTheValueIsReportedAndIgnored) {
     using namespace std::string_view_literals;
-    writeFile("KEY=a\0b\nNEXT=\0\nLAST=value\n"sv);
+    write("KEY=a\0b\nNEXT=\0\nLAST=value\n"sv);
     expectNothing(path, "KEY",
                   "service_configuration: " + path +
                       ": the value of KEY holds a NUL character and is ignored\n");
@@ -132,7 +120,7 @@ TEST_F(Configuration, NulInTheValueIsReportedAndIgnored) {
 }
 
 TEST_F(Configuration, OtherSeparatorsAreTaken) {
-    writeFile("A=B:C\nA:D\n");
+    write("A=B:C\nA:D\n");
     char buffer[128] = "";
     EXPECT_EQ(getPropertyValue(path.c_str(), ":", "A", buffer, 128), 0);
     EXPECT_STREQ(buffer, "D");
@@ -143,20 +131,21 @@ TEST_F(Configuration, OtherSeparatorsAreTaken) {
 TEST_F(Configuration, FileThatIsNotThereHoldsNoKeys) {
     expectNothing(path, "KEY", "");
     expectNothing(path + "/below", "KEY", "");
-    writeFile("KEY=value\n");
+    write("KEY=value\n");
     expectNothing(path + "/below-a-file", "KEY", "");
     expectNothing("", "KEY", "");
 }
 
 TEST_F(Configuration, PathIsNotCutAtANul) {
-    writeFile("KEY=value\n");
+    write("KEY=value\n");
     EXPECT_EQ(getConfigValue(path + std::string(1, '\0') + "x", "KEY", 128), "");
     EXPECT_EQ(getConfigValue(path, "KEY" + std::string(1, '\0'), 128), "");
 }
 
 TEST_F(Configuration, DirectoryIsReported) {
-    expectNothing(directory, "KEY",
-                  "service_configuration: " + directory + ": cannot be read: Not a regular file\n");
+    expectNothing(directory.path(), "KEY",
+                  "service_configuration: " + directory.path() +
+                      ": cannot be read: Not a regular file\n");
 }
 
 TEST_F(Configuration, FifoIsReportedAtOnce) {
@@ -174,19 +163,19 @@ TEST_F(Configuration, FileThatCannotBeOpenedIsReported) {
 
 TEST_F(Configuration, FileOfOneMebibyteIsRead) {
     const std::string line = "\nKEY=value\n";
-    writeFile(std::string(MEBIBYTE - line.size(), '#') + line);
+    write(std::string(MEBIBYTE - line.size(), '#') + line);
     expectValue("KEY", "value");
 }
 
 TEST_F(Configuration, LargerFileIsReported) {
     const std::string line = "KEY=value\n";
-    writeFile(line + std::string(MEBIBYTE - line.size() + 1, '#'));
+    write(line + std::string(MEBIBYTE - line.size() + 1, '#'));
     expectNothing(path, "KEY",
                   "service_configuration: " + path + ": cannot be read: File too large\n");
 }
 
 TEST_F(Configuration, NullPointersAndSizesBelowOneFindNothing) {
-    writeFile("KEY=value\nEMPTY=\n");
+    write("KEY=value\nEMPTY=\n");
     const char* file = path.c_str();
     char buffer[128] = "before";
     EXPECT_EQ(getConfigValue(path, "KEY", 0), "");
