@@ -1,0 +1,52 @@
+#include "actions/certificate_action.h"
+
+#include "actions/generate_csr.h"
+#include "actions/replace_certificate.h"
+#include "core/constants.h"
+#include "core/logger.h"
+#include "requests/request_record.h"
+#include "requests/return_status.h"
+#include "store/resource_store.h"
+
+#include <nlohmann/json.hpp>
+
+namespace {
+
+// False when the target is no action of this service; the request is answered in either case.
+bool runAction(redisContext* context, nlohmann::json& record, const std::string& statusKey,
+               const std::string& returnChannel) {
+    const std::string requestDataKey = stringMember(record, REQUEST_DATA_FIELD);
+    const std::string targetUri = stringMember(record, TARGET_URI_FIELD);
+    if (targetUri == GENERATE_CSR_ACTION_URI) {
+        // Needed only by a task, but read for every request.
+        const std::string taskUri = stringMember(record, TASK_FIELD);
+        (void)generateCSR(context, returnChannel, requestDataKey, statusKey, taskUri);
+        return true;
+    }
+    if (targetUri == REPLACE_CERTIFICATE_ACTION_URI) {
+        (void)replaceCertificate(context, requestDataKey, statusKey);
+        return true;
+    }
+    (void)writeReturnStatus(context, statusKey, nlohmann::json::object(), STATUS_FAILURE,
+                            MSG_ACTION_NOT_SUPPORTED, {targetUri}, true);
+    return false;
+}
+
+} // namespace
+
+bool handleCertificateAction(redisContext* context, const std::string& requestKey,
+                             const std::string& statusKey) {
+    if (requestKey.empty() || statusKey.empty()) {
+        gLogger->error("Certificate action: request data structure error.");
+        return false;
+    }
+    nlohmann::json record;
+    if (getResource(context, requestKey, record) != STORE_OK) {
+        gLogger->error("Certificate action: get request data structure failed.");
+        return false;
+    }
+    const std::string returnChannel = stringMember(record, RETURN_CHANNEL_FIELD);
+    const bool isKnown = runAction(context, record, statusKey, returnChannel);
+    publishReply(context, returnChannel, statusKey);
+    return isKnown;
+}

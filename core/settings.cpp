@@ -1,0 +1,3 @@
+#include "core/settings.h"
+
+std::string gRootCaFile;

@@ -1,0 +1,45 @@
+#pragma once
+
+// Recognising markers: the hash fields and list entries that stand for structured values.
+//
+//   hash field  "&&Object"|"&&Array"|"&&ObjectRef"  blank  member name  blank  nested key or URI
+//   list entry  "&&Object"|"&&Array"|"&&ObjectRef"  blank  nested key or URI
+//
+// Written with single blanks; readers take any run of blanks as one separator. The functions match
+// by hand what the regular expression beside each says, in one pass and constant space.
+
+#include <string>
+#include <string_view>
+
+inline constexpr std::string_view OBJECT_MARKER = "&&Object";
+inline constexpr std::string_view ARRAY_MARKER = "&&Array";
+inline constexpr std::string_view REFERENCE_MARKER = "&&ObjectRef";
+
+enum class MarkerKind { NONE, OBJECT, ARRAY, REFERENCE };
+
+// The views point into the text that was split.
+struct Marker {
+    MarkerKind kind = MarkerKind::NONE; // NONE: an ordinary text
+    std::string_view member;            // hash fields only
+    std::string_view target;            // nested key, or URI of a reference
+};
+
+// ^&&
+[[nodiscard]] bool hasMarkerPrefix(std::string_view text);
+
+// Splits a hash field of exactly three, a list entry of exactly two tokens.
+[[nodiscard]] Marker parseHashMarker(std::string_view field);
+[[nodiscard]] Marker parseListMarker(std::string_view entry);
+
+// ^&&ObjectRef +[^ ]+ +[^ ]+
+[[nodiscard]] bool isHashReference(std::string_view marker);
+
+// ^&&ObjectRef +[^ ]+
+[[nodiscard]] bool isListReference(std::string_view marker);
+
+// The nested key of a list entry that matches ^(&&Object|&&Array) + and has exactly two tokens;
+// empty otherwise.
+[[nodiscard]] std::string nestedKeyOf(std::string_view listEntry);
+
+// ^"&&[^ ]+ +.*"$ on the JSON text of a string: such an element is kept without its quotes.
+[[nodiscard]] bool isRawStringText(std::string_view jsonText);

@@ -1,0 +1,61 @@
+#include "store/resource_encoding.h"
+
+#include "core/constants.h"
+#include "store/markers.h"
+#include "store/sequence_id.h"
+#include "store/value_text.h"
+
+#include <nlohmann/json.hpp>
+
+namespace {
+
+// The string of an object that holds nothing but "@odata.id"; null for any other value.
+const std::string* referencedUri(const nlohmann::json& value) {
+    if (!value.is_object() || value.size() != 1 || value.begin().key() != ODATA_ID) {
+        return nullptr;
+    }
+    return value.begin()->get_ptr<const std::string*>();
+}
+
+} // namespace
+
+MemberEntry makeMemberEntry(const std::string& parentKey, std::int64_t& sequenceId,
+                            const std::string& memberName, const nlohmann::json& value) {
+    MemberEntry entry;
+    entry.memberName = memberName;
+    if (!value.is_structured()) {
+        entry.valueText = compactJsonText(value);
+        return entry;
+    }
+    entry.nestedKey = parentKey + "/";
+    if (sequenceId == NO_SEQUENCE_ID) {
+        entry.nestedKey += memberName;
+    } else {
+        entry.nestedKey += std::to_string(sequenceId);
+        sequenceId = followingSequenceId(sequenceId);
+    }
+    return entry;
+}
+
+std::string makeMarker(MarkerMode mode, const nlohmann::json& value, std::string& nestedKey,
+                       const std::string& memberName) {
+    addMarkerPrefix(nestedKey);
+    const std::string* uri = referencedUri(value);
+    std::string marker(uri != nullptr     ? REFERENCE_MARKER
+                       : value.is_array() ? ARRAY_MARKER
+                                          : OBJECT_MARKER);
+    if (mode == MarkerMode::OBJECT_MEMBER) {
+        marker += " " + memberName;
+    }
+    return marker + " " + (uri != nullptr ? *uri : nestedKey);
+}
+
+void addMarkerPrefix(std::string& key) {
+    if (!hasMarkerPrefix(key)) {
+        key.insert(0, MARKER_PREFIX);
+    }
+}
+
+std::string elementText(const nlohmann::json& value, std::string valueText) {
+    return isRawStringText(valueText) ? value.get<std::string>() : std::move(valueText);
+}

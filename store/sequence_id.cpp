@@ -1,0 +1,38 @@
+#include "store/sequence_id.h"
+
+#include "core/redis_reply.h"
+
+#include <cstring>
+#include <limits>
+
+const std::string ARRAY_SEQUENCE_ID_KEY = "Array-Member-Sequence-ID";
+
+namespace {
+
+constexpr std::int64_t FIRST_ID = 1;
+constexpr std::int64_t LARGEST_ID = std::numeric_limits<std::int64_t>::max();
+
+bool setCounter(redisContext* context, const std::string& value) {
+    const RedisReply reply =
+        sendRedisCommand(context, "SET %s %s", ARRAY_SEQUENCE_ID_KEY.c_str(), value.c_str());
+    return reply && reply->type == REDIS_REPLY_STATUS && std::strcmp(reply->str, "OK") == 0;
+}
+
+} // namespace
+
+std::int64_t nextArraySequenceId(redisContext* context) {
+    const RedisReply reply = sendRedisCommand(context, "INCR %s", ARRAY_SEQUENCE_ID_KEY.c_str());
+    if (reply && reply->type == REDIS_REPLY_INTEGER) {
+        return reply->integer;
+    }
+    return setCounter(context, std::to_string(FIRST_ID)) ? FIRST_ID : NO_SEQUENCE_ID;
+}
+
+bool setArraySequenceId(redisContext* context, std::int64_t nextFreeId) {
+    const bool outOfRange = nextFreeId < FIRST_ID + 1 || nextFreeId > LARGEST_ID - 1;
+    return setCounter(context, std::to_string(outOfRange ? FIRST_ID : nextFreeId - 1));
+}
+
+std::int64_t followingSequenceId(std::int64_t id) {
+    return id == LARGEST_ID ? FIRST_ID : id + 1;
+}
