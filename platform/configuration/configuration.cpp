@@ -22,28 +22,11 @@
 #include <unistd.h>
 
 #include "platform/configuration/parser.h"
+#include "platform/file_descriptor.h"
 
 namespace {
 
 constexpr std::size_t MAX_FILE_SIZE = std::size_t{1024} * 1024;
-
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int descriptor) : mDescriptor(descriptor) {}
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (mDescriptor >= 0) {
-            ::close(mDescriptor);
-        }
-    }
-    [[nodiscard]] int get() const {
-        return mDescriptor;
-    }
-
-private:
-    int mDescriptor;
-};
 
 void report(const std::string& path, const std::string& what) {
     const std::string line = "service_configuration: " + path + ": " + what + "\n";

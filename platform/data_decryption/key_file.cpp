@@ -11,25 +11,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/file_descriptor.h"
+
 namespace {
-
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int descriptor) : mDescriptor(descriptor) {}
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (mDescriptor >= 0) {
-            ::close(mDescriptor);
-        }
-    }
-    [[nodiscard]] int get() const {
-        return mDescriptor;
-    }
-
-private:
-    int mDescriptor;
-};
 
 std::string unreadable(const std::string& path, int error) {
     return "the key file " + path + " cannot be read: " + std::generic_category().message(error);
