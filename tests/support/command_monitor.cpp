@@ -86,7 +86,7 @@ const std::vector<MonitoredCommand>& CommandMonitor::stop() {
         return mRecorded;
     }
     mMarker.command("ECHO", END_MARKER);
-    RedisReply line;
+    RedisAnswer line;
     while (mMonitor.nextMessage(line, WAIT_LIMIT_SECONDS)) {
         auto command = parseMonitorLine(line.text);
         if (command.words == Command{"ECHO", END_MARKER}) {

@@ -22,32 +22,32 @@ struct ReplyRelease {
 };
 using OwnedReply = std::unique_ptr<redisReply, ReplyRelease>;
 
-RedisReply::Type typeOf(int hiredisType) {
+RedisAnswer::Type typeOf(int hiredisType) {
     switch (hiredisType) {
     case REDIS_REPLY_INTEGER:
-        return RedisReply::Type::INTEGER;
+        return RedisAnswer::Type::INTEGER;
     case REDIS_REPLY_STRING:
-        return RedisReply::Type::STRING;
+        return RedisAnswer::Type::STRING;
     case REDIS_REPLY_STATUS:
-        return RedisReply::Type::STATUS;
+        return RedisAnswer::Type::STATUS;
     case REDIS_REPLY_ERROR:
-        return RedisReply::Type::ERROR;
+        return RedisAnswer::Type::ERROR;
     case REDIS_REPLY_ARRAY:
-        return RedisReply::Type::ARRAY;
+        return RedisAnswer::Type::ARRAY;
     default:
-        return RedisReply::Type::NIL;
+        return RedisAnswer::Type::NIL;
     }
 }
 
 // Recursion ends with the server's own nesting, which is two deep at most for what tests ask.
-RedisReply convert(const redisReply& reply) { // NOLINT(misc-no-recursion)
-    RedisReply result;
+RedisAnswer convert(const redisReply& reply) { // NOLINT(misc-no-recursion)
+    RedisAnswer result;
     result.type = typeOf(reply.type);
-    result.integer = result.type == RedisReply::Type::INTEGER ? reply.integer : 0;
+    result.integer = result.type == RedisAnswer::Type::INTEGER ? reply.integer : 0;
     if (reply.str != nullptr) {
         result.text.assign(reply.str, reply.len);
     }
-    if (result.type == RedisReply::Type::ARRAY) {
+    if (result.type == RedisAnswer::Type::ARRAY) {
         for (std::size_t i = 0; i < reply.elements; ++i) {
             result.elements.push_back(convert(*reply.element[i]));
         }
@@ -73,7 +73,7 @@ std::string listText(const std::vector<std::string>& entries) {
 
 } // namespace
 
-std::vector<std::string> RedisReply::texts() const {
+std::vector<std::string> RedisAnswer::texts() const {
     std::vector<std::string> result;
     for (const auto& element : elements) {
         result.push_back(element.type == Type::INTEGER ? std::to_string(element.integer)
@@ -107,7 +107,7 @@ RedisClient RedisClient::overTcp(const RedisServer& server) {
 RedisClient::RedisClient(RedisClient&&) noexcept = default;
 RedisClient::~RedisClient() = default;
 
-RedisReply RedisClient::commandList(const Command& words) {
+RedisAnswer RedisClient::commandList(const Command& words) {
     std::vector<const char*> texts;
     std::vector<std::size_t> lengths;
     for (const auto& word : words) {
@@ -123,7 +123,7 @@ RedisReply RedisClient::commandList(const Command& words) {
     return convert(*reply);
 }
 
-bool RedisClient::nextMessage(RedisReply& message, double seconds) {
+bool RedisClient::nextMessage(RedisAnswer& message, double seconds) {
     void* reply = nullptr;
     redisGetReplyFromReader(mContext.get(), &reply);
     if (reply == nullptr) {

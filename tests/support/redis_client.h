@@ -13,13 +13,13 @@ class RedisServer;
 struct redisContext;
 
 // What the server answered. An error is an answer too.
-struct RedisReply {
+struct RedisAnswer {
     enum class Type { NIL, INTEGER, STRING, STATUS, ERROR, ARRAY };
 
     Type type = Type::NIL;
-    long long integer = 0;            // INTEGER
-    std::string text;                 // STRING, STATUS, ERROR
-    std::vector<RedisReply> elements; // ARRAY
+    long long integer = 0;             // INTEGER
+    std::string text;                  // STRING, STATUS, ERROR
+    std::vector<RedisAnswer> elements; // ARRAY
 
     // The texts of an array's elements; integers in decimal, nil as an empty text.
     [[nodiscard]] std::vector<std::string> texts() const;
@@ -37,17 +37,17 @@ public:
     RedisClient(RedisClient&&) noexcept;
     ~RedisClient();
 
-    [[nodiscard]] RedisReply commandList(const Command& words);
+    [[nodiscard]] RedisAnswer commandList(const Command& words);
 
     // command("HSET", key, field, value): one argument for each word, any bytes.
     template <typename... Words>
-    RedisReply command(const Words&... words) {
+    RedisAnswer command(const Words&... words) {
         return commandList({std::string(words)...});
     }
 
     // The next message on a connection that has subscribed or monitors. False when none comes in
     // this time; the connection stays usable.
-    [[nodiscard]] bool nextMessage(RedisReply& message, double seconds);
+    [[nodiscard]] bool nextMessage(RedisAnswer& message, double seconds);
 
     // The hiredis connection itself, to be handed to the code under test. Stays owned here.
     [[nodiscard]] redisContext* context() {

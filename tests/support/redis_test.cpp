@@ -56,7 +56,7 @@ TEST(RedisServer, StopClosesConnectionsAndPauseKeepsThem) {
     RedisClient client(server);
     client.command("SUBSCRIBE", "news");
     server.pause();
-    RedisReply message;
+    RedisAnswer message;
     EXPECT_FALSE(client.nextMessage(message, 0.2));
     server.resume();
     RedisClient(server).command("PUBLISH", "news", "hello");

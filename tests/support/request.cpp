@@ -179,7 +179,7 @@ FrontEndAnswer sendRequest(const RedisServer& server, const FrontEndRequest& req
     if (client.command("PUBLISH", channelName(request.kind), requestMessage(request)).integer < 1) {
         throw std::runtime_error("nobody listens on " + channelName(request.kind));
     }
-    RedisReply message;
+    RedisAnswer message;
     const bool replied = subscriber.nextMessage(message, seconds);
     FrontEndAnswer answer = readStatus(client, request.statusKey);
     if (replied) {

@@ -59,7 +59,7 @@ TEST(Request, GoesToItsChannelAndTakesTheReply) {
     request.fields = {{"&&Task", "/tasks/1"}};
     std::string message;
     std::thread daemon([&] {
-        RedisReply published;
+        RedisAnswer published;
         ASSERT_TRUE(listener.nextMessage(published, 60));
         message = published.texts().back();
         RedisClient client(server);
