@@ -15,6 +15,7 @@
 #include <pthread.h>
 
 #include <array>
+#include <csignal>
 #include <stdexcept>
 
 namespace {
@@ -112,6 +113,9 @@ int main() {
     gLogger = new Logger; // lives as long as the process
     gLogger->init(CONFIG_FILE);
     forbidCoreFiles();
+    // hiredis writes to sockets that the server may have closed: a lost connection is to show as a
+    // failed command and not to end the process.
+    (void)std::signal(SIGPIPE, SIG_IGN);
     pthread_mutex_t collectionLock;
     try {
         return runService(&collectionLock);
