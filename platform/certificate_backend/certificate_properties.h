@@ -1,0 +1,15 @@
+#pragma once
+
+// The properties of a certificate as Redfish shows them (Certificate 1.2: KeyUsage, Issuer,
+// Subject, ValidNotBefore, ValidNotAfter).
+
+#include <string>
+
+#include "platform/certificate_backend.h"
+#include "platform/certificate_backend/openssl_handles.h"
+
+// Fills key usage, issuer, subject and dates. The names hold CommonName, Organization,
+// OrganizationalUnit, City, State, Country and Email, each where the certificate has it, the first
+// one where it is repeated, and DisplayString with the whole name (RFC 4514 order and escapes).
+// Returns why the certificate cannot be shown, for a message; empty when all is filled.
+[[nodiscard]] std::string fillProperties(X509* certificate, CreateCertResult& result);

@@ -1,0 +1,103 @@
+// Key pairs over OpenSSL's EVP interface.
+
+#include "platform/certificate_backend/key_pair.h"
+
+#include <stdexcept>
+#include <string_view>
+
+#include <openssl/ec.h>
+#include <openssl/pem.h>
+#include <openssl/rsa.h>
+
+#include "platform/certificate_backend/store_directory.h"
+
+namespace {
+
+constexpr std::string_view PROBE = "certificate backend: does this key pair work?";
+
+const EVP_MD* probeDigest(EVP_PKEY* key) {
+    const int type = EVP_PKEY_get_base_id(key);
+    return type == EVP_PKEY_ED25519 || type == EVP_PKEY_ED448 ? nullptr : EVP_sha256();
+}
+
+const unsigned char* probeBytes() {
+    return reinterpret_cast<const unsigned char*>(PROBE.data());
+}
+
+SecretBytes signProbe(EVP_PKEY* key) {
+    const DigestContextHandle context(EVP_MD_CTX_new());
+    SecretBytes signature;
+    std::size_t length = 0;
+    if (!context ||
+        EVP_DigestSignInit(context.get(), nullptr, probeDigest(key), nullptr, key) != 1 ||
+        EVP_DigestSign(context.get(), nullptr, &length, probeBytes(), PROBE.size()) != 1) {
+        return {};
+    }
+    signature.resize(length);
+    if (EVP_DigestSign(context.get(), signature.data(), &length, probeBytes(), PROBE.size()) != 1) {
+        return {};
+    }
+    signature.resize(length);
+    return signature;
+}
+
+bool verifyProbe(EVP_PKEY* key, const SecretBytes& signature) {
+    const DigestContextHandle context(EVP_MD_CTX_new());
+    return context &&
+           EVP_DigestVerifyInit(context.get(), nullptr, probeDigest(key), nullptr, key) == 1 &&
+           EVP_DigestVerify(context.get(), signature.data(), signature.size(), probeBytes(),
+                            PROBE.size()) == 1;
+}
+
+KeyHandle orThrow(EVP_PKEY* key) {
+    if (key == nullptr) {
+        throw std::runtime_error("cannot make a key pair");
+    }
+    return KeyHandle(key);
+}
+
+} // namespace
+
+KeyHandle makeRsaKey(unsigned int bits) {
+    return orThrow(EVP_RSA_gen(bits));
+}
+
+KeyHandle makeEcKey(const std::string& groupName) {
+    return orThrow(EVP_EC_gen(groupName.c_str()));
+}
+
+SecretText privateKeyText(EVP_PKEY* key) {
+    const BioHandle memory(BIO_new(BIO_s_mem())); // cleansed by OpenSSL when freed
+    if (!memory || PEM_write_bio_PKCS8PrivateKey(memory.get(), key, nullptr, nullptr, 0, nullptr,
+                                                 nullptr) != 1) {
+        throw std::runtime_error("cannot write a private key as text");
+    }
+    char* text = nullptr;
+    const long length = BIO_get_mem_data(memory.get(), &text);
+    return {text, static_cast<std::size_t>(length)};
+}
+
+KeyHandle shareKey(EVP_PKEY* key) {
+    EVP_PKEY_up_ref(key);
+    return KeyHandle(key);
+}
+
+bool keysBelongTogether(EVP_PKEY* privateKey, EVP_PKEY* publicKey) {
+    if (EVP_PKEY_eq(privateKey, publicKey) != 1) {
+        return false;
+    }
+    const SecretBytes signature = signProbe(privateKey);
+    return !signature.empty() && verifyProbe(publicKey, signature);
+}
+
+std::string publicKeyDigest(EVP_PKEY* key) {
+    unsigned char* encoded = nullptr;
+    const int length = i2d_PUBKEY(key, &encoded);
+    if (length <= 0) {
+        throw std::runtime_error("cannot encode a public key");
+    }
+    const std::string bytes(reinterpret_cast<const char*>(encoded),
+                            static_cast<std::size_t>(length));
+    OPENSSL_free(encoded);
+    return sha256Hex(bytes);
+}

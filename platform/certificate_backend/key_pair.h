@@ -1,0 +1,25 @@
+#pragma once
+
+// Private keys: making, writing, and proving to which public key they belong.
+
+#include <string>
+
+#include "platform/certificate_backend/openssl_handles.h"
+#include "platform/certificate_backend/secret_text.h"
+
+// A fresh key pair. Both throw std::runtime_error when OpenSSL cannot make it.
+[[nodiscard]] KeyHandle makeRsaKey(unsigned int bits);
+[[nodiscard]] KeyHandle makeEcKey(const std::string& groupName); // "P-256", "P-384", "P-521"
+
+// The key as an unencrypted "PRIVATE KEY" block (PKCS #8, RFC 5958).
+[[nodiscard]] SecretText privateKeyText(EVP_PKEY* key);
+
+// Another owner of the same key.
+[[nodiscard]] KeyHandle shareKey(EVP_PKEY* key);
+
+// Whether what the private key signs is verified by the public key. Tries it, so that a damaged
+// private key with the right public half is found too.
+[[nodiscard]] bool keysBelongTogether(EVP_PKEY* privateKey, EVP_PKEY* publicKey);
+
+// The SHA-256 digest, in hexadecimal, of the key's SubjectPublicKeyInfo (RFC 5280, 4.1.2.7).
+[[nodiscard]] std::string publicKeyDigest(EVP_PKEY* key);

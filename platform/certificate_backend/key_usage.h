@@ -1,0 +1,24 @@
+#pragma once
+
+// Key usage and extended key usage (RFC 5280, 4.2.1.3 and 4.2.1.12) under their Redfish names.
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/certificate_backend/openssl_handles.h"
+
+// One value of Redfish's KeyUsage: a bit of the key usage, or a purpose of the extended key usage.
+struct KeyUsageValue {
+    std::string_view name;
+    int bit = -1;    // of the KeyUsage bit string; -1 for a purpose
+    int purpose = 0; // OpenSSL's number of the extended key usage; 0 for a bit
+};
+
+// The value of that name; nothing when Redfish has no such value.
+[[nodiscard]] std::optional<KeyUsageValue> keyUsageNamed(std::string_view name);
+
+// The Redfish names of what the certificate's two extensions allow, in the schema's order. Purposes
+// without a Redfish name are left out.
+[[nodiscard]] std::vector<std::string> keyUsageOf(X509* certificate);

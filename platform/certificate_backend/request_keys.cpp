@@ -1,0 +1,89 @@
+// File names: twenty digits, "-", the digest in hexadecimal, ".pem". Sorted by name they are sorted
+// by age.
+
+#include "platform/certificate_backend/request_keys.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <stdexcept>
+#include <vector>
+
+#include <openssl/pem.h>
+
+#include "platform/certificate_backend/key_pair.h"
+#include "platform/certificate_backend/store_directory.h"
+
+namespace {
+
+constexpr std::size_t MOST_KEYS = 64;
+constexpr std::size_t NUMBER_DIGITS = 20;
+constexpr std::size_t DIGEST_DIGITS = 64;
+constexpr const char* ENDING = ".pem";
+constexpr std::size_t NAME_LENGTH = NUMBER_DIGITS + 1 + DIGEST_DIGITS + 4;
+
+bool isKeyFile(const std::string& name) {
+    return name.size() == NAME_LENGTH && name.ends_with(ENDING) && name[NUMBER_DIGITS] == '-' &&
+           std::all_of(name.begin(), name.begin() + NUMBER_DIGITS,
+                       [](char c) { return c >= '0' && c <= '9'; });
+}
+
+std::vector<std::string> keyFiles(const std::string& directory) {
+    std::vector<std::string> names = listFiles(requestsDirectory(directory));
+    std::erase_if(names, [](const std::string& name) { return !isKeyFile(name); });
+    return names;
+}
+
+// The file that holds the key of that digest; empty when there is none.
+std::string fileOfKey(const std::string& directory, EVP_PKEY* publicKey) {
+    const std::string ending = "-" + publicKeyDigest(publicKey) + ENDING;
+    const std::vector<std::string> names = keyFiles(directory);
+    const auto found = std::find_if(names.begin(), names.end(), [&](const std::string& name) {
+        return name.ends_with(ending);
+    });
+    return found == names.end() ? std::string() : *found;
+}
+
+std::string numberAfter(const std::vector<std::string>& names) {
+    const unsigned long long last =
+        names.empty() ? 0 : std::stoull(names.back().substr(0, NUMBER_DIGITS));
+    std::array<char, NUMBER_DIGITS + 1> digits{};
+    static_cast<void>(std::snprintf(digits.data(), digits.size(), "%020llu", last + 1));
+    return digits.data();
+}
+
+} // namespace
+
+void keepRequestKey(const std::string& directory, EVP_PKEY* key) {
+    const std::string folder = requestsDirectory(directory);
+    const std::vector<std::string> older = keyFiles(directory);
+    writeFileAtomically(folder, numberAfter(older) + "-" + publicKeyDigest(key) + ENDING,
+                        privateKeyText(key));
+    for (std::size_t i = 0; i + MOST_KEYS <= older.size(); ++i) {
+        static_cast<void>(removeFile(folder, older[i])); // gone already is as good
+    }
+}
+
+KeyHandle findRequestKey(const std::string& directory, EVP_PKEY* publicKey) {
+    const std::string name = fileOfKey(directory, publicKey);
+    const std::optional<SecretText> text =
+        name.empty() ? std::nullopt : readFile(requestsDirectory(directory), name);
+    if (!text) {
+        return nullptr;
+    }
+    const BioHandle memory(BIO_new_mem_buf(text->data(), static_cast<int>(text->size())));
+    KeyHandle key(memory ? PEM_read_bio_PrivateKey(memory.get(), nullptr, nullptr, nullptr)
+                         : nullptr);
+    if (!key || !keysBelongTogether(key.get(), publicKey)) {
+        throw std::runtime_error("the key file " + name + " is damaged");
+    }
+    return key;
+}
+
+void dropRequestKey(const std::string& directory, EVP_PKEY* publicKey) {
+    const std::string name = fileOfKey(directory, publicKey);
+    if (!name.empty()) {
+        static_cast<void>(
+            removeFile(requestsDirectory(directory), name)); // gone already is as good
+    }
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+// The private keys of signing requests whose certificate has not come back yet.
+//
+// Each key is a file named by a running number and the digest of its public key. The newest 64 are
+// kept; the number, not a date, says which is older, because a board's clock may jump. The caller
+// holds the store's lock throughout. Faults of the machine are thrown as std::runtime_error or
+// std::system_error.
+
+#include <string>
+
+#include "platform/certificate_backend/openssl_handles.h"
+
+// Puts the key on disk as the newest, then drops the oldest above the bound.
+void keepRequestKey(const std::string& directory, EVP_PKEY* key);
+
+// The private key to the public key; null when none is kept.
+[[nodiscard]] KeyHandle findRequestKey(const std::string& directory, EVP_PKEY* publicKey);
+
+// Forgets the private key to the public key, if it is kept.
+void dropRequestKey(const std::string& directory, EVP_PKEY* publicKey);

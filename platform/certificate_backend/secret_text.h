@@ -1,0 +1,37 @@
+#pragma once
+
+// Text and bytes that may hold a private key: the memory is overwritten before it is given back.
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <openssl/crypto.h>
+
+template <typename Element>
+struct CleansingAllocator {
+    using value_type = Element;
+
+    CleansingAllocator() = default;
+    template <typename Other>
+    explicit(false) CleansingAllocator(const CleansingAllocator<Other>& /*other*/) noexcept {}
+
+    [[nodiscard]] Element* allocate(std::size_t count) {
+        return std::allocator<Element>().allocate(count);
+    }
+
+    void deallocate(Element* memory, std::size_t count) noexcept {
+        OPENSSL_cleanse(memory, count * sizeof(Element));
+        std::allocator<Element>().deallocate(memory, count);
+    }
+
+    friend bool operator==(const CleansingAllocator& /*a*/, const CleansingAllocator& /*b*/) {
+        return true;
+    }
+};
+
+// What fits into the string object itself (15 characters) is not overwritten; a private key is
+// longer.
+using SecretText = std::basic_string<char, std::char_traits<char>, CleansingAllocator<char>>;
+using SecretBytes = std::vector<unsigned char, CleansingAllocator<unsigned char>>;

@@ -1,0 +1,139 @@
+#include "platform/certificate_backend/atomic_file.h"
+
+#include <atomic>
+#include <sys/stat.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "platform/certificate_backend/store_directory.h"
+#include "tests/support/temp_files.h"
+
+namespace {
+
+unsigned int modeOf(const std::string& path) {
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0U;
+}
+
+} // namespace
+
+class AtomicFile : public testing::Test {
+protected:
+    TempDirectory temporary;
+    std::string directory = temporary.file("store");
+};
+
+TEST_F(AtomicFile, MakesItsDirectoriesForTheOwnerOnly) {
+    const OpenFile lock = lockStore(directory);
+    EXPECT_EQ(modeOf(directory), 0700U);
+    EXPECT_EQ(modeOf(installedDirectory(directory)), 0700U);
+    EXPECT_EQ(modeOf(requestsDirectory(directory)), 0700U);
+}
+
+TEST_F(AtomicFile, WritesFilesForTheOwnerOnly) {
+    makeDirectory(directory);
+    writeFileAtomically(directory, "name", "content");
+    EXPECT_EQ(modeOf(directory + "/name"), 0600U);
+    EXPECT_EQ(readFile(directory, "name"), "content");
+    EXPECT_EQ(listFiles(directory), std::vector<std::string>{"name"});
+}
+
+TEST_F(AtomicFile, ReplacesAFileByAnotherOne) {
+    makeDirectory(directory);
+    writeFileAtomically(directory, "name", "old");
+    struct stat before = {};
+    ASSERT_EQ(stat((directory + "/name").c_str(), &before), 0);
+    writeFileAtomically(directory, "name", "new");
+    struct stat after = {};
+    ASSERT_EQ(stat((directory + "/name").c_str(), &after), 0);
+    EXPECT_EQ(readFile(directory, "name"), "new");
+    EXPECT_NE(before.st_ino, after.st_ino);
+    EXPECT_EQ(before.st_nlink, 1U);
+}
+
+TEST_F(AtomicFile, KeepsTheOldFileWhenTheNewOneCannotBeWritten) {
+    makeDirectory(directory);
+    writeFileAtomically(directory, "name", "old");
+    makeDirectory(directory + "/.new"); // stands where the new content would be written
+    EXPECT_THROW(writeFileAtomically(directory, "name", "new"), std::system_error);
+    EXPECT_EQ(readFile(directory, "name"), "old");
+}
+
+TEST_F(AtomicFile, LeavesNothingBehindWhenTheFinalNameIsTaken) {
+    makeDirectory(directory);
+    makeDirectory(directory + "/name");
+    EXPECT_THROW(writeFileAtomically(directory, "name", "new"), std::system_error);
+    EXPECT_FALSE(fileExists(directory, ".new"));
+}
+
+TEST_F(AtomicFile, ClearsAwayWhatACrashLeftBehind) {
+    { const OpenFile lock = lockStore(directory); }
+    writeFile(installedDirectory(directory) + "/.new", "half a key");
+    writeFile(requestsDirectory(directory) + "/.new", "half a key");
+    const OpenFile lock = lockStore(directory);
+    EXPECT_FALSE(fileExists(installedDirectory(directory), ".new"));
+    EXPECT_FALSE(fileExists(requestsDirectory(directory), ".new"));
+}
+
+TEST_F(AtomicFile, TellsWhetherThereWasAFileToRemove) {
+    makeDirectory(directory);
+    writeFileAtomically(directory, "name", "content");
+    EXPECT_TRUE(removeFile(directory, "name"));
+    EXPECT_FALSE(removeFile(directory, "name"));
+    EXPECT_EQ(readFile(directory, "name"), std::nullopt);
+    EXPECT_FALSE(fileExists(directory, "name"));
+}
+
+TEST_F(AtomicFile, FollowsNoSymbolicLink) {
+    makeDirectory(directory);
+    writeFile(temporary.file("outside"), "secret");
+    ASSERT_EQ(symlink(temporary.file("outside").c_str(), (directory + "/name").c_str()), 0);
+    EXPECT_THROW(static_cast<void>(readFile(directory, "name")), std::system_error);
+    writeFileAtomically(directory, "name", "new");
+    EXPECT_EQ(readFile(temporary.file("outside")), "secret");
+    EXPECT_EQ(readFile(directory, "name"), "new");
+}
+
+TEST_F(AtomicFile, ReportsAMissingDirectoryAsAFaultOfTheMachine) {
+    EXPECT_THROW(makeDirectory(directory + "/deeper"), std::system_error);
+    EXPECT_THROW(static_cast<void>(lockDirectory(directory)), std::system_error);
+    EXPECT_THROW(writeFileAtomically(directory, "name", "x"), std::system_error);
+    EXPECT_THROW(static_cast<void>(removeFile(directory, "name")), std::system_error);
+    EXPECT_THROW(static_cast<void>(listFiles(directory)), std::system_error);
+}
+
+TEST_F(AtomicFile, NamesStepAndPathOfAFault) {
+    try {
+        static_cast<void>(lockDirectory(directory));
+        FAIL();
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.what(),
+                  "cannot open the directory " + directory + ": No such file or directory");
+    }
+}
+
+TEST_F(AtomicFile, GivesTheLockToOneThreadAtATime) {
+    makeDirectory(directory);
+    std::atomic<int> inside = 0;
+    std::atomic<int> clashes = 0;
+    std::atomic<int> turns = 0;
+    const auto work = [&] {
+        for (int i = 0; i < 200; ++i) {
+            const OpenFile lock = lockDirectory(directory);
+            clashes += inside.fetch_add(1) == 0 ? 0 : 1;
+            ++turns;
+            inside.fetch_sub(1);
+        }
+    };
+    std::thread first(work);
+    std::thread second(work);
+    std::thread third(work);
+    first.join();
+    second.join();
+    third.join();
+    EXPECT_EQ(clashes, 0);
+    EXPECT_EQ(turns, 600);
+}
