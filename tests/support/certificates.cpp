@@ -87,6 +87,10 @@ std::string keyText(EVP_PKEY* key) {
         "write key");
 }
 
+Owned<EVP_PKEY> newCurveKey(std::string curve) {
+    return own(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", curve.data()), "make key");
+}
+
 Owned<EVP_PKEY> newKey(KeyKind kind) {
     switch (kind) {
     case KeyKind::RSA_1024:
@@ -98,11 +102,11 @@ Owned<EVP_PKEY> newKey(KeyKind kind) {
     case KeyKind::RSA_4096:
         return own(EVP_RSA_gen(4096), "make key");
     case KeyKind::EC_P256:
-        return own(EVP_EC_gen("P-256"), "make key");
+        return newCurveKey("P-256");
     case KeyKind::EC_P384:
-        return own(EVP_EC_gen("P-384"), "make key");
+        return newCurveKey("P-384");
     case KeyKind::EC_P521:
-        return own(EVP_EC_gen("P-521"), "make key");
+        return newCurveKey("P-521");
     case KeyKind::ED25519:
         break;
     }

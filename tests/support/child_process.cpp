@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 #include "tests/support/wait.h"
 
@@ -42,6 +43,7 @@ private:
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> result;
+    result.reserve(texts.size() + 1);
     for (auto& text : texts) {
         result.push_back(text.data());
     }
@@ -58,7 +60,10 @@ std::vector<std::string> mergedEnvironment(const std::map<std::string, std::stri
         }
     }
     for (const auto& [name, value] : additions) {
-        result.push_back(name + "=" + value);
+        std::string entry = name;
+        entry += "=";
+        entry += value;
+        result.push_back(std::move(entry));
     }
     return result;
 }

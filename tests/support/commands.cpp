@@ -31,7 +31,7 @@ std::string escaped(char c) {
         return {c};
     }
     std::array<char, 5> text{};
-    std::snprintf(text.data(), text.size(), "\\x%02x", static_cast<unsigned>(c) & 0xffU);
+    (void)std::snprintf(text.data(), text.size(), "\\x%02x", static_cast<unsigned>(c) & 0xffU);
     return text.data();
 }
 

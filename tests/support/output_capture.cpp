@@ -19,7 +19,7 @@ namespace {
 void flushAll() {
     std::cout.flush();
     std::cerr.flush();
-    std::fflush(nullptr);
+    (void)std::fflush(nullptr);
 }
 
 void sendReportsTo([[maybe_unused]] int descriptor) {

@@ -10,8 +10,8 @@ TEST(OutputCapture, TakesStreamsAndStdioOfOneDescriptor) {
     const OutputCapture errors(2);
     const OutputCapture output(1);
     std::cerr << "a" << std::endl;
-    std::fputs("b\n", stderr);
-    std::fputs("c\n", stdout);
+    (void)std::fputs("b\n", stderr);
+    (void)std::fputs("c\n", stdout);
     EXPECT_EQ(errors.text(), "a\nb\n");
     EXPECT_EQ(output.text(), "c\n");
 }
@@ -20,9 +20,9 @@ TEST(OutputCapture, EndsWithItsScope) {
     const OutputCapture outer(2);
     {
         const OutputCapture inner(2);
-        std::fputs("inner", stderr);
+        (void)std::fputs("inner", stderr);
         EXPECT_EQ(inner.text(), "inner");
     }
-    std::fputs("outer", stderr);
+    (void)std::fputs("outer", stderr);
     EXPECT_EQ(outer.text(), "outer");
 }

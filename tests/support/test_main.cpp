@@ -12,7 +12,7 @@
 int main(int argc, char** argv) {
     testing::InitGoogleMock(&argc, argv);
     if (!testing::GTEST_FLAG(list_tests) && std::getenv("SANDBOX") == nullptr) {
-        std::fprintf(stderr, "%s: run it as: scripts/sandbox %s\n", argv[0], argv[0]);
+        (void)std::fprintf(stderr, "%s: run it as: scripts/sandbox %s\n", argv[0], argv[0]);
         return 2;
     }
     return RUN_ALL_TESTS();
