@@ -52,19 +52,6 @@ bool isSelfSigned(X509* certificate) {
     return (X509_get_extension_flags(certificate) & EXFLAG_SS) != 0;
 }
 
-std::string privateKeyFault(const CertificateText& text, CollectionKind kind) {
-    if (!text.privateKey) {
-        return {};
-    }
-    if (kind == CollectionKind::TRUST) {
-        return "the text holds a private key, which does not belong into a collection of trusted "
-               "certificates";
-    }
-    return keysBelongTogether(text.privateKey.get(), X509_get0_pubkey(text.chain.front().get()))
-               ? ""
-               : "the private key of the text does not belong to the certificate";
-}
-
 } // namespace
 
 std::string validityFault(X509* certificate, const BoardClock& clock) {
@@ -109,6 +96,19 @@ std::string serverUseFault(X509* certificate) {
     const bool forServers =
         (flags & EXFLAG_XKUSAGE) == 0 || (uses & (XKU_SSL_SERVER | XKU_ANYEKU)) != 0;
     return forServers ? "" : "the certificate's extended key usage lacks server authentication";
+}
+
+std::string privateKeyFault(const CertificateText& text, CollectionKind kind) {
+    if (!text.privateKey) {
+        return {};
+    }
+    if (kind == CollectionKind::TRUST) {
+        return "the text holds a private key, which does not belong into a collection of trusted "
+               "certificates";
+    }
+    return keysBelongTogether(text.privateKey.get(), X509_get0_pubkey(text.chain.front().get()))
+               ? ""
+               : "the private key of the text does not belong to the certificate";
 }
 
 std::string admissionFault(const CertificateText& text, CollectionKind kind,

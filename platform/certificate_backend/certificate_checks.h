@@ -24,6 +24,10 @@
 // for server authentication when it has an extended key usage.
 [[nodiscard]] std::string serverUseFault(X509* certificate);
 
+// The private key of the text, if it holds one, belongs to its first certificate; in a collection
+// of trust there must be none. The certificate's key must have been found good before.
+[[nodiscard]] std::string privateKeyFault(const CertificateText& text, CollectionKind kind);
+
 // All checks for a text that is to go into a collection of that kind, the private key's included
 // when the text holds one. The signature of a self-signed certificate counts only when it is the
 // identity itself: on a root it proves nothing. Throws std::runtime_error when the root CA file

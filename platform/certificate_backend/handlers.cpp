@@ -56,3 +56,15 @@ DeleteCertResult deleteCertificateHandler(const std::string& certificateUri) {
         return uninstallCertificate(settings, certificateUri);
     });
 }
+
+CSRResult generateCSRHandler(const CSRRequest& request) {
+    return guarded<CSRResult>("signing request", [&](const BackendSettings& settings) {
+        return makeSigningRequest(settings, request);
+    });
+}
+
+CreateCertResult replaceCertificateHandler(const ReplaceCertRequest& request) {
+    return guarded<CreateCertResult>("replace", [&](const BackendSettings& settings) {
+        return exchangeCertificate(settings, request);
+    });
+}

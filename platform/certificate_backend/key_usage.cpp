@@ -27,15 +27,6 @@ constexpr std::array<KeyUsageValue, 15> KEY_USAGES = {{
     {"OCSPSigning", -1, NID_OCSP_sign},
 }};
 
-bool holdsPurpose(const EXTENDED_KEY_USAGE* purposes, int purpose) {
-    for (int i = 0; i < sk_ASN1_OBJECT_num(purposes); ++i) {
-        if (OBJ_obj2nid(sk_ASN1_OBJECT_value(purposes, i)) == purpose) {
-            return true;
-        }
-    }
-    return false;
-}
-
 } // namespace
 
 std::optional<KeyUsageValue> keyUsageNamed(std::string_view name) {
@@ -43,6 +34,15 @@ std::optional<KeyUsageValue> keyUsageNamed(std::string_view name) {
         std::find_if(KEY_USAGES.begin(), KEY_USAGES.end(),
                      [&](const KeyUsageValue& usage) { return usage.name == name; });
     return found == KEY_USAGES.end() ? std::nullopt : std::optional(*found);
+}
+
+bool holdsPurpose(const EXTENDED_KEY_USAGE* purposes, int purpose) {
+    for (int i = 0; i < sk_ASN1_OBJECT_num(purposes); ++i) {
+        if (OBJ_obj2nid(sk_ASN1_OBJECT_value(purposes, i)) == purpose) {
+            return true;
+        }
+    }
+    return false;
 }
 
 std::vector<std::string> keyUsageOf(X509* certificate) {

@@ -19,6 +19,9 @@ struct KeyUsageValue {
 // The value of that name; nothing when Redfish has no such value.
 [[nodiscard]] std::optional<KeyUsageValue> keyUsageNamed(std::string_view name);
 
+// Whether the purpose, by OpenSSL's number, is among those of the extended key usage.
+[[nodiscard]] bool holdsPurpose(const EXTENDED_KEY_USAGE* purposes, int purpose);
+
 // The Redfish names of what the certificate's two extensions allow, in the schema's order. Purposes
 // without a Redfish name are left out.
 [[nodiscard]] std::vector<std::string> keyUsageOf(X509* certificate);

@@ -16,6 +16,11 @@ CreateCertResult CertificateBackend::create(const std::string& text, const std::
     return installCertificate(settings, {collection, text, type, id, rootCaFile});
 }
 
+CreateCertResult CertificateBackend::replace(const std::string& text, const std::string& type,
+                                             const std::string& uri) const {
+    return exchangeCertificate(settings, {uri, text, type, rootCaFile});
+}
+
 std::vector<std::string> CertificateBackend::filesIn(const std::string& folder) const {
     std::vector<std::string> names;
     for (const auto& entry :

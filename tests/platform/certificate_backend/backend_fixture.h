@@ -24,6 +24,10 @@ protected:
                                           const std::string& collection = IDENTITIES,
                                           const std::string& id = "1") const;
 
+    [[nodiscard]] CreateCertResult replace(const std::string& text, const std::string& type = "PEM",
+                                           const std::string& uri = std::string(IDENTITIES) +
+                                                                    "/1") const;
+
     // The names of the files in a folder of the store, temporary ones included.
     [[nodiscard]] std::vector<std::string> filesIn(const std::string& folder) const;
 

@@ -1,6 +1,7 @@
 // The shared library through its exported functions: directory, configuration, and what becomes of
 // a fault of the machine.
 
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -30,14 +31,24 @@ void expectMachineFault(std::int32_t code, const MessageInfo& message) {
 
 } // namespace
 
-TEST(BackendLibrary, KeepsItsFilesInVarLib) {
+// Each case begins without a configuration file and without anything installed.
+class BackendLibrary : public testing::Test {
+protected:
+    BackendLibrary() {
+        std::filesystem::remove(CONFIGURATION);
+        std::filesystem::remove_all("/var/lib/CertificateService/installed");
+        std::filesystem::remove_all("/var/lib/CertificateService/requests");
+    }
+};
+
+TEST_F(BackendLibrary, KeepsItsFilesInVarLib) {
     EXPECT_EQ(createTrusted().code, 200);
     EXPECT_TRUE(fileExists(std::string("/var/lib/CertificateService/installed/") + FILE_NAME));
     EXPECT_EQ(deleteCertificateHandler(std::string(TRUSTED) + "/1").code, 200);
     EXPECT_FALSE(fileExists(std::string("/var/lib/CertificateService/installed/") + FILE_NAME));
 }
 
-TEST(BackendLibrary, KeepsItsFilesWhereTheConfigurationSays) {
+TEST_F(BackendLibrary, KeepsItsFilesWhereTheConfigurationSays) {
     TempDirectory temporary;
     writeFile(CONFIGURATION, "CERTIFICATE_DIRECTORY=" + temporary.file("elsewhere") + "/\n");
     EXPECT_EQ(createTrusted().code, 200);
@@ -47,7 +58,7 @@ TEST(BackendLibrary, KeepsItsFilesWhereTheConfigurationSays) {
     EXPECT_EQ(status.st_mode & 07777U, 0700U);
 }
 
-TEST(BackendLibrary, ReportsARelativeDirectory) {
+TEST_F(BackendLibrary, ReportsARelativeDirectory) {
     writeFile(CONFIGURATION, "CERTIFICATE_DIRECTORY=certificates\n");
     const OutputCapture errors(2);
     const CreateCertResult result = createTrusted();
@@ -56,7 +67,7 @@ TEST(BackendLibrary, ReportsARelativeDirectory) {
                              "absolute path\n");
 }
 
-TEST(BackendLibrary, ReportsADirectoryThatCannotBeMade) {
+TEST_F(BackendLibrary, ReportsADirectoryThatCannotBeMade) {
     writeFile(CONFIGURATION, "CERTIFICATE_DIRECTORY=/proc/certificates\n");
     const OutputCapture errors(2);
     const CreateCertResult created = createTrusted();
@@ -70,7 +81,7 @@ TEST(BackendLibrary, ReportsADirectoryThatCannotBeMade) {
               "No such file or directory\n");
 }
 
-TEST(BackendLibrary, ReportsRootsThatCannotBeRead) {
+TEST_F(BackendLibrary, ReportsRootsThatCannotBeRead) {
     const TestCertificate made = makeSelfSigned();
     const OutputCapture errors(2);
     const CreateCertResult result = createCertificateHandler(
@@ -80,7 +91,47 @@ TEST(BackendLibrary, ReportsRootsThatCannotBeRead) {
                              "/etc/missing.pem\n");
 }
 
-TEST(BackendLibrary, PassesRefusalsOn) {
+TEST_F(BackendLibrary, CarriesACertificateFromItsRequestToItsRenewal) {
+    const TestCertificate authority = makeAuthority();
+    writeFile("/tmp/root.pem", authority.certificate);
+    const CSRResult request = generateCSRHandler({"/c", 0, {}, {{"CommonName", "bmc"}}});
+    ASSERT_EQ(request.code, 200);
+    const std::string first = signRequest(request.csr, authority);
+    const CreateCertResult created =
+        createCertificateHandler({"/c", first, "PEM", "1", "/tmp/root.pem"});
+    ASSERT_EQ(created.code, 200);
+    EXPECT_EQ(created.privateKeyValue, "/var/lib/CertificateService/installed/+c+1.pem");
+    const std::string second = signRequest(request.csr, authority);
+    const CreateCertResult replaced =
+        replaceCertificateHandler({"/c/1", second, "PEM", "/tmp/root.pem"});
+    EXPECT_EQ(replaced.code, 200);
+    EXPECT_EQ(replaced.message.MessageId, "");
+    EXPECT_TRUE(readFile(created.privateKeyValue).ends_with(second));
+    const CreateCertResult again =
+        replaceCertificateHandler({"/c/1", second, "PEM", "/tmp/root.pem"});
+    EXPECT_EQ(again.code, 200);
+    EXPECT_EQ(again.message.MessageId, "Base.1.9.NoOperation");
+    EXPECT_EQ(deleteCertificateHandler("/c/1").code, 200);
+}
+
+TEST_F(BackendLibrary, ReportsAMachineFaultOfEveryHandler) {
+    writeFile(CONFIGURATION, "CERTIFICATE_DIRECTORY=/proc/certificates\n");
+    const OutputCapture errors(2);
+    const CSRResult request =
+        generateCSRHandler({"/c", 0, {}, {{"CommonName", "bmc"}, {"ChallengePassword", "secret"}}});
+    expectMachineFault(request.code, request.message);
+    EXPECT_EQ(request.csr, "");
+    const CreateCertResult replaced = replaceCertificateHandler({"/c/1", "", "PEM", ""});
+    expectMachineFault(replaced.code, replaced.message);
+    EXPECT_EQ(
+        errors.text(),
+        "[ERROR] certificate backend: signing request: cannot make the directory "
+        "/proc/certificates: No such file or directory\n"
+        "[ERROR] certificate backend: replace: cannot make the directory /proc/certificates: No "
+        "such file or directory\n");
+}
+
+TEST_F(BackendLibrary, PassesRefusalsOn) {
     const CreateCertResult created = createCertificateHandler({TRUSTED, "", "PEM", "1", ""});
     EXPECT_EQ(created.code, 400);
     EXPECT_EQ(created.message.MessageId, "Base.1.9.PropertyValueFormatError");
@@ -90,7 +141,7 @@ TEST(BackendLibrary, PassesRefusalsOn) {
     EXPECT_EQ(deleted.message.MessageArgs, std::vector<std::string>{"/nothing"});
 }
 
-TEST(BackendLibrary, JudgesByTheClockOfTheMachine) {
+TEST_F(BackendLibrary, JudgesByTheClockOfTheMachine) {
     CertificateOptions options;
     options.notAfter = "20200101000000Z";
     options.notBefore = "20190101000000Z";

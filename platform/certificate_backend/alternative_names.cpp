@@ -1,0 +1,146 @@
+// All forms are plain ASCII: an internationalised name comes in its encoded form (RFC 5890).
+
+#include "platform/certificate_backend/alternative_names.h"
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+#include <string_view>
+
+#include <arpa/inet.h>
+
+namespace {
+
+constexpr std::size_t LONGEST_NAME = 253; // RFC 1035, 2.3.4, without the final dot
+constexpr std::size_t LONGEST_LABEL = 63;
+constexpr std::size_t LONGEST_URI = 1024;
+constexpr std::size_t LONGEST_LOCAL_PART = 64; // RFC 5321, 4.5.3.1
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+bool isLetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+bool isVisible(char c) {
+    return c > ' ' && c < '\x7f';
+}
+
+template <typename Test>
+bool consistsOf(std::string_view text, Test test) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), test);
+}
+
+bool isLabel(std::string_view label) {
+    return label.size() <= LONGEST_LABEL && !label.starts_with('-') && !label.ends_with('-') &&
+           consistsOf(label,
+                      [](char c) { return isLetter(c) || isDigit(c) || c == '-' || c == '_'; });
+}
+
+bool isHostName(std::string_view name) {
+    if (name.empty() || name.size() > LONGEST_NAME) {
+        return false;
+    }
+    for (std::size_t dot = name.find('.'); dot != std::string_view::npos; dot = name.find('.')) {
+        if (!isLabel(name.substr(0, dot))) {
+            return false;
+        }
+        name.remove_prefix(dot + 1);
+    }
+    return isLabel(name) && !consistsOf(name, isDigit); // "1.2.3" is a mistyped address
+}
+
+bool isDnsName(std::string_view name) {
+    return isHostName(name.starts_with("*.") ? name.substr(2) : name);
+}
+
+bool isEmail(std::string_view text) {
+    const std::size_t at = text.find('@');
+    return at != std::string_view::npos && at <= LONGEST_LOCAL_PART &&
+           consistsOf(text.substr(0, at), isVisible) && isHostName(text.substr(at + 1));
+}
+
+bool isUri(std::string_view text) {
+    const std::size_t colon = text.find(':');
+    if (colon == std::string_view::npos || text.size() > LONGEST_URI || !isLetter(text.front())) {
+        return false;
+    }
+    const std::string_view rest = text.substr(colon + 1);
+    const bool scheme = consistsOf(text.substr(0, colon), [](char c) {
+        return isLetter(c) || isDigit(c) || c == '+' || c == '-' || c == '.';
+    });
+    return scheme && consistsOf(rest, isVisible) && !consistsOf(rest, isDigit); // no "host:443"
+}
+
+// Takes the prefix from the value; false when it is not there.
+bool takePrefix(std::string_view& value, std::string_view prefix) {
+    const bool there =
+        value.size() > prefix.size() &&
+        std::equal(prefix.begin(), prefix.end(), value.begin(), [](char expected, char c) {
+            return (isLetter(c) ? static_cast<char>(c | 0x20) : c) == expected;
+        });
+    value.remove_prefix(there ? prefix.size() : 0);
+    return there;
+}
+
+GeneralNameHandle makeName(int form, int stringType, const void* bytes, std::size_t length) {
+    GeneralNameHandle name(GENERAL_NAME_new());
+    OctetStringHandle value(ASN1_STRING_type_new(stringType));
+    if (!name || !value || ASN1_STRING_set(value.get(), bytes, static_cast<int>(length)) != 1) {
+        throw std::runtime_error("cannot make an alternative name");
+    }
+    GENERAL_NAME_set0_value(name.get(), form, value.release());
+    return name;
+}
+
+GeneralNameHandle textName(int form, std::string_view text) {
+    return makeName(form, V_ASN1_IA5STRING, text.data(), text.size());
+}
+
+GeneralNameHandle addressName(std::string_view text) {
+    if (text.starts_with('[') && text.ends_with(']')) {
+        text = text.substr(1, text.size() - 2);
+    }
+    const std::string address(text);
+    std::array<unsigned char, 16> bytes{};
+    if (address.find('\0') != std::string::npos) {
+        return nullptr;
+    }
+    if (inet_pton(AF_INET, address.c_str(), bytes.data()) == 1) {
+        return makeName(GEN_IPADD, V_ASN1_OCTET_STRING, bytes.data(), 4);
+    }
+    return inet_pton(AF_INET6, address.c_str(), bytes.data()) == 1
+               ? makeName(GEN_IPADD, V_ASN1_OCTET_STRING, bytes.data(), bytes.size())
+               : nullptr;
+}
+
+} // namespace
+
+GeneralNameHandle alternativeName(const std::string& value) {
+    std::string_view text = value;
+    if (takePrefix(text, "dns:")) {
+        return isDnsName(text) ? textName(GEN_DNS, text) : nullptr;
+    }
+    if (takePrefix(text, "ip:")) {
+        return addressName(text);
+    }
+    if (takePrefix(text, "email:")) {
+        return isEmail(text) ? textName(GEN_EMAIL, text) : nullptr;
+    }
+    if (takePrefix(text, "uri:")) {
+        return isUri(text) ? textName(GEN_URI, text) : nullptr;
+    }
+    GeneralNameHandle address = addressName(text);
+    if (address) {
+        return address;
+    }
+    if (isDnsName(text)) {
+        return textName(GEN_DNS, text);
+    }
+    if (isUri(text)) {
+        return textName(GEN_URI, text);
+    }
+    return isEmail(text) ? textName(GEN_EMAIL, text) : nullptr;
+}

@@ -1,0 +1,289 @@
+// Each group of parameters has a reader that returns the refusal or nothing; the first refusal ends
+// it.
+
+#include "platform/certificate_backend/csr_parameters.h"
+
+#include <algorithm>
+#include <array>
+#include <set>
+#include <string_view>
+
+#include <openssl/objects.h>
+
+#include "platform/certificate_backend/alternative_names.h"
+#include "platform/certificate_backend/messages.h"
+#include "platform/certificate_backend/utf8.h"
+
+namespace {
+
+using Refusal = std::optional<MessageInfo>;
+
+struct SubjectParameter {
+    const char* name;
+    int attribute;
+    std::size_t longest; // characters; the upper bounds of RFC 5280, appendix A.1
+};
+
+// In the order in which they stand in the name.
+constexpr std::array<SubjectParameter, 11> SUBJECT_PARAMETERS = {{
+    {"Country", NID_countryName, 2},
+    {"State", NID_stateOrProvinceName, 128},
+    {"City", NID_localityName, 128},
+    {"Organization", NID_organizationName, 64},
+    {"OrganizationalUnit", NID_organizationalUnitName, 64},
+    {"CommonName", NID_commonName, 64},
+    {"GivenName", NID_givenName, 64},
+    {"Surname", NID_surname, 64},
+    {"Initials", NID_initials, 64},
+    {"ContactPerson", NID_name, 64},
+    {"Email", NID_pkcs9_emailAddress, 128},
+}};
+constexpr std::array<std::string_view, 4> OTHER_TEXT_PARAMETERS = {
+    "ChallengePassword", "KeyCurveId", "KeyPairAlgorithm", "UnstructuredName"};
+constexpr std::array<std::string_view, 2> ARRAY_PARAMETERS = {"AlternativeNames", "KeyUsage"};
+constexpr std::array<std::string_view, 2> PARAMETERS_ELSEWHERE = {"CertificateCollection",
+                                                                  "KeyBitLength"};
+constexpr std::size_t LONGEST_ATTRIBUTE = 255; // of PKCS #9 (RFC 2985, 5.4.1)
+constexpr std::size_t MOST_ALTERNATIVE_NAMES = 100;
+constexpr const char* HIDDEN = "******";
+
+struct Curve {
+    std::string_view redfishName;
+    const char* name;
+    std::int32_t bits;
+};
+constexpr std::array<Curve, 3> CURVES = {{
+    {"TPM_ECC_NIST_P256", "P-256", 256},
+    {"TPM_ECC_NIST_P384", "P-384", 384},
+    {"TPM_ECC_NIST_P521", "P-521", 521},
+}};
+constexpr std::array<std::int32_t, 3> RSA_BITS = {2048, 3072, 4096};
+
+Refusal wrongFormat(const std::string& value, const std::string& parameter) {
+    return parameterValueFormatError(shownInMessage(value), parameter, GENERATE_CSR_ACTION);
+}
+
+Refusal notInList(const std::string& value, const std::string& parameter) {
+    return parameterValueNotInList(shownInMessage(value), parameter, GENERATE_CSR_ACTION);
+}
+
+template <typename Names>
+bool holds(const Names& names, std::string_view name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+bool isTextParameter(std::string_view name) {
+    return holds(OTHER_TEXT_PARAMETERS, name) ||
+           std::any_of(SUBJECT_PARAMETERS.begin(), SUBJECT_PARAMETERS.end(),
+                       [&](const SubjectParameter& known) { return known.name == name; });
+}
+
+bool isPassedOver(std::string_view name) {
+    return name.find('@') != std::string_view::npos || name.starts_with("&&");
+}
+
+// The text parameter in its place, because a copy of a secret would outlive it; null when not
+// given.
+const std::string* textOf(const CSRRequest& request, const std::string& name) {
+    const auto found = request.stringParameters.find(name);
+    return found == request.stringParameters.end() ? nullptr : &found->second;
+}
+
+// The same for a parameter that counts as not given when it is empty.
+const std::string& optionalText(const CSRRequest& request, const std::string& name) {
+    static const std::string EMPTY;
+    const std::string* text = textOf(request, name);
+    return text == nullptr ? EMPTY : *text;
+}
+
+// One that has the wrong type or that the action does not have.
+Refusal strangeParameter(const std::string& name, const std::string& value, bool rightType) {
+    if (rightType || isPassedOver(name)) {
+        return std::nullopt;
+    }
+    if (isTextParameter(name) || holds(ARRAY_PARAMETERS, name) ||
+        holds(PARAMETERS_ELSEWHERE, name)) {
+        const std::string shown = name == "ChallengePassword" ? HIDDEN : shownInMessage(value);
+        return parameterValueTypeError(shown, name, GENERATE_CSR_ACTION);
+    }
+    return parameterUnknown(GENERATE_CSR_ACTION, shownInMessage(name));
+}
+
+// Sorted by name, so that of several wrong parameters it is always the same one that is told.
+Refusal checkNames(const CSRRequest& request) {
+    std::set<std::string> names;
+    for (const auto& [name, value] : request.stringParameters) {
+        names.insert(name);
+    }
+    for (const auto& [name, values] : request.arrayParameters) {
+        names.insert(name);
+    }
+    for (const std::string& name : names) {
+        const std::string* text = textOf(request, name);
+        Refusal refusal = text ? strangeParameter(name, *text, isTextParameter(name))
+                               : strangeParameter(name, "[]", holds(ARRAY_PARAMETERS, name));
+        if (refusal) {
+            return refusal;
+        }
+    }
+    return std::nullopt;
+}
+
+bool isAsciiLetters(std::string_view text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); });
+}
+
+std::string inUpperCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
+        return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+    });
+    return text;
+}
+
+// The attribute is an IA5String, so what follows the form of an address is ASCII as well.
+bool isEmailAddress(const std::string& text) {
+    const GeneralNameHandle name = alternativeName("email:" + text);
+    return name != nullptr;
+}
+
+Refusal readSubjectAttribute(const SubjectParameter& known, const std::string& value,
+                             CsrParameters& parameters) {
+    const std::optional<std::size_t> length = printableLength(value);
+    const bool country = known.attribute == NID_countryName;
+    const bool email = known.attribute == NID_pkcs9_emailAddress;
+    if (!length || *length > known.longest ||
+        (country && (value.size() != 2 || !isAsciiLetters(value))) ||
+        (email && !isEmailAddress(value))) {
+        return wrongFormat(value, known.name);
+    }
+    parameters.subject.push_back({known.attribute, country ? inUpperCase(value) : value});
+    return std::nullopt;
+}
+
+Refusal readSubject(const CSRRequest& request, CsrParameters& parameters) {
+    const std::string* commonName = textOf(request, "CommonName");
+    if (commonName == nullptr) {
+        return parameterMissing(GENERATE_CSR_ACTION, "CommonName");
+    }
+    if (commonName->empty()) {
+        return wrongFormat("", "CommonName");
+    }
+    for (const SubjectParameter& known : SUBJECT_PARAMETERS) {
+        const std::string& value = optionalText(request, known.name);
+        if (value.empty()) {
+            continue;
+        }
+        Refusal refusal = readSubjectAttribute(known, value, parameters);
+        if (refusal) {
+            return refusal;
+        }
+    }
+    return std::nullopt;
+}
+
+Refusal readAttributes(const CSRRequest& request, CsrParameters& parameters) {
+    const std::string* password = textOf(request, "ChallengePassword");
+    if (password != nullptr) {
+        const std::size_t length = printableLength(*password).value_or(0);
+        if (length == 0 || length > LONGEST_ATTRIBUTE) {
+            return wrongFormat(HIDDEN, "ChallengePassword");
+        }
+        parameters.challengePassword = *password;
+    }
+    parameters.unstructuredName = optionalText(request, "UnstructuredName");
+    const std::optional<std::size_t> length = printableLength(parameters.unstructuredName);
+    return length && *length <= LONGEST_ATTRIBUTE
+               ? std::nullopt
+               : wrongFormat(std::string(parameters.unstructuredName), "UnstructuredName");
+}
+
+const std::vector<std::string>& arrayOf(const CSRRequest& request, const std::string& name) {
+    static const std::vector<std::string> EMPTY;
+    const auto found = request.arrayParameters.find(name);
+    return found == request.arrayParameters.end() ? EMPTY : found->second;
+}
+
+Refusal readExtensions(const CSRRequest& request, CsrParameters& parameters) {
+    const std::vector<std::string>& names = arrayOf(request, "AlternativeNames");
+    if (names.size() > MOST_ALTERNATIVE_NAMES) {
+        return wrongFormat("more than " + std::to_string(MOST_ALTERNATIVE_NAMES) + " names",
+                           "AlternativeNames");
+    }
+    for (const std::string& value : names) {
+        GeneralNameHandle name = alternativeName(value);
+        if (!name) {
+            return wrongFormat(value, "AlternativeNames");
+        }
+        parameters.alternativeNames.push_back(std::move(name));
+    }
+    for (const std::string& value : arrayOf(request, "KeyUsage")) {
+        const std::optional<KeyUsageValue> usage = keyUsageNamed(value);
+        if (!usage) {
+            return notInList(value, "KeyUsage");
+        }
+        parameters.keyUsage.push_back(*usage);
+    }
+    return std::nullopt;
+}
+
+Refusal readRsaKey(const CSRRequest& request, const std::string& curveId,
+                   CsrParameters& parameters) {
+    if (!curveId.empty()) {
+        return wrongFormat(curveId, "KeyCurveId"); // a curve and RSA exclude each other
+    }
+    const std::int32_t bits = request.keyBitLength == 0 ? RSA_BITS.front() : request.keyBitLength;
+    if (std::find(RSA_BITS.begin(), RSA_BITS.end(), bits) == RSA_BITS.end()) {
+        return notInList(std::to_string(bits), "KeyBitLength");
+    }
+    parameters.rsaBits = static_cast<unsigned int>(bits);
+    return std::nullopt;
+}
+
+Refusal readEcKey(const CSRRequest& request, const std::string& curveId,
+                  CsrParameters& parameters) {
+    const auto* curve = curveId.empty()
+                            ? CURVES.begin()
+                            : std::find_if(CURVES.begin(), CURVES.end(), [&](const Curve& known) {
+                                  return known.redfishName == curveId;
+                              });
+    if (curve == CURVES.end()) {
+        return notInList(curveId, "KeyCurveId");
+    }
+    if (request.keyBitLength != 0 && request.keyBitLength != curve->bits) {
+        return wrongFormat(std::to_string(request.keyBitLength), "KeyBitLength");
+    }
+    parameters.curve = curve->name;
+    return std::nullopt;
+}
+
+// An algorithm that is not named follows from the rest: a curve means EC, a key length alone RSA,
+// and nothing at all EC on P-256.
+Refusal readKey(const CSRRequest& request, CsrParameters& parameters) {
+    const std::string& algorithm = optionalText(request, "KeyPairAlgorithm");
+    const std::string& curveId = optionalText(request, "KeyCurveId");
+    const bool lengthAlone = algorithm.empty() && curveId.empty() && request.keyBitLength != 0;
+    if (algorithm == "TPM_ALG_RSA" || lengthAlone) {
+        return readRsaKey(request, curveId, parameters);
+    }
+    if (algorithm.empty() || algorithm == "TPM_ALG_ECDSA" || algorithm == "TPM_ALG_ECDH") {
+        return readEcKey(request, curveId, parameters);
+    }
+    return notInList(algorithm, "KeyPairAlgorithm");
+}
+
+} // namespace
+
+std::optional<MessageInfo> readCsrParameters(const CSRRequest& request, CsrParameters& parameters) {
+    Refusal strange = checkNames(request);
+    if (strange) {
+        return strange;
+    }
+    for (const auto& read : {readSubject, readAttributes, readExtensions, readKey}) {
+        Refusal refusal = read(request, parameters);
+        if (refusal) {
+            return refusal;
+        }
+    }
+    return std::nullopt;
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+// Making a certification request (PKCS #10, RFC 2986).
+
+#include <string>
+
+#include "platform/certificate_backend/csr_parameters.h"
+#include "platform/certificate_backend/openssl_handles.h"
+
+// The request as PEM text: the subject name; subjectAltName, keyUsage (critical) and
+// extendedKeyUsage as requested extensions; challengePassword and unstructuredName as attributes
+// (RFC 2985); signed with SHA-256, or SHA-384 for P-384 and SHA-512 for P-521. Throws
+// std::runtime_error when OpenSSL cannot make it.
+[[nodiscard]] std::string signingRequestText(const CsrParameters& parameters, EVP_PKEY* key);
