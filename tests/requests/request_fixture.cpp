@@ -1,0 +1,125 @@
+// The fixture's start: the daemon's own logger writes to a file that the configuration names.
+
+#include "tests/requests/request_fixture.h"
+
+#include <regex>
+#include <stdexcept>
+
+#include "core/logger.h"
+#include "tests/support/daemon_process.h"
+#include "tests/support/temp_files.h"
+
+namespace {
+
+const std::string CONFIGURATION = "/usr/local/etc/nginx/CertificateService.conf";
+const std::string LOG_FILE = "/tmp/certificate-service.log";
+
+std::string joined(const std::vector<std::string>& texts) {
+    std::string result;
+    for (const auto& text : texts) {
+        result += (result.empty() ? "" : ", ") + text;
+    }
+    return result;
+}
+
+} // namespace
+
+RequestFixture::RequestFixture() : client(server), work(server) {
+    configure();
+}
+
+RequestFixture::~RequestFixture() {
+    gLogger = nullptr;
+}
+
+void RequestFixture::configure(const std::map<std::string, std::string>& settings) {
+    std::string text = "LOG_FILE=" + LOG_FILE + "\n";
+    for (const auto& [key, value] : settings) {
+        text += key + "=" + value + "\n";
+    }
+    writeFile(CONFIGURATION, text);
+    logger = std::make_unique<Logger>();
+    logger->init(CONFIGURATION);
+    gLogger = logger.get();
+}
+
+std::string RequestFixture::log() {
+    return withoutTimes(readFileIfAny(LOG_FILE));
+}
+
+std::string RequestFixture::loadEventScript(const std::string& lua) {
+    std::string digest = client.command("SCRIPT", "LOAD", lua).text;
+    client.command("HSET", "redisSHAScripts", "resourceChange", digest);
+    return digest;
+}
+
+std::string RequestFixture::answer(const std::string& statusKey) {
+    const FrontEndAnswer found = readStatus(client, statusKey);
+    const auto word = found.status.find("&&ReturnStatus");
+    if (word == found.status.end()) {
+        return "no status";
+    }
+    std::string text = word->second;
+    if (!found.messageId.empty()) {
+        text += " " + found.messageId + " (" + joined(found.messageArgs) + ")";
+    }
+    if (!found.relatedProperties.empty()) {
+        text += " [" + joined(found.relatedProperties) + "]";
+    }
+    return text;
+}
+
+std::string commandText(const Commands& commands) {
+    static const std::regex etag(R"((\\+")[0-9]{13}(\\+"))");
+    return std::regex_replace(describeCommands(commands), etag, "$1ETAG$2");
+}
+
+std::string failureCommands(const std::string& status, const std::string& messageId,
+                            const std::vector<std::string>& arguments) {
+    std::string text =
+        "HGET webDefaultValue REDIS_CONNECTION_DEFAULT_TIMEOUT\n"
+        "TYPE status/1/result\n"
+        "INCR Array-Member-Sequence-ID\n"
+        "HSET status/1/result &&ExtendedInfo status/1/ExtendedInfo\n"
+        "HSET status/1/result &&ReturnStatus " +
+        status +
+        "\n"
+        "TYPE status/1/ExtendedInfo/1\n"
+        "INCR Array-Member-Sequence-ID\n"
+        "HSET status/1/ExtendedInfo/1 &&MessageArgs status/1/ExtendedInfo/1/MessageArgs\n"
+        "HSET status/1/ExtendedInfo/1 &&MessageId " +
+        messageId +
+        "\n"
+        "EXPIRE status/1/ExtendedInfo/1 6\n";
+    if (!arguments.empty()) {
+        text += "TYPE status/1/ExtendedInfo/1/MessageArgs\n"
+                "INCR Array-Member-Sequence-ID\n";
+        for (const auto& argument : arguments) {
+            text += "RPUSH status/1/ExtendedInfo/1/MessageArgs \"\\\"" + argument + "\\\"\"\n";
+        }
+        text += "EXPIRE status/1/ExtendedInfo/1/MessageArgs 6\n";
+    }
+    return text + "TYPE status/1/ExtendedInfo\n"
+                  "INCR Array-Member-Sequence-ID\n"
+                  "RPUSH status/1/ExtendedInfo \"\\\"status/1/ExtendedInfo/1\\\"\"\n"
+                  "EXPIRE status/1/ExtendedInfo 6\n";
+}
+
+FrontEndRequest creationRequest() {
+    FrontEndRequest request;
+    request.kind = RequestKind::CREATE;
+    request.targetUri = COLLECTION;
+    request.body = R"({"CertificateString":"client's text","CertificateType":"PEM"})";
+    request.statusKey = STATUS_KEY;
+    request.returnChannel = RETURN_CHANNEL;
+    return request;
+}
+
+FrontEndRequest deletionRequest(const std::string& certificateUri) {
+    FrontEndRequest request;
+    request.kind = RequestKind::REMOVE;
+    request.targetUri = certificateUri;
+    request.statusKey = STATUS_KEY;
+    request.returnChannel = RETURN_CHANNEL;
+    return request;
+}
