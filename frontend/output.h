@@ -1,0 +1,41 @@
+#pragma once
+
+// What the commands show: words for a person, or one JSON document for a script.
+//
+// Results go to standard output, progress and errors to standard error. Words are coloured when
+// they go to a terminal and NO_COLOR is not set. Texts from elsewhere are shown without control
+// characters.
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <string>
+
+struct FrontEndError;
+struct ServiceAnswer;
+
+enum class Colour { NONE, GOOD, BAD, SOFT };
+
+// The line with a line end. colour has an effect on a terminal only.
+void printLine(const std::string& line, Colour colour = Colour::NONE);
+
+// The same on standard error.
+void printNote(const std::string& line, Colour colour = Colour::NONE);
+
+// "  name     text"
+void printField(const std::string& name, const std::string& text);
+
+// Indented over several lines, or on one line; with a line end.
+void printJson(const nlohmann::json& document, bool compact = false);
+
+// The service's refusal: in words on standard error, and as JSON on standard output when asked for.
+// EXIT_REFUSED.
+int reportRefusal(const ServiceAnswer& answer, bool json);
+
+// An error of the front end, in the same way. Its exit status.
+int reportError(const FrontEndError& error, bool json);
+
+// The certificate resource in a few lines.
+void printCertificate(const nlohmann::json& certificate);
+
+// "12 ms", "3.2 s"
+[[nodiscard]] std::string durationText(double seconds);

@@ -1,0 +1,10 @@
+#pragma once
+
+// The challenge password of a signing request, which travels encrypted.
+
+#include <string>
+
+// The password as the hexadecimal cipher text that the daemon decrypts. Makes the key file
+// (/var/nginx/pkey.tmp, 32 random bytes, readable by its owner alone) when there is none. Throws
+// FrontEndError with EXIT_LOCAL_FILE when the key file cannot be made or used.
+[[nodiscard]] std::string encryptChallengePassword(const std::string& password);
