@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
-#include <optional>
 
 namespace {
 
@@ -49,15 +48,16 @@ int readLifetime(redisContext* context) {
 // Writes the keys of one answer's extended information.
 struct ExtendedInfoWriter {
     redisContext* context;
-    std::optional<int> lifetime; // none: the keys stay
+    bool setExpiry; // otherwise the keys stay
+    int lifetime;   // seconds
 
     bool write(const std::string& key, const nlohmann::json& value, const char* failure) const {
         if (writeResource(context, key, value) != STORE_OK) {
             gLogger->error("%s", failure);
             return false;
         }
-        if (lifetime) {
-            (void)redisExpire(context, key, *lifetime);
+        if (setExpiry) {
+            (void)redisExpire(context, key, lifetime);
         }
         return true;
     }
@@ -108,7 +108,7 @@ bool writeReturnStatus(redisContext* context, const std::string& statusKey, nloh
         gLogger->error("writeReturnStatus write return status key failed.");
         return false;
     }
-    const ExtendedInfoWriter writer = {context, setExpiry ? std::optional(lifetime) : std::nullopt};
+    const ExtendedInfoWriter writer = {context, setExpiry, lifetime};
     return writeExtendedInfo(writer, keys, messageId, messageArgs, relatedProperties);
 }
 
