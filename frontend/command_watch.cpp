@@ -30,7 +30,7 @@ void showEvent(const ResourceEvent& event, bool asJson) {
                   true);
         return;
     }
-    printLine(timeOfDay() + "  event  " + padded(event.operation, 9) + padded(event.type, 22) +
+    printLine(timeOfDay() + "  event  " + padded(event.operation, 10) + padded(event.type, 23) +
               event.uri + "  (group " + event.groupId + ")");
 }
 
@@ -39,7 +39,7 @@ void showTaskChange(const TaskChange& change, bool asJson) {
         printJson({{"kind", "task"}, {"state", change.state}, {"uri", change.taskUri}}, true);
         return;
     }
-    printLine(timeOfDay() + "  task   " + padded(change.state, 9) + padded("Task", 22) +
+    printLine(timeOfDay() + "  task   " + padded(change.state, 10) + padded("Task", 23) +
               change.taskUri);
 }
 

@@ -217,9 +217,13 @@ void addKeyOptions(CLI::App& command, CommandLine& line) {
     command.add_option("--algorithm", line.csrParameters["KeyPairAlgorithm"],
                        "key algorithm: RSA, ECDSA or ECDH (default: from --rsa or --curve)");
     CLI::Option* password =
-        command.add_option("--challenge-password", line.csr.challengePassword,
-                           "challenge password; other users of this machine may see it in the list "
-                           "of processes");
+        command
+            .add_option("--challenge-password", line.csr.challengePassword,
+                        "challenge password; other users of this machine may see it in the list "
+                        "of processes")
+            ->check([](const std::string& text) {
+                return text.empty() ? "the password must not be empty" : std::string();
+            });
     command
         .add_option("--challenge-password-file", line.passwordFile,
                     "file whose first line is the challenge password; - for standard input")
@@ -328,8 +332,13 @@ void completeCsrOptions(CommandLine& line) {
         }
     }
     if (!line.passwordFile.empty()) {
-        const std::string text = readTextFile(line.passwordFile);
+        std::string text = readTextFile(line.passwordFile);
         line.csr.challengePassword = text.substr(0, text.find_first_of("\r\n"));
+        wipeText(text);
+        if (line.csr.challengePassword.empty()) {
+            throw FrontEndError(EXIT_LOCAL_FILE,
+                                line.passwordFile + ": holds no password in its first line.");
+        }
     }
 }
 

@@ -8,7 +8,7 @@ namespace {
 
 struct MessageText {
     std::string_view name; // registry and message, without the version
-    std::string_view text; // %1 to %9 stand for the arguments
+    std::string_view text; // %1 to %9 stand for the arguments; one at the end may be a sentence
 };
 
 constexpr std::array<MessageText, 26> MESSAGE_TEXTS = {{
@@ -16,7 +16,7 @@ constexpr std::array<MessageText, 26> MESSAGE_TEXTS = {{
     {"Base.ActionParameterMissing", "The action %1 needs the parameter %2, which is missing."},
     {"Base.ActionParameterUnknown", "The action %1 has no parameter %2."},
     {"Base.ActionParameterValueFormatError",
-     "The value '%1' of the parameter %2 has a form that the action %3 cannot use."},
+     "The parameter %2 of the action %3 has an unusable value: %1"},
     {"Base.ActionParameterValueNotInList",
      "The value '%1' of the parameter %2 is none of those that the action %3 takes."},
     {"Base.ActionParameterValueTypeError",
@@ -29,8 +29,7 @@ constexpr std::array<MessageText, 26> MESSAGE_TEXTS = {{
     {"Base.NoOperation", "Nothing was changed: the request asks for what is there already."},
     {"Base.PropertyMissing", "The request lacks the property %1."},
     {"Base.PropertyUnknown", "There is no property %1."},
-    {"Base.PropertyValueFormatError",
-     "The value '%1' of the property %2 is in a form that cannot be used."},
+    {"Base.PropertyValueFormatError", "The property %2 has an unusable value: %1"},
     {"Base.PropertyValueNotInList",
      "The value '%1' of the property %2 is none of those that are supported."},
     {"Base.PropertyValueTypeError", "The value '%1' of the property %2 is of the wrong type."},
