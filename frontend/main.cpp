@@ -76,15 +76,25 @@ std::string withoutFinalSlash(std::string uri) {
 }
 
 const CLI::Validator& uriCheck() {
-    static CLI::Validator check = [] {
-        CLI::Validator validator(
-            [](std::string& uri) {
-                uri = withoutFinalSlash(uri);
-                return uriFault(uri);
-            },
-            "URI");
-        return validator;
-    }();
+    static const CLI::Validator check(
+        [](std::string& uri) {
+            uri = withoutFinalSlash(uri);
+            return uriFault(uri);
+        },
+        "");
+    return check;
+}
+
+// Up to a million: longer times and larger counts are slips of the keyboard.
+const CLI::Validator& positiveCheck() {
+    static const CLI::Validator check(
+        [](std::string& text) {
+            double number = 0;
+            const bool good =
+                CLI::detail::lexical_cast(text, number) && number > 0 && number <= 1e6;
+            return good ? std::string() : "'" + text + "' is no number above 0 and up to 1000000";
+        },
+        "");
     return check;
 }
 
@@ -115,6 +125,7 @@ void addInit(CLI::App& app, CommandLine& line) {
     command
         ->add_option("--collection", line.init.collectionUris,
                      "a certificate collection to set up; may be repeated")
+        ->type_name("URI")
         ->transform(uriCheck())
         ->default_str(DEFAULT_COLLECTION_URI);
     command->callback([&line] {
@@ -124,7 +135,7 @@ void addInit(CLI::App& app, CommandLine& line) {
 
 void addGet(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand("get", "Show a resource as JSON.");
-    command->add_option("URI", line.get.uri, "the resource")->required();
+    command->add_option("URI", line.get.uri, "the resource")->type_name("")->required();
     command->add_flag("--raw", line.get.raw, "show the Redis records behind it");
     command->footer("\nExample:\n  certificatectl get --raw /redfish/v1/CertificateService");
     command->callback([&line] {
@@ -135,15 +146,19 @@ void addGet(CLI::App& app, CommandLine& line) {
 void addCreate(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand("create", "Install a certificate in a collection.");
     command->add_option("COLLECTION", line.create.collectionUri, "the certificate collection")
+        ->type_name("")
         ->required()
         ->transform(uriCheck());
     command
         ->add_option("FILE", line.create.file,
                      "the certificate text, with its private key unless the key was made by\n"
                      "generate-csr; - for standard input")
+        ->type_name("")
         ->required();
-    command->add_option("--type", line.create.type,
-                        "PEM, PEMchain or PKCS7 (default: as the text looks)");
+    command
+        ->add_option("--type", line.create.type,
+                     "PEM, PEMchain or PKCS7 (default: as the text looks)")
+        ->type_name("NAME");
     command->footer("\nExample:\n"
                     "  cat server.crt server.key | certificatectl create \\\n"
                     "      /redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates -");
@@ -155,6 +170,7 @@ void addCreate(CLI::App& app, CommandLine& line) {
 void addDelete(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand("delete", "Remove a certificate.");
     command->add_option("URI", line.remove.uri, "the certificate")
+        ->type_name("")
         ->required()
         ->transform(uriCheck());
     command->callback([&line] {
@@ -166,12 +182,16 @@ void addReplace(CLI::App& app, CommandLine& line) {
     CLI::App* command =
         app.add_subcommand("replace", "Put another certificate in the place of an installed one.");
     command->add_option("URI", line.replace.uri, "the installed certificate")
+        ->type_name("")
         ->required()
         ->transform(uriCheck());
     command->add_option("FILE", line.replace.file, "the new certificate text; - for standard input")
+        ->type_name("")
         ->required();
-    command->add_option("--type", line.replace.type,
-                        "PEM, PEMchain or PKCS7 (default: as the text looks)");
+    command
+        ->add_option("--type", line.replace.type,
+                     "PEM, PEMchain or PKCS7 (default: as the text looks)")
+        ->type_name("NAME");
     command->callback([&line] {
         line.command = [&line](const auto& common) { return runReplace(common, line.replace); };
     });
@@ -207,26 +227,34 @@ void addCsrParameters(CLI::App& command, CommandLine& line) {
 }
 
 void addKeyOptions(CLI::App& command, CommandLine& line) {
-    CLI::Option* rsa = command.add_option("--rsa", line.csr.keyBitLength,
-                                          "an RSA key of so many bits: 2048, 3072 or 4096; runs as "
-                                          "a task");
+    CLI::Option* rsa = command
+                           .add_option("--rsa", line.csr.keyBitLength,
+                                       "an RSA key of so many bits: 2048, 3072 or 4096; runs as "
+                                       "a task")
+                           ->type_name("BITS")
+                           ->check(positiveCheck());
     command
         .add_option("--curve", line.csrParameters["KeyCurveId"],
                     "an elliptic-curve key: P256, P384 or P521")
+        ->type_name("NAME")
         ->excludes(rsa);
-    command.add_option("--algorithm", line.csrParameters["KeyPairAlgorithm"],
-                       "key algorithm: RSA, ECDSA or ECDH (default: from --rsa or --curve)");
+    command
+        .add_option("--algorithm", line.csrParameters["KeyPairAlgorithm"],
+                    "key algorithm: RSA, ECDSA or ECDH (default: from --rsa or --curve)")
+        ->type_name("NAME");
     CLI::Option* password =
         command
             .add_option("--challenge-password", line.csr.challengePassword,
                         "challenge password; other users of this machine may see it in the list "
                         "of processes")
+            ->type_name("TEXT")
             ->check([](const std::string& text) {
                 return text.empty() ? "the password must not be empty" : std::string();
             });
     command
         .add_option("--challenge-password-file", line.passwordFile,
                     "file whose first line is the challenge password; - for standard input")
+        ->type_name("FILE")
         ->excludes(password);
 }
 
@@ -236,6 +264,7 @@ void addGenerateCsr(CLI::App& app, CommandLine& line) {
     command
         ->add_option("COLLECTION", line.csr.collectionUri,
                      "the collection that the certificate will go into")
+        ->type_name("")
         ->required()
         ->transform(uriCheck());
     addCsrParameters(*command, line);
@@ -243,15 +272,19 @@ void addGenerateCsr(CLI::App& app, CommandLine& line) {
         ->add_option("--san", line.csr.alternativeNames,
                      "alternative name: DNS name, IP address, e-mail address or URI; may be "
                      "repeated")
+        ->type_name("NAME")
         ->allow_extra_args(false);
     command
         ->add_option("--key-usage", line.csr.keyUsage,
                      "key usage, such as DigitalSignature or ServerAuthentication; may be "
                      "repeated")
+        ->type_name("NAME")
         ->allow_extra_args(false);
     addKeyOptions(*command, line);
-    command->add_option("-o,--output", line.csr.outputFile,
-                        "file for the signing request (default: standard output)");
+    command
+        ->add_option("-o,--output", line.csr.outputFile,
+                     "file for the signing request (default: standard output)")
+        ->type_name("FILE");
     command->add_flag("--no-wait", line.csr.noWait,
                       "when it runs as a task: print the task's URI and end");
     command->footer(
@@ -266,9 +299,13 @@ void addGenerateCsr(CLI::App& app, CommandLine& line) {
 void addAction(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand(
         "action", "Send an action with a body of your own, and show the answer.");
-    command->add_option("TARGET", line.action.targetUri, "the action's target URI")->required();
-    command->add_option("--body", line.action.bodyFile,
-                        "file with the JSON object to send; - for standard input");
+    command->add_option("TARGET", line.action.targetUri, "the action's target URI")
+        ->type_name("")
+        ->required();
+    command
+        ->add_option("--body", line.action.bodyFile,
+                     "file with the JSON object to send; - for standard input")
+        ->type_name("FILE");
     command->callback([&line] {
         line.command = [&line](const auto& common) { return runAction(common, line.action); };
     });
@@ -277,10 +314,11 @@ void addAction(CLI::App& app, CommandLine& line) {
 void addTasks(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand(
         "tasks", "List the tasks with their states, or show one with its signing request.");
-    CLI::Option* uri = command->add_option("URI", line.tasks.uri, "one task");
+    CLI::Option* uri = command->add_option("URI", line.tasks.uri, "one task")->type_name("");
     command
         ->add_option("-o,--output", line.tasks.outputFile,
                      "file for the task's signing request; - for standard output")
+        ->type_name("FILE")
         ->needs(uri);
     command->add_flag("--clear", line.tasks.clear, "remove tasks that have ended")->excludes(uri);
     command->callback([&line] {
@@ -292,9 +330,11 @@ void addWatch(CLI::App& app, CommandLine& line) {
     CLI::App* command = app.add_subcommand(
         "watch", "Show resource events and task states as they come, until Ctrl-C.");
     command->add_option("--count", line.watch.count, "end after so many lines")
-        ->check(CLI::PositiveNumber);
+        ->type_name("N")
+        ->check(positiveCheck());
     command->add_option("--seconds", line.watch.seconds, "end after so many seconds")
-        ->check(CLI::PositiveNumber);
+        ->type_name("N")
+        ->check(positiveCheck());
     command->callback([&line] {
         line.command = [&line](const auto& common) { return runWatch(common, line.watch); };
     });
@@ -302,13 +342,19 @@ void addWatch(CLI::App& app, CommandLine& line) {
 
 void describe(CLI::App& app, CommandLine& line) {
     app.footer(FOOTER);
+    app.get_formatter()->column_width(34);
     app.set_version_flag("--version", "certificatectl " CERTIFICATECTL_VERSION);
     app.require_subcommand(1);
+    app.failure_message([](const CLI::App* /*failed*/, const CLI::Error& error) {
+        return "certificatectl: " + std::string(error.what()) +
+               "\n  `certificatectl COMMAND --help` tells what a command takes.\n";
+    });
     app.fallthrough();
     app.add_flag("--json", line.common.json, "show the result as JSON");
     app.add_option("--timeout", line.common.timeout,
                    "seconds to wait for the daemon (default: 30, and 600 for a task)")
-        ->check(CLI::PositiveNumber);
+        ->type_name("SECONDS")
+        ->check(positiveCheck());
     addInit(app, line);
     addGet(app, line);
     addCreate(app, line);
