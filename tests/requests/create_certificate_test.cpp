@@ -389,8 +389,8 @@ TEST_F(CreateCertificate, MemberThatCannotBeLinkedLeavesTheResource) {
     client.command("DEL", "&&" + COLLECTION + "/Members");
     client.command("SET", "&&" + COLLECTION + "/Members", "no list");
     EXPECT_EQ(commandsOf(creationRequest(), 0),
-              READ_RECORD + READ_BODY + READ_TYPES + WRITE_RESOURCE + WRITE_KEY + //
-                  WRITE_DEFAULT + PUBLISH);
+              READ_RECORD + READ_BODY + READ_TYPES + WRITE_RESOURCE + WRITE_KEY + "LPUSH &&" +
+                  COLLECTION + "/Members \"&&ObjectRef " + NEW + "\"\n" + WRITE_DEFAULT + PUBLISH);
     EXPECT_EQ(log(), "[Error]: Create certificate: update Certificate Collection failed.\n" +
                          GENERIC_LINE);
     EXPECT_EQ(answer(), DEFAULT_ANSWER);

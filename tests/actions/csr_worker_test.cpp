@@ -1,0 +1,343 @@
+// The worker of the signing requests that run as tasks.
+
+#include "actions/csr_worker.h"
+
+#include <nlohmann/json.hpp>
+#include <pthread.h>
+#include <unistd.h>
+
+#include "actions/certificate_action.h"
+#include "actions/pending_csr.h"
+#include "tests/actions/action_fixture.h"
+#include "tests/support/fake_backend.h"
+#include "tests/support/temp_files.h"
+#include "tests/support/wait.h"
+
+namespace {
+
+const std::string BEGIN_LINE = "[Debug]: begin process async CSR thread.\n";
+const std::string NULL_LINE = "[Error]: Failed to get pending request from queue.\n";
+const std::string THREE_NULL_LINES = NULL_LINE + NULL_LINE + NULL_LINE;
+
+class CSRWorker : public ActionFixture {
+protected:
+    CSRWorker() : tasks(server) {
+        tasks.command("SUBSCRIBE", "TASK_STATE_CHANGE");
+        writeConnectionFiles(server);
+    }
+
+    ~CSRWorker() override {
+        if (started) {
+            stop();
+        }
+        for (const PendingCSR* record : pendingCSRQueue.entries) {
+            delete record;
+        }
+        pendingCSRQueue.entries.clear();
+    }
+
+    void start() {
+        ASSERT_EQ(pthread_create(&worker, nullptr, asyncCSRWorker, nullptr), 0);
+        started = true;
+    }
+
+    void join() {
+        EXPECT_EQ(pthread_join(worker, nullptr), 0);
+        started = false;
+    }
+
+    // Three passes that find a null entry end the worker, after everything queued before.
+    void stop() {
+        pushPendingCSR(nullptr);
+        join();
+    }
+
+    static PendingCSR* push(const std::string& taskUri) {
+        CSRRequest request;
+        request.collectionUri = COLLECTION;
+        request.keyBitLength = 2048;
+        request.stringParameters = {{"KeyPairAlgorithm", "TPM_ALG_RSA"}};
+        auto* record = new PendingCSR{request, taskUri, COLLECTION};
+        pushPendingCSR(record);
+        return record;
+    }
+
+    // The next task-state message; empty when none comes.
+    std::string nextState() {
+        RedisAnswer message;
+        return tasks.nextMessage(message, WAIT_LIMIT_SECONDS) ? message.texts().back()
+                                                              : std::string();
+    }
+
+    RedisClient tasks;
+    pthread_t worker{};
+    bool started = false;
+};
+
+const std::string RESULT = "&&" + TASK + "/Result";
+const std::string INFORMATION = "&&" + TASK + "/ExtendedInfo";
+
+TEST_F(CSRWorker, CompletedTaskSendsTheseCommands) {
+    setBackendAnswers(R"({"generateCSR":{"csr":"text"}})");
+    push(TASK);
+    CommandMonitor monitor(server);
+    start();
+    stop();
+    EXPECT_EQ(describeCommands(monitor.commands()),
+              "PUBLISH TASK_STATE_CHANGE \"" + TASK +
+                  " Running null null\"\n"
+                  "TYPE " +
+                  RESULT +
+                  "/ResponseData\n"
+                  "INCR Array-Member-Sequence-ID\n"
+                  "HSET " +
+                  RESULT + "/ResponseData \"&&ObjectRef CertificateCollection " + COLLECTION +
+                  "\" \"\"\n"
+                  "HSET " +
+                  RESULT +
+                  "/ResponseData CSRString \"\\\"text\\\"\"\n"
+                  "HGET webDefaultValue REDIS_CONNECTION_DEFAULT_TIMEOUT\n"
+                  "TYPE " +
+                  RESULT +
+                  "\n"
+                  "INCR Array-Member-Sequence-ID\n"
+                  "HSET " +
+                  RESULT + " &&ResponseData " + RESULT +
+                  "/ResponseData\n"
+                  "HSET " +
+                  RESULT +
+                  " &&ReturnStatus OK_RES\n"
+                  "TYPE " +
+                  INFORMATION +
+                  "/1\n"
+                  "INCR Array-Member-Sequence-ID\n"
+                  "EXPIRE " +
+                  INFORMATION +
+                  "/1 6\n"
+                  "TYPE " +
+                  INFORMATION +
+                  "\n"
+                  "INCR Array-Member-Sequence-ID\n"
+                  "RPUSH " +
+                  INFORMATION + " \"\\\"" + INFORMATION +
+                  "/1\\\"\"\n"
+                  "EXPIRE " +
+                  INFORMATION +
+                  " 6\n"
+                  "PUBLISH TASK_STATE_CHANGE \"" +
+                  TASK + " Completed null null\"\n");
+    EXPECT_EQ(log(), BEGIN_LINE + THREE_NULL_LINES);
+}
+
+TEST_F(CSRWorker, FailedTaskSendsTheseCommandsAndNothingExpires) {
+    setBackendAnswers(R"({"generateCSR":{"code":400,"message":{"MessageId":"Own.1.0.Text",
+        "MessageArgs":["a"],"RelatedProperties":["/City"]}}})");
+    push(TASK);
+    CommandMonitor monitor(server);
+    start();
+    stop();
+    EXPECT_EQ(describeCommands(monitor.commands()),
+              "PUBLISH TASK_STATE_CHANGE \"" + TASK +
+                  " Running null null\"\n"
+                  "HGET webDefaultValue REDIS_CONNECTION_DEFAULT_TIMEOUT\n"
+                  "TYPE " +
+                  RESULT +
+                  "\n"
+                  "INCR Array-Member-Sequence-ID\n"
+                  "HSET " +
+                  RESULT + " &&ExtendedInfo " + INFORMATION +
+                  "\n"
+                  "HSET " +
+                  RESULT +
+                  " &&ReturnStatus FAILURE\n"
+                  "TYPE " +
+                  INFORMATION +
+                  "/1\n"
+                  "INCR Array-Member-Sequence-ID\n"
+                  "HSET " +
+                  INFORMATION + "/1 &&MessageArgs " + INFORMATION +
+                  "/1/MessageArgs\n"
+                  "HSET " +
+                  INFORMATION +
+                  "/1 &&MessageId Own.1.0.Text\n"
+                  "HSET " +
+                  INFORMATION + "/1 &&RelatedProperties " + INFORMATION +
+                  "/1/RelatedProperties\n"
+                  "TYPE " +
+                  INFORMATION +
+                  "/1/MessageArgs\n"
+                  "INCR Array-Member-Sequence-ID\n"
+                  "RPUSH " +
+                  INFORMATION +
+                  "/1/MessageArgs \"\\\"a\\\"\"\n"
+                  "TYPE " +
+                  INFORMATION +
+                  "/1/RelatedProperties\n"
+                  "INCR Array-Member-Sequence-ID\n"
+                  "RPUSH " +
+                  INFORMATION +
+                  "/1/RelatedProperties \"\\\"/City\\\"\"\n"
+                  "TYPE " +
+                  INFORMATION +
+                  "\n"
+                  "INCR Array-Member-Sequence-ID\n"
+                  "RPUSH " +
+                  INFORMATION + " \"\\\"" + INFORMATION +
+                  "/1\\\"\"\n"
+                  "PUBLISH TASK_STATE_CHANGE \"" +
+                  TASK + " Exception null null " + INFORMATION + "\"\n");
+    EXPECT_EQ(answer(RESULT), "FAILURE Own.1.0.Text (a) [/City]");
+    EXPECT_EQ(log(), BEGIN_LINE + "[Error]: generateCSR: asynchronously generate key failed.\n" +
+                         THREE_NULL_LINES);
+}
+
+TEST_F(CSRWorker, CodeDecidesWhenTheBackendGivesNoMessage) {
+    setBackendAnswers(R"({"generateCSR":[{"code":400},{"code":500},{"code":0}]})");
+    push("/t/1");
+    push("/t/2");
+    push("/t/3");
+    start();
+    stop();
+    EXPECT_EQ(answer("&&/t/1/Result"), "FAILURE ExtendedError.1.2.BadRequest ()");
+    EXPECT_EQ(answer("&&/t/2/Result"), "EXCEPTION ExtendedError.1.2.DatabaseOperationError ()");
+    EXPECT_EQ(answer("&&/t/3/Result"), "EXCEPTION ExtendedError.1.2.DatabaseOperationError ()");
+    EXPECT_EQ(client.command("TTL", "&&/t/1/ExtendedInfo").integer, -1);
+    EXPECT_EQ(client.command("TTL", "&&/t/1/ExtendedInfo/1").integer, -1);
+}
+
+TEST_F(CSRWorker, OldestTaskRunsFirst) {
+    setBackendAnswers(R"({"generateCSR":[{"csr":"1"},{"code":500},{"csr":"3"}]})");
+    push("/t/1");
+    push("/t/2");
+    start();
+    push("/t/3");
+    const std::vector<std::string> expected = {
+        "/t/1 Running null null", "/t/1 Completed null null",
+        "/t/2 Running null null", "/t/2 Exception null null &&/t/2/ExtendedInfo",
+        "/t/3 Running null null", "/t/3 Completed null null",
+    };
+    std::vector<std::string> states;
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        states.push_back(nextState());
+    }
+    EXPECT_EQ(states, expected);
+    EXPECT_EQ(client.hash("&&/t/3/Result/ResponseData").at("CSRString"), "\"3\"");
+}
+
+TEST_F(CSRWorker, BackendGetsTheQueuedRequest) {
+    CSRRequest request;
+    request.collectionUri = COLLECTION;
+    request.keyBitLength = 3072;
+    request.arrayParameters = {{"KeyUsage", {"b", "a"}}};
+    request.stringParameters = {{"ChallengePassword", "plain"}, {"City", "Town"}};
+    pushPendingCSR(new PendingCSR{request, TASK, COLLECTION});
+    start();
+    stop();
+    EXPECT_EQ(backendCalls(),
+              std::vector<std::string>{R"({"arrayParameters":{"KeyUsage":["b","a"]},)"
+                                       R"("collectionUri":")" +
+                                       COLLECTION +
+                                       R"(","handler":"generateCSR","keyBitLength":3072,)"
+                                       R"("stringParameters":{"ChallengePassword":"plain",)"
+                                       R"("City":"Town"}})"});
+}
+
+TEST_F(CSRWorker, QueueIsOpenWhileTheBackendWorks) {
+    setBackendAnswers(R"({"generateCSR":[{"waitForFile":"/run/go"},{}]})");
+    start();
+    push("/t/1");
+    EXPECT_EQ(nextState(), "/t/1 Running null null");
+    EXPECT_TRUE(waitUntil([] { return backendCalls().size() == 1; }));
+    push("/t/2");
+    ASSERT_EQ(pthread_mutex_trylock(&pendingCSRQueue.mutex), 0);
+    const std::size_t queued = pendingCSRQueue.entries.size();
+    pthread_mutex_unlock(&pendingCSRQueue.mutex);
+    EXPECT_EQ(queued, 1U);
+    writeFile("/run/go", "");
+    EXPECT_EQ(nextState(), "/t/1 Completed null null");
+    EXPECT_EQ(nextState(), "/t/2 Running null null");
+    EXPECT_EQ(nextState(), "/t/2 Completed null null");
+}
+
+TEST_F(CSRWorker, WakeUpsWithoutAnEntryWaitAgain) {
+    start();
+    for (int i = 0; i < 100; ++i) {
+        pthread_mutex_lock(&pendingCSRQueue.mutex);
+        pthread_cond_broadcast(&pendingCSRQueue.notEmpty);
+        pthread_mutex_unlock(&pendingCSRQueue.mutex);
+        usleep(1000);
+    }
+    push("/t/1");
+    EXPECT_EQ(nextState(), "/t/1 Running null null");
+    EXPECT_EQ(nextState(), "/t/1 Completed null null");
+    EXPECT_EQ(log(), BEGIN_LINE);
+}
+
+TEST_F(CSRWorker, NullEntryEndsItAfterThreePassesAndStays) {
+    pushPendingCSR(nullptr);
+    push("/t/1");
+    start();
+    join();
+    EXPECT_EQ(log(), BEGIN_LINE + THREE_NULL_LINES);
+    ASSERT_EQ(pendingCSRQueue.entries.size(), 2U);
+    EXPECT_EQ(pendingCSRQueue.entries.front(), nullptr);
+    EXPECT_TRUE(backendCalls().empty());
+}
+
+TEST_F(CSRWorker, EndClosesItsConnection) {
+    // The test's own connections: the client, the code under test's, and the subscriber.
+    start();
+    EXPECT_TRUE(waitUntil(
+        [this] { return splitLines(client.command("CLIENT", "LIST").text).size() == 4; }));
+    stop();
+    EXPECT_TRUE(waitUntil(
+        [this] { return splitLines(client.command("CLIENT", "LIST").text).size() == 3; }));
+}
+
+TEST_F(CSRWorker, ExceptionEndsItAndTheTaskStaysRunning) {
+    setBackendAnswers(R"({"generateCSR":{"throw":"no space for 100%s"}})");
+    const std::unique_ptr<PendingCSR> first(push("/t/1"));
+    push("/t/2");
+    start();
+    join();
+    EXPECT_EQ(log(), BEGIN_LINE + "[Error]: Error occurr during processing pending CSR request, "
+                                  "error message: no space for 100%s\n");
+    EXPECT_EQ(nextState(), "/t/1 Running null null");
+    EXPECT_EQ(client.command("EXISTS", "&&/t/1/Result").integer, 0);
+    // The record is neither deleted nor queued; its password is gone.
+    EXPECT_EQ(first->taskUri, "/t/1");
+    ASSERT_EQ(pendingCSRQueue.entries.size(), 1U);
+    EXPECT_EQ(pendingCSRQueue.entries.front()->taskUri, "/t/2");
+}
+
+TEST_F(CSRWorker, ExceptionStillWipesThePassword) {
+    setBackendAnswers(R"({"generateCSR":{"throw":"broken"}})");
+    CSRRequest request;
+    request.stringParameters = {{"ChallengePassword", "plain"}};
+    const auto record = std::make_unique<PendingCSR>(PendingCSR{request, TASK, COLLECTION});
+    pushPendingCSR(record.get());
+    start();
+    join();
+    EXPECT_EQ(record->request.stringParameters.at("ChallengePassword"), "");
+}
+
+TEST_F(CSRWorker, EndedWorkerLeavesNewTasksPending) {
+    start();
+    stop();
+    pendingCSRQueue.entries.clear();
+    storeRequest(client, actionRequest(GENERATE_CSR, csrBody(R"("KeyBitLength":2048)")));
+    EXPECT_TRUE(handleCertificateAction(context(), "requests/1", STATUS_KEY));
+    EXPECT_EQ(answer(), "PROCESSING");
+    EXPECT_EQ(nextState(), TASK + " Pending null null");
+    EXPECT_EQ(pendingCSRQueue.entries.size(), 1U);
+    EXPECT_TRUE(backendCalls().empty());
+}
+
+TEST_F(CSRWorker, WithoutServerItEnds) {
+    server.stop();
+    start();
+    join();
+    EXPECT_EQ(log(), BEGIN_LINE + "[Error]: Failed to connect to Redis.\n");
+}
+
+} // namespace
