@@ -1,0 +1,361 @@
+// Connecting to a real server, over its socket and over TCP, and logging in.
+
+#include "core/redis_connection.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+#include <sys/stat.h>
+
+#include "tests/core/fresh_process.h"
+#include "tests/core/scripted_server.h"
+#include "tests/support/redis_client.h"
+#include "tests/support/redis_server.h"
+#include "tests/support/temp_files.h"
+#include "tests/support/wait.h"
+
+namespace {
+
+constexpr int UNIX_SOCKET = 1;
+constexpr int TCP = 2;
+constexpr int STANDARD_PORT = 6379;
+
+struct Disconnect {
+    void operator()(redisContext* context) const {
+        redisFree(context);
+    }
+};
+using Connection = std::unique_ptr<redisContext, Disconnect>;
+
+RedisConnectionInfo infoFor(int type, const std::string& socketPath, long port = 0) {
+    RedisConnectionInfo info{};
+    info.type = type;
+    info.port = port;
+    std::strncpy(info.socketPath, socketPath.c_str(), sizeof info.socketPath - 1);
+    return info;
+}
+
+std::string ping(redisContext* context) {
+    if (context == nullptr) {
+        return "no connection";
+    }
+    auto* reply = static_cast<redisReply*>(redisCommand(context, "PING"));
+    if (reply == nullptr) {
+        return "no reply";
+    }
+    std::string text = reply->str;
+    freeReplyObject(reply);
+    return text;
+}
+
+// What a process that connects for the first time gets on the server's PING.
+std::string pingOfFreshProcess() {
+    return inFreshProcess([] {
+        const Connection connection(redisConnectContext());
+        return ping(connection.get());
+    });
+}
+
+std::size_t openSockets() {
+    std::size_t sockets = 0;
+    for (const auto& name : listDirectory("/proc/self/fd")) {
+        struct stat status {};
+        if (::fstat(std::stoi(name), &status) == 0 && S_ISSOCK(status.st_mode)) {
+            ++sockets;
+        }
+    }
+    return sockets;
+}
+
+RedisServerOptions onTcp(int port, const std::string& password = "") {
+    RedisServerOptions options;
+    options.tcpPort = port;
+    options.password = password;
+    return options;
+}
+
+// ---- connectToRedis ----
+
+TEST(ConnectToRedis, reachesAUnixSocket) {
+    const RedisServer server;
+    auto info = infoFor(UNIX_SOCKET, server.socketPath());
+    const Connection connection(connectToRedis(&info));
+    EXPECT_EQ(ping(connection.get()), "PONG");
+}
+
+TEST(ConnectToRedis, reachesATcpPortAtTheLoopbackAddress) {
+    const RedisServer server(onTcp(STANDARD_PORT));
+    auto info = infoFor(TCP, "", STANDARD_PORT);
+    const Connection connection(connectToRedis(&info));
+    EXPECT_EQ(ping(connection.get()), "PONG");
+    EXPECT_STREQ(info.host, "127.0.0.1");
+}
+
+TEST(ConnectToRedis, reachesAnyPortOfTheInfo) {
+    const RedisServer server(onTcp(6401));
+    auto info = infoFor(TCP, "", 6401);
+    const Connection connection(connectToRedis(&info));
+    EXPECT_EQ(ping(connection.get()), "PONG");
+}
+
+TEST(ConnectToRedis, keepsAHostThatIsGiven) {
+    const RedisServer server(onTcp(STANDARD_PORT)); // at 127.0.0.1 only
+    auto info = infoFor(TCP, "", STANDARD_PORT);
+    info.host = "127.0.0.2";
+    EXPECT_EQ(connectToRedis(&info), nullptr);
+    EXPECT_STREQ(info.host, "127.0.0.2");
+}
+
+TEST(ConnectToRedis, setsNoTimeout) {
+    const RedisServer server;
+    auto info = infoFor(UNIX_SOCKET, server.socketPath());
+    const Connection connection(connectToRedis(&info));
+    ASSERT_NE(connection, nullptr);
+    EXPECT_EQ(connection->timeout, nullptr);
+}
+
+TEST(ConnectToRedis, givesNullForNoInfo) {
+    EXPECT_EQ(connectToRedis(nullptr), nullptr);
+}
+
+TEST(ConnectToRedis, givesNullForAnUnknownType) {
+    const RedisServer server(onTcp(STANDARD_PORT));
+    for (const int type : {0, 3, -1}) {
+        auto info = infoFor(type, server.socketPath(), STANDARD_PORT);
+        EXPECT_EQ(connectToRedis(&info), nullptr) << type;
+    }
+}
+
+TEST(ConnectToRedis, givesNullWhereNobodyListens) {
+    auto tcp = infoFor(TCP, "", STANDARD_PORT);
+    EXPECT_EQ(connectToRedis(&tcp), nullptr);
+    auto missingSocket = infoFor(UNIX_SOCKET, "/run/missing.sock");
+    EXPECT_EQ(connectToRedis(&missingSocket), nullptr);
+    auto noPath = infoFor(UNIX_SOCKET, "");
+    EXPECT_EQ(connectToRedis(&noPath), nullptr);
+    auto longPath = infoFor(UNIX_SOCKET, "/run/" + std::string(1018, 's'));
+    EXPECT_EQ(connectToRedis(&longPath), nullptr);
+}
+
+TEST(ConnectToRedis, givesNullForASocketPathWithALineEnd) {
+    const RedisServer server;
+    auto info = infoFor(UNIX_SOCKET, server.socketPath() + "\n");
+    EXPECT_EQ(connectToRedis(&info), nullptr);
+}
+
+// ---- redisAuthentication ----
+
+class Authentication : public testing::Test {
+protected:
+    RedisServer mServer{onTcp(0, "right pass%word %s")};
+    RedisConnectionInfo mInfo = infoFor(UNIX_SOCKET, mServer.socketPath());
+    Connection mConnection{connectToRedis(&mInfo)};
+};
+
+TEST_F(Authentication, acceptsThePassword) {
+    EXPECT_EQ(redisAuthentication(mConnection.get(), "right pass%word %s"), 0);
+    EXPECT_EQ(ping(mConnection.get()), "PONG");
+}
+
+TEST_F(Authentication, refusesAnotherPassword) {
+    EXPECT_EQ(redisAuthentication(mConnection.get(), "wrong"), 1);
+    EXPECT_EQ(redisAuthentication(mConnection.get(), ""), 1);
+    EXPECT_EQ(redisAuthentication(mConnection.get(), "right pass%word %s\n"), 1);
+    EXPECT_EQ(ping(mConnection.get()), "NOAUTH Authentication required.");
+}
+
+TEST_F(Authentication, failsWithoutAContext) {
+    EXPECT_EQ(redisAuthentication(nullptr, "right pass%word %s"), 1);
+}
+
+TEST_F(Authentication, failsWithoutAPassword) {
+    EXPECT_EQ(redisAuthentication(mConnection.get(), nullptr), 1);
+}
+
+TEST_F(Authentication, failsWithoutAReply) {
+    (void)std::signal(SIGPIPE, SIG_IGN); // as the daemon does
+    mServer.stop();
+    EXPECT_EQ(redisAuthentication(mConnection.get(), "right pass%word %s"), 1);
+}
+
+TEST(AuthenticationReply, ofAServerWithoutPasswordIsAFailure) {
+    const RedisServer server;
+    auto info = infoFor(UNIX_SOCKET, server.socketPath());
+    const Connection connection(connectToRedis(&info));
+    EXPECT_EQ(redisAuthentication(connection.get(), "needless"), 1);
+}
+
+struct Answer {
+    const char* name;
+    const char* bytes;
+    int result;
+};
+
+class AuthenticationAnswer : public testing::TestWithParam<Answer> {};
+
+TEST_P(AuthenticationAnswer, isExactlyTheStatusOk) {
+    ScriptedServer server({GetParam().bytes});
+    auto info = infoFor(UNIX_SOCKET, server.socketPath());
+    Connection connection(connectToRedis(&info));
+    EXPECT_EQ(redisAuthentication(connection.get(), "two words\n"), GetParam().result);
+    connection.reset();
+    const Commands expected = {{"AUTH", "two words\n"}};
+    EXPECT_EQ(server.received(), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, AuthenticationAnswer,
+    testing::Values(Answer{"ok", "+OK\r\n", 0}, Answer{"longerStatus", "+OKAY\r\n", 1},
+                    Answer{"smallLetters", "+ok\r\n", 1}, Answer{"emptyStatus", "+\r\n", 1},
+                    Answer{"string", "$2\r\nOK\r\n", 1}, Answer{"error", "-OK\r\n", 1},
+                    Answer{"integer", ":0\r\n", 1}, Answer{"nil", "$-1\r\n", 1},
+                    Answer{"noRedisReply", "HTTP/1.1 200 OK\r\n", 1}),
+    [](const auto& row) { return row.param.name; });
+
+// ---- redisConnectContext ----
+
+TEST(ConnectContext, overTheSocket) {
+    const RedisServer server;
+    writeConnectionFiles(server);
+    EXPECT_EQ(pingOfFreshProcess(), "PONG");
+}
+
+TEST(ConnectContext, overTheStandardPort) {
+    const RedisServer server(onTcp(STANDARD_PORT));
+    writeConnectionFiles(server, RedisAddress::TCP);
+    EXPECT_EQ(pingOfFreshProcess(), "PONG");
+}
+
+TEST(ConnectContext, notOverAnotherPort) {
+    const RedisServer server(onTcp(6380));
+    writeConnectionFiles(server, RedisAddress::TCP);
+    EXPECT_EQ(pingOfFreshProcess(), "no connection");
+}
+
+TEST(ConnectContext, prefersTheSocketToThePort) {
+    const RedisServer onPort(onTcp(STANDARD_PORT));
+    const RedisServer onSocket;
+    writeConnectionFiles(onSocket);
+    writeFile("/var/run/redis.port", "6379");
+    RedisClient(onPort).command("SET", "server", "port");
+    RedisClient(onSocket).command("SET", "server", "socket");
+    EXPECT_EQ(inFreshProcess([] {
+                  const Connection connection(redisConnectContext());
+                  auto* reply =
+                      static_cast<redisReply*>(redisCommand(connection.get(), "GET server"));
+                  std::string text = reply->str;
+                  freeReplyObject(reply);
+                  return text;
+              }),
+              "socket");
+}
+
+TEST(ConnectContext, isNullWithPortZeroAndNoSocketFile) {
+    const RedisServer server(onTcp(STANDARD_PORT));
+    writeConnectionFiles(server, RedisAddress::TCP);
+    writeFile("/var/run/redis.port", "0");
+    EXPECT_EQ(pingOfFreshProcess(), "no connection");
+}
+
+TEST(ConnectContext, isNullWithoutAPortFile) {
+    const RedisServer server;
+    writeConnectionFiles(server);
+    std::filesystem::remove("/var/run/redis.port");
+    EXPECT_EQ(pingOfFreshProcess(), "no connection");
+}
+
+TEST(ConnectContext, isNullWhileTheServerIsDown) {
+    RedisServer server;
+    writeConnectionFiles(server);
+    server.stop();
+    EXPECT_EQ(pingOfFreshProcess(), "no connection");
+}
+
+TEST(ConnectContext, logsIn) {
+    const RedisServer server(onTcp(0, "pass word"));
+    writeConnectionFiles(server);
+    EXPECT_EQ(pingOfFreshProcess(), "PONG");
+}
+
+TEST(ConnectContext, logsInOverTcp) {
+    const RedisServer server(onTcp(STANDARD_PORT, "pass word"));
+    writeConnectionFiles(server, RedisAddress::TCP);
+    EXPECT_EQ(pingOfFreshProcess(), "PONG");
+}
+
+TEST(ConnectContext, isNullWithAWrongPassword) {
+    const RedisServer server(onTcp(0, "right"));
+    writeConnectionFiles(server);
+    writeFile("/var/run/redis.requirepass", "wrong");
+    EXPECT_EQ(pingOfFreshProcess(), "no connection");
+}
+
+TEST(ConnectContext, sendsThePasswordsLineEndAndIsRefused) {
+    const RedisServer server(onTcp(0, "right"));
+    writeConnectionFiles(server);
+    writeFile("/var/run/redis.requirepass", "right\n");
+    EXPECT_EQ(pingOfFreshProcess(), "no connection");
+}
+
+TEST(ConnectContext, isNullWithAPasswordThatTheServerDoesNotAskFor) {
+    const RedisServer server;
+    writeConnectionFiles(server);
+    writeFile("/var/run/redis.requirepass", "needless");
+    EXPECT_EQ(pingOfFreshProcess(), "no connection");
+}
+
+TEST(ConnectContext, doesNotLogInWithoutAPassword) {
+    const RedisServer server(onTcp(0, "right"));
+    writeConnectionFiles(server);
+    std::filesystem::remove("/var/run/redis.requirepass");
+    EXPECT_EQ(pingOfFreshProcess(), "NOAUTH Authentication required.");
+}
+
+TEST(ConnectContext, leavesARefusedConnectionOpen) {
+    const RedisServer server(onTcp(0, "right"));
+    writeConnectionFiles(server);
+    writeFile("/var/run/redis.requirepass", "wrong");
+    EXPECT_EQ(inFreshProcess([] {
+                  const std::size_t before = openSockets();
+                  const bool connected = redisConnectContext() != nullptr;
+                  return std::to_string(connected) + " " + std::to_string(openSockets() - before);
+              }),
+              "0 1");
+}
+
+TEST(ConnectContext, givesEveryCallerAConnectionOfItsOwn) {
+    const RedisServer server;
+    writeConnectionFiles(server);
+    EXPECT_EQ(inFreshProcess([] {
+                  const Connection first(redisConnectContext());
+                  Connection second(redisConnectContext());
+                  const bool different = first.get() != second.get() && first->fd != second->fd;
+                  second.reset();
+                  return std::to_string(different) + " " + ping(first.get());
+              }),
+              "1 PONG");
+}
+
+// ---- redisDisconnectContext ----
+
+TEST(DisconnectContext, ofNullGivesOne) {
+    EXPECT_EQ(redisDisconnectContext(nullptr), 1);
+}
+
+TEST(DisconnectContext, closesTheConnectionAndGivesZero) {
+    const RedisServer server;
+    RedisClient observer(server);
+    auto info = infoFor(UNIX_SOCKET, server.socketPath());
+    redisContext* context = connectToRedis(&info);
+    ASSERT_EQ(ping(context), "PONG");
+    const auto clients = [&] { return splitLines(observer.command("CLIENT", "LIST").text).size(); };
+    ASSERT_EQ(clients(), 2U);
+    EXPECT_EQ(redisDisconnectContext(context), 0);
+    EXPECT_TRUE(waitUntil([&] { return clients() == 1; }));
+}
+
+} // namespace

@@ -1,0 +1,201 @@
+// The command helpers and replies that no server gives to their commands: nothing is read from a
+// part that a reply does not have.
+
+#include "core/redis_commands.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <stdexcept>
+
+#include "core/redis_reply.h"
+#include "tests/core/scripted_server.h"
+
+namespace {
+
+using Fields = std::map<std::string, std::string>;
+using Texts = std::vector<std::string>;
+
+// A connection whose first command is answered with these bytes.
+class ScriptedReply {
+public:
+    explicit ScriptedReply(const std::string& bytes)
+        : mServer({bytes}), mContext(redisConnectUnix(mServer.socketPath().c_str()), redisFree) {}
+
+    redisContext* context() {
+        return mContext.get();
+    }
+
+private:
+    ScriptedServer mServer;
+    std::unique_ptr<redisContext, void (*)(redisContext*)> mContext;
+};
+
+std::string thrownText(const std::function<void()>& call) {
+    try {
+        call();
+    } catch (const std::logic_error& failure) {
+        return failure.what();
+    }
+    return "nothing thrown";
+}
+
+const char* const NO_STRING = "basic_string::_M_construct null not valid";
+
+// ---- lists and hashes with elements that are no strings ----
+
+TEST(ListElement, withoutAStringRaisesALogicError) {
+    for (const char* reply : {"*2\r\n$1\r\na\r\n$-1\r\n", "*2\r\n$1\r\na\r\n:5\r\n",
+                              "*2\r\n$1\r\na\r\n*1\r\n$1\r\nb\r\n"}) {
+        ScriptedReply server(reply);
+        Texts elements;
+        EXPECT_EQ(thrownText([&] { (void)redisLRange(server.context(), "list", elements); }),
+                  NO_STRING);
+        EXPECT_EQ(elements, Texts{"a"});
+    }
+}
+
+TEST(HashField, withoutAStringRaisesALogicError) {
+    for (const char* reply : {"*2\r\n$-1\r\n$1\r\nv\r\n", "*2\r\n:5\r\n$1\r\nv\r\n"}) {
+        ScriptedReply server(reply);
+        Fields fields;
+        EXPECT_EQ(thrownText([&] { (void)redisHGetAll(server.context(), "hash", fields); }),
+                  NO_STRING);
+        EXPECT_TRUE(fields.empty());
+    }
+}
+
+TEST(HashValue, withoutAStringRaisesALogicError) {
+    ScriptedReply server("*4\r\n$1\r\na\r\n$1\r\n1\r\n$1\r\nb\r\n$-1\r\n");
+    Fields fields;
+    EXPECT_EQ(thrownText([&] { (void)redisHGetAll(server.context(), "hash", fields); }), NO_STRING);
+    EXPECT_EQ(fields, (Fields{{"a", "1"}}));
+}
+
+TEST(HashField, withoutAValueIsLeftOut) {
+    ScriptedReply server("*3\r\n$1\r\na\r\n$1\r\n1\r\n$1\r\nb\r\n");
+    Fields fields;
+    EXPECT_EQ(redisHGetAll(server.context(), "hash", fields), 1);
+    EXPECT_EQ(fields, (Fields{{"a", "1"}}));
+}
+
+TEST(ListElement, mayBeAStatus) {
+    ScriptedReply server("*2\r\n+OK\r\n$1\r\na\r\n");
+    Texts elements;
+    EXPECT_EQ(redisLRange(server.context(), "list", elements), 1);
+    EXPECT_EQ(elements, (Texts{"OK", "a"}));
+}
+
+// ---- replies of other types ----
+
+const Texts NO_ARRAYS = {"$1\r\na\r\n", "$-1\r\n", ":3\r\n", "+OK\r\n", "-ERR no\r\n", "*-1\r\n"};
+
+TEST(Reply, thatIsNoArrayAddsNothing) {
+    for (const auto& bytes : NO_ARRAYS) {
+        ScriptedReply list(bytes);
+        Texts elements;
+        EXPECT_EQ(redisLRange(list.context(), "list", elements), 1) << bytes;
+        EXPECT_TRUE(elements.empty()) << bytes;
+        ScriptedReply hash(bytes);
+        Fields fields;
+        EXPECT_EQ(redisHGetAll(hash.context(), "hash", fields), 1) << bytes;
+        EXPECT_TRUE(fields.empty()) << bytes;
+    }
+}
+
+TEST(Reply, thatIsNoStringGivesAnEmptyText) {
+    for (const char* bytes :
+         {"+status\r\n", "-error\r\n", ":1\r\n", "*1\r\n$1\r\na\r\n", "$-1\r\n"}) {
+        ScriptedReply server(bytes);
+        EXPECT_EQ(redisHGet(server.context(), "hash", "field"), "") << bytes;
+    }
+}
+
+TEST(Reply, thatIsNoIntegerIsAFailure) {
+    for (const char* bytes : {"$1\r\n1\r\n", "+1\r\n", "-1\r\n", "*1\r\n:1\r\n", "$-1\r\n"}) {
+        const std::vector<std::function<int(redisContext*)>> calls = {
+            [](redisContext* c) { return redisHSet(c, "k", "f", "v"); },
+            [](redisContext* c) { return redisLPush(c, "k", "v"); },
+            [](redisContext* c) { return redisLLen(c, "k") + 1; },
+            [](redisContext* c) { return redisPublish(c, "c", "m"); },
+            [](redisContext* c) { return redisDel(c, "k"); },
+            [](redisContext* c) { return redisExpire(c, "k", 1); },
+            [](redisContext* c) { return redisLRem(c, "k", 0, "v"); },
+            [](redisContext* c) { return redisHExists(c, "k", "f"); },
+            [](redisContext* c) { return redisHDel(c, "k", "f"); },
+            [](redisContext* c) { return redisExists(c, "k"); },
+        };
+        for (std::size_t i = 0; i < calls.size(); ++i) {
+            ScriptedReply server(bytes);
+            EXPECT_EQ(calls[i](server.context()), 0) << bytes << " call " << i;
+        }
+    }
+}
+
+TEST(Reply, ofAnotherNumberIsAFailure) {
+    ScriptedReply set(":2\r\n");
+    EXPECT_EQ(redisHSet(set.context(), "k", "f", "v"), 0);
+    ScriptedReply setNegative(":-1\r\n");
+    EXPECT_EQ(redisHSet(setNegative.context(), "k", "f", "v"), 0);
+    ScriptedReply del(":2\r\n");
+    EXPECT_EQ(redisDel(del.context(), "k"), 0);
+    ScriptedReply publish(":-1\r\n");
+    EXPECT_EQ(redisPublish(publish.context(), "c", "m"), 0);
+    ScriptedReply expire(":2\r\n");
+    EXPECT_EQ(redisExpire(expire.context(), "k", 1), 0);
+    ScriptedReply exists(":2\r\n");
+    EXPECT_EQ(redisExists(exists.context(), "k"), 0);
+}
+
+TEST(Reply, ofAnyTypeIsSuccessForAnIncrement) {
+    for (const char* bytes : {"$1\r\n1\r\n", "+1\r\n", "-1\r\n", "*1\r\n:1\r\n", "$-1\r\n"}) {
+        ScriptedReply server(bytes);
+        int result = -7;
+        EXPECT_EQ(redisHIncrBy(server.context(), "k", "f", 1, result), 1) << bytes;
+        EXPECT_EQ(result, -7) << bytes;
+    }
+}
+
+struct HMSetAnswer {
+    const char* name;
+    const char* bytes;
+    int result;
+};
+
+class HMSetReply : public testing::TestWithParam<HMSetAnswer> {};
+
+TEST_P(HMSetReply, isJudgedByItsFirstTwoCharacters) {
+    ScriptedReply server(GetParam().bytes);
+    EXPECT_EQ(redisHMSet(server.context(), "hash", {{"field", "value"}}), GetParam().result);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, HMSetReply,
+    testing::Values(HMSetAnswer{"ok", "+OK\r\n", 1}, HMSetAnswer{"longer", "+OKAY\r\n", 1},
+                    HMSetAnswer{"string", "$2\r\nOK\r\n", 1}, HMSetAnswer{"half", "+O\r\n", 0},
+                    HMSetAnswer{"empty", "+\r\n", 0}, HMSetAnswer{"smallLetters", "+ok\r\n", 0},
+                    HMSetAnswer{"error", "-ERR\r\n", 0}, HMSetAnswer{"integer", ":1\r\n", 0},
+                    HMSetAnswer{"nil", "$-1\r\n", 0}, HMSetAnswer{"array", "*1\r\n+OK\r\n", 0}),
+    [](const auto& row) { return row.param.name; });
+
+// ---- taking pushed replies ----
+
+TEST(TakenReply, isNullWhenTheConnectionFails) {
+    ScriptedReply server("+one\r\n!rubbish\r\n");
+    RedisReply reply = sendRedisCommand(server.context(), "PING");
+    ASSERT_NE(reply, nullptr);
+    EXPECT_FALSE(takeRedisReply(server.context(), reply));
+    EXPECT_EQ(reply, nullptr);
+}
+
+TEST(TakenReply, isTheNextOne) {
+    ScriptedReply server("+one\r\n+two\r\n");
+    RedisReply reply = sendRedisCommand(server.context(), "PING");
+    ASSERT_NE(reply, nullptr);
+    EXPECT_STREQ(reply->str, "one");
+    ASSERT_TRUE(takeRedisReply(server.context(), reply));
+    EXPECT_STREQ(reply->str, "two");
+}
+
+} // namespace
