@@ -2,6 +2,8 @@
 
 #include "tests/system/start_faults.h"
 
+#include <filesystem>
+
 #include "tests/support/fake_backend.h"
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
@@ -9,6 +11,7 @@
 namespace {
 
 const std::string RELEASE_FILE = "/tmp/start_faults.release";
+const std::string REACHED_FILE = RELEASE_FILE + ".reached";
 
 std::string commaSeparated(const std::vector<std::string>& texts) {
     std::string result;
@@ -21,6 +24,8 @@ std::string commaSeparated(const std::vector<std::string>& texts) {
 } // namespace
 
 DaemonOptions withFaults(const StartFaults& faults, DaemonOptions options) {
+    std::filesystem::remove(RELEASE_FILE);
+    std::filesystem::remove(REACHED_FILE);
     options.libraryPath =
         std::string(FAULTY_CONFIGURATION_DIRECTORY) + ":" + fakeBackendDirectory();
     options.environment["FAULT_FAIL"] = commaSeparated(faults.failing);
@@ -33,7 +38,7 @@ DaemonOptions withFaults(const StartFaults& faults, DaemonOptions options) {
 }
 
 bool waitForHeldStart() {
-    return waitUntil([] { return fileExists(RELEASE_FILE + ".reached"); });
+    return waitUntil([] { return fileExists(REACHED_FILE); });
 }
 
 void releaseHeldStart() {
