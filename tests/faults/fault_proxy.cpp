@@ -168,9 +168,10 @@ void FaultProxy::setPlan(const FaultPlan& plan) {
     const std::lock_guard guard(mMutex);
     mPlan = plan;
     mCommands.clear();
+    mCounted = 0;
 }
 
-std::vector<std::vector<std::string>> FaultProxy::commands() {
+std::vector<ProxiedCommand> FaultProxy::commands() {
     const std::lock_guard guard(mMutex);
     return mCommands;
 }
@@ -183,18 +184,22 @@ void FaultProxy::acceptClients() {
         }
         const std::lock_guard guard(mMutex);
         mSockets.push_back(client);
-        mServants.emplace_back([this, client] { serve(client); });
+        const int connection = ++mConnections;
+        mServants.emplace_back([this, client, connection] { serve(client, connection); });
     }
 }
 
 // The fault that the command is to suffer.
-FaultPlan FaultProxy::record(const std::vector<std::string>& command) {
+FaultPlan FaultProxy::record(const ProxiedCommand& command) {
     const std::lock_guard guard(mMutex);
     mCommands.push_back(command);
-    return mCommands.size() - 1 == mPlan.command ? mPlan : FaultPlan{};
+    if (mPlan.connection != 0 && mPlan.connection != command.connection) {
+        return {};
+    }
+    return mCounted++ == mPlan.command ? mPlan : FaultPlan{};
 }
 
-void FaultProxy::serve(int client) {
+void FaultProxy::serve(int client, int connection) {
     const int server = openSocket();
     const sockaddr_un address = unixAddress(mServerPath);
     try {
@@ -214,7 +219,7 @@ void FaultProxy::serve(int client) {
                 passThrough(client, server);
                 break;
             }
-            const FaultPlan fault = record(command.words);
+            const FaultPlan fault = record({connection, command.words});
             if (fault.kind == FaultKind::CUT) {
                 break;
             }

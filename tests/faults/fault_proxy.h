@@ -25,6 +25,12 @@ struct FaultPlan {
     FaultKind kind = FaultKind::NONE;
     std::size_t command = 0; // index of the spoilt command, counted since the plan was set
     std::string error;       // of ERROR_REPLY, for example "OOM command not allowed"
+    int connection = 0;      // only the commands of this connection count; 0: those of all
+};
+
+struct ProxiedCommand {
+    int connection = 0; // from 1 on, in the order of connecting
+    std::vector<std::string> words;
 };
 
 class FaultProxy {
@@ -39,19 +45,21 @@ public:
     void setPlan(const FaultPlan& plan);
 
     // The commands since the plan was set, the spoilt one included; subscriptions do not count.
-    [[nodiscard]] std::vector<std::vector<std::string>> commands();
+    [[nodiscard]] std::vector<ProxiedCommand> commands();
 
 private:
     void acceptClients();
-    void serve(int client);
-    FaultPlan record(const std::vector<std::string>& command);
+    void serve(int client, int connection);
+    FaultPlan record(const ProxiedCommand& command);
 
     std::string mServerPath;
     int mListener;
     std::atomic<bool> mStopping = false;
     std::mutex mMutex; // guards everything below
     FaultPlan mPlan;
-    std::vector<std::vector<std::string>> mCommands;
+    std::vector<ProxiedCommand> mCommands;
+    std::size_t mCounted = 0;  // commands that the plan counts
+    int mConnections = 0;      // accepted so far
     std::vector<int> mSockets; // open ones, to be shut down at the end
     std::vector<std::thread> mServants;
     std::thread mAcceptor;

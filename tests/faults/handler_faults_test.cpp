@@ -6,28 +6,16 @@
 // done, and that the daemon still works.
 
 #include <algorithm>
-#include <filesystem>
-#include <functional>
 #include <gtest/gtest.h>
-#include <memory>
 #include <ostream>
 
-#include "tests/faults/fault_proxy.h"
-#include "tests/support/daemon_process.h"
-#include "tests/support/fake_backend.h"
-#include "tests/support/redis_client.h"
-#include "tests/support/redis_server.h"
+#include "tests/faults/fault_road.h"
 #include "tests/support/request.h"
-#include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
 
 namespace {
 
-const std::string COLLECTION = "/redfish/v1/Managers/1/Certificates";
-const std::string CERTIFICATE = COLLECTION + "/1a2b";
 const std::string ACTIONS = "/redfish/v1/CertificateService/Actions/CertificateService.";
-const std::string PROXY_PATH = "/run/redis-proxy.sock";
-const std::string LOG_FILE = "/run/daemon.log";
 const std::string DATABASE_ERROR = "ExtendedError.1.2.DatabaseOperationError";
 
 // What the front end finds after a request.
@@ -62,18 +50,8 @@ struct Scenario {
     std::vector<ErrorRule> errors; // the first that fits; none: as without the error
 };
 
-struct Fault {
-    std::string name;
-    FaultKind kind;
-    std::string error;
-};
-
 void PrintTo(const Scenario& scenario, std::ostream* stream) {
     *stream << scenario.name;
-}
-
-void PrintTo(const Fault& fault, std::ostream* stream) {
-    *stream << fault.name;
 }
 
 const Outcome NOTHING = {"", "", false};
@@ -148,22 +126,6 @@ std::vector<Scenario> scenarios() {
     };
 }
 
-std::vector<Fault> faults() {
-    return {
-        {"Cut", FaultKind::CUT, ""},
-        {"CutReply", FaultKind::CUT_REPLY, ""},
-        {"WrongType", FaultKind::ERROR_REPLY,
-         "WRONGTYPE Operation against a key holding the wrong kind of value"},
-        {"OutOfMemory", FaultKind::ERROR_REPLY,
-         "OOM command not allowed when used memory > 'maxmemory'."},
-        {"NoPermission", FaultKind::ERROR_REPLY, "NOPERM this user has no permissions"},
-        {"ReadOnly", FaultKind::ERROR_REPLY,
-         "READONLY You can't write against a read only replica."},
-        {"Loading", FaultKind::ERROR_REPLY,
-         "LOADING Redis is loading the dataset in memory 100%s %n"},
-    };
-}
-
 bool fits(const ErrorRule& rule, const std::vector<std::string>& command) {
     const bool hasArgument =
         rule.argument.empty() || std::any_of(command.begin(), command.end(), [&](const auto& word) {
@@ -187,44 +149,20 @@ bool writesMessageId(const std::vector<std::string>& command) {
     return command.front() == "HSET" && command.size() > 2 && command[2] == "&&MessageId";
 }
 
-std::size_t openDescriptors(int pid) {
-    const std::filesystem::directory_iterator entries("/proc/" + std::to_string(pid) + "/fd");
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
-}
-
 } // namespace
 
-class HandlerFaults : public testing::TestWithParam<std::tuple<Scenario, Fault>> {
+class HandlerFaults : public testing::TestWithParam<std::tuple<Scenario, Fault>>,
+                      protected FaultRoad {
 protected:
-    HandlerFaults() : mProxy(mServer.socketPath(), PROXY_PATH), mClient(mServer) {
-        writeFile("/var/run/redis.port", "0");
-        writeFile("/var/run/redis.unixsocket", PROXY_PATH);
-        setBackendAnswers(R"({"create":{"privateKeyValue":"/keys/1","certificateString":"stored",
-            "keyUsage":["DigitalSignature"],"issuer":{"CommonName":"CA"}},
-            "generateCSR":{"csr":"request"},"replace":{"privateKeyValue":"/keys/2"}})");
+    HandlerFaults() {
         startDaemon();
     }
 
     // With one request behind it: the first one also reads what is read only once.
     void startDaemon() {
-        mDaemon.reset();
-        (void)std::filesystem::remove(LOG_FILE);
-        mProxy.setPlan({});
-        mDaemon = std::make_unique<DaemonProcess>(
-            DaemonOptions{{{"LOG_FILE", LOG_FILE}}, fakeBackendDirectory(), {}});
-        mDaemon->waitUntilReady(mServer);
+        restartDaemon();
         seed();
         (void)sendRequest(mServer, std::get<Scenario>(GetParam()).request);
-    }
-
-    void seed() {
-        mClient.flushAll();
-        storeCertificateCollection(mClient, COLLECTION);
-        storeResource(mClient, CERTIFICATE,
-                      R"({"@odata.type":"#Certificate.v1_2_2.Certificate","Name":"n"})");
-        const std::string digest = mClient.command("SCRIPT", "LOAD", "return #KEYS").text;
-        mClient.command("HSET", "redisSHAScripts", "resourceChange", digest);
-        mClient.command("HSET", "webDefaultValue", "MAX_EVENT_GROUP_ID", "1000");
     }
 
     // The same request under keys of its own.
@@ -266,7 +204,11 @@ protected:
         seed();
         mProxy.setPlan({});
         (void)sendRequest(mServer, scenario.request);
-        return mProxy.commands();
+        std::vector<std::vector<std::string>> words;
+        for (const ProxiedCommand& command : mProxy.commands()) {
+            words.push_back(command.words);
+        }
+        return words;
     }
 
     Outcome outcome(const FrontEndRequest& request, bool replied) {
@@ -311,11 +253,6 @@ protected:
             fault.kind == FaultKind::CUT_REPLY && command.front() == "PUBLISH";
         EXPECT_EQ(replied, wasPublished);
     }
-
-    RedisServer mServer;
-    FaultProxy mProxy;
-    RedisClient mClient;
-    std::unique_ptr<DaemonProcess> mDaemon;
 };
 
 TEST_P(HandlerFaults, EveryCommandInTurn) {
@@ -339,7 +276,7 @@ TEST_P(HandlerFaults, EveryCommandInTurn) {
 
 INSTANTIATE_TEST_SUITE_P(All, HandlerFaults,
                          testing::Combine(testing::ValuesIn(scenarios()),
-                                          testing::ValuesIn(faults())),
+                                          testing::ValuesIn(connectionFaults())),
                          [](const auto& parameters) {
                              return std::get<0>(parameters.param).name +
                                     std::get<1>(parameters.param).name;
