@@ -43,7 +43,11 @@ bool isHostName(std::string_view name) {
     if (name.empty() || name.size() > LONGEST_NAME) {
         return false;
     }
-    for (std::size_t dot = name.find('.'); dot != std::string_view::npos; dot = name.find('.')) {
+    while (true) {
+        const std::size_t dot = name.find('.');
+        if (dot == std::string_view::npos) {
+            break;
+        }
         if (!isLabel(name.substr(0, dot))) {
             return false;
         }
@@ -58,7 +62,7 @@ bool isDnsName(std::string_view name) {
 
 bool isEmail(std::string_view text) {
     const std::size_t at = text.find('@');
-    return at != std::string_view::npos && at <= LONGEST_LOCAL_PART &&
+    return at <= LONGEST_LOCAL_PART && // not found is above it
            consistsOf(text.substr(0, at), isVisible) && isHostName(text.substr(at + 1));
 }
 

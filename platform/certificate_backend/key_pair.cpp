@@ -5,9 +5,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include <openssl/ec.h>
 #include <openssl/pem.h>
-#include <openssl/rsa.h>
 
 #include "platform/certificate_backend/store_directory.h"
 
@@ -59,11 +57,11 @@ KeyHandle orThrow(EVP_PKEY* key) {
 } // namespace
 
 KeyHandle makeRsaKey(unsigned int bits) {
-    return orThrow(EVP_RSA_gen(bits));
+    return orThrow(EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", std::size_t{bits}));
 }
 
 KeyHandle makeEcKey(const std::string& groupName) {
-    return orThrow(EVP_EC_gen(groupName.c_str()));
+    return orThrow(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", groupName.c_str()));
 }
 
 SecretText privateKeyText(EVP_PKEY* key) {

@@ -37,7 +37,7 @@ protected:
         expectMessage(result.message, "", {}, {});
         const std::string file = temporary.file("request.pem");
         writeFile(file, result.csr);
-        const std::string text = runCommand(
+        std::string text = runCommand(
             "openssl req -verify -text -noout -nameopt RFC2253,-esc_msb,utf8 -in " + file);
         EXPECT_TRUE(contains(text, "Certificate request self-signature verify OK")) << text;
         return text;

@@ -3,8 +3,7 @@
 
 #include <csignal>
 #include <filesystem>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <sys/resource.h>
 
 #include <gtest/gtest.h>
 
@@ -204,6 +203,26 @@ TEST_F(ReplaceCertificate, KeepsTheOldPairWhenTheNewOneCannotBeWritten) {
     EXPECT_EQ(replace(next.privateKey + next.certificate).code, 200);
 }
 
+TEST_F(ReplaceCertificate, KeepsTheOldPairWhenTheDiskIsFullInTheMiddle) {
+    const TestCertificate next = makeSelfSigned();
+    rlimit unlimited = {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &unlimited), 0);
+    ASSERT_NE(std::signal(SIGXFSZ, SIG_IGN), SIG_ERR);
+    const rlimit small = {100, unlimited.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    std::string fault;
+    try {
+        static_cast<void>(replace(next.privateKey + next.certificate));
+    } catch (const std::system_error& error) {
+        fault = error.what();
+    }
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &unlimited), 0);
+    EXPECT_EQ(fault, "cannot write a file in " + installedDirectory(settings.directory) +
+                         ": File too large");
+    expectOldPair();
+    EXPECT_EQ(filesIn("installed").size(), 1U);
+}
+
 TEST_F(ReplaceCertificate, ReportsADamagedFileAsAFaultOfTheMachine) {
     writeFile(created.privateKeyValue, "damaged");
     EXPECT_THROW(static_cast<void>(replace(makeSelfSigned().certificate)), std::runtime_error);
@@ -226,33 +245,4 @@ TEST_F(ReplaceCertificate, KeepsItsOwnLargestTextReadable) {
     ASSERT_GT((large.privateKey + large.certificate).size(), 65536U);
     ASSERT_EQ(replace(text).code, 200);
     EXPECT_EQ(replace(text).message.MessageId, "Base.1.9.NoOperation");
-}
-
-TEST_F(ReplaceCertificate, LeavesAMatchingPairWheneverTheProcessIsKilled) {
-    const TestCertificate next = makeSelfSigned();
-    const TestCertificate* pairs[] = {&next, &old};
-    for (int round = 0; round < 40; ++round) {
-        const TestCertificate& wanted = *pairs[round % 2];
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            for (int turn = round;; ++turn) {
-                const TestCertificate& pair = *pairs[turn % 2];
-                if (replace(pair.privateKey + pair.certificate).code != 200) {
-                    _exit(1);
-                }
-            }
-        }
-        usleep(static_cast<useconds_t>(3000 + 331 * round));
-        kill(child, SIGKILL);
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        ASSERT_TRUE(WIFSIGNALED(status));
-        const std::string text = installedText(uri);
-        EXPECT_TRUE(text == old.privateKey + old.certificate ||
-                    text == next.privateKey + next.certificate)
-            << text.size();
-        EXPECT_EQ(replace(wanted.privateKey + wanted.certificate).code, 200);
-        EXPECT_EQ(filesIn("installed").size(), 1U);
-    }
 }

@@ -60,8 +60,9 @@ TEST(CertificateType, HasTheRedfishNames) {
 
 TEST(PemBlocks, AreSeparatedByNothingOrWhiteSpace) {
     const std::string block = "-----BEGIN A-----\nAAEC\n-----END A-----";
-    for (const std::string& text : {block + block, block + "\n" + block + "\n",
-                                    "\r\n \t" + block + "\r\n\r\n" + block + " \n"}) {
+    const std::vector<std::string> texts = {block + block, block + "\n" + block + "\n",
+                                            "\r\n \t" + block + "\r\n\r\n" + block + " \n"};
+    for (const std::string& text : texts) {
         const PemBlocks pem = splitPemBlocks(text);
         ASSERT_EQ(pem.fault, "") << text;
         ASSERT_EQ(pem.blocks.size(), 2U) << text;
@@ -84,11 +85,8 @@ TEST(PemBlocks, DecodeEveryPadding) {
 }
 
 TEST(PemBlocks, RefuseABodyThatIsNotBase64) {
-    for (const char* body :
-         {"", "\n", "A", "AAA", "====", "A===", "AA=A", "AAAA=", "AA==AA==", "AA-A",
-          "AA\x01"
-          "A",
-          "Comment: AAAA\n\nAAAA"}) {
+    for (const char* body : {"", "\n", "A", "AAA", "====", "A===", "AA=A",
+                             "AAAA=", "AA==AA==", "AA-A", "AA\001A", "Comment: AAAA\n\nAAAA"}) {
         const std::string text = std::string("-----BEGIN A-----\n") + body + "\n-----END A-----";
         EXPECT_EQ(splitPemBlocks(text).fault, "a PEM block of the text is not correct base64")
             << body;
@@ -97,11 +95,18 @@ TEST(PemBlocks, RefuseABodyThatIsNotBase64) {
 
 TEST(PemBlocks, RefuseWhatStandsOutside) {
     const std::string block = "-----BEGIN A-----\nAAEC\n-----END A-----";
-    for (const std::string& text :
-         {"x" + block, block + "x", block + "\nsubject=CN\n" + block, std::string("AAEC"),
-          block + "\n-----", std::string("-----BEGIN -----\nAAEC\n-----END -----"),
-          std::string("-----BEGIN a-----\nAAEC\n-----END a-----"),
-          "-----BEGIN " + std::string(41, 'A') + "-----\n", std::string("-----BEGIN A")}) {
+    const std::vector<std::string> texts = {
+        "x" + block,
+        block + "x",
+        block + "\nsubject=CN\n" + block,
+        "AAEC",
+        block + "\n-----",
+        "-----BEGIN -----\nAAEC\n-----END -----",
+        "-----BEGIN a-----\nAAEC\n-----END a-----",
+        "-----BEGIN " + std::string(41, 'A') + "-----\n",
+        "-----BEGIN A",
+    };
+    for (const std::string& text : texts) {
         EXPECT_EQ(splitPemBlocks(text).fault, "the text holds something that is not a PEM block")
             << text;
     }
@@ -246,8 +251,9 @@ TEST(CertificateText, PutsAChainInOrder) {
     const std::string& root = made.root.certificate;
     const std::string& middle = made.middle.certificate;
     const std::string& leaf = made.leaf.certificate;
-    for (const std::string& text :
-         {leaf + middle + root, root + middle + leaf, middle + leaf + root, middle + root + leaf}) {
+    const std::vector<std::string> texts = {leaf + middle + root, root + middle + leaf,
+                                            middle + leaf + root, middle + root + leaf};
+    for (const std::string& text : texts) {
         const CertificateText read = readCertificateText(text, CertificateType::CHAIN);
         EXPECT_EQ(read.fault, "");
         EXPECT_EQ(namesOf(read.chain), "Leaf;Middle;Root;");
