@@ -63,6 +63,7 @@ Commands ScriptedServer::received() {
 
 void ScriptedServer::serve() {
     const int client = ::accept(mListener, nullptr, nullptr);
+    (void)::unlink(socketPath().c_str());
     if (client < 0) {
         return;
     }
@@ -72,6 +73,7 @@ void ScriptedServer::serve() {
         }
         (void)::send(client, answer.data(), answer.size(), MSG_NOSIGNAL);
     }
+    (void)::shutdown(client, SHUT_WR);
     std::array<char, 1024> rest{};
     while (::read(client, rest.data(), rest.size()) > 0) {
     }

@@ -12,8 +12,9 @@
 
 class ScriptedServer {
 public:
-    // Takes one connection on a Unix socket and answers its first command with the first of these
-    // texts, as they stand, and so on. After the last one it reads until the client is gone.
+    // Takes one connection on a Unix socket, and no second one, and answers its first command with
+    // the first of these texts, as they stand, and so on. After the last one it sends no more and
+    // reads until the client is gone.
     explicit ScriptedServer(std::vector<std::string> answers);
     ~ScriptedServer();
     ScriptedServer(const ScriptedServer&) = delete;

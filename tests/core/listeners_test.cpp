@@ -1,0 +1,93 @@
+// Listeners and pushed replies that no Redis server sends: each is passed over, and the
+// subscription's end ends the thread. What a real server sends is tested with the whole daemon.
+
+#include "core/listeners.h"
+
+#include <gtest/gtest.h>
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include "core/logger.h"
+#include "tests/core/fresh_process.h"
+#include "tests/core/scripted_server.h"
+#include "tests/support/output_capture.h"
+#include "tests/support/temp_files.h"
+
+namespace {
+
+const std::string CONFIRMATION = "*3\r\n$9\r\nsubscribe\r\n$1\r\nc\r\n:1\r\n";
+
+// Runs the thread to its end against the server and gives what it logs.
+std::string logOf(void* (*listener)(void*), const ScriptedServer& server) {
+    writeFile("/var/run/redis.port", "0");
+    writeFile("/var/run/redis.unixsocket", server.socketPath());
+    writeFile("/var/run/redis.requirepass", "");
+    return inFreshProcess([&] {
+        Logger logger;
+        gLogger = &logger;
+        const OutputCapture errors(STDERR_FILENO);
+        pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
+        pthread_t thread{};
+        if (pthread_create(&thread, nullptr, listener, &lock) != 0 ||
+            pthread_join(thread, nullptr) != 0) {
+            return std::string("no thread");
+        }
+        return errors.text();
+    });
+}
+
+struct Pushed {
+    const char* name;
+    std::string bytes;
+};
+
+class PushedReply : public testing::TestWithParam<Pushed> {};
+
+TEST_P(PushedReply, isPassedOverByTheCreationListener) {
+    ScriptedServer server({CONFIRMATION + GetParam().bytes});
+    EXPECT_EQ(logOf(createListenerThread, server), "[Debug]: begin create certificate thread.\n");
+    const Commands expected = {
+        {"SUBSCRIBE", "&&/redfish/v1/CertificateService/CreateNewCertificate"}};
+    EXPECT_EQ(server.received(), expected);
+}
+
+TEST_P(PushedReply, isPassedOverByTheDeletionListener) {
+    ScriptedServer server({CONFIRMATION + GetParam().bytes});
+    EXPECT_EQ(logOf(deleteListenerThread, server), "[Debug]: begin delete certificate thread.\n");
+    const Commands expected = {{"SUBSCRIBE", "&&/redfish/v1/CertificateService/DeleteCertificate"}};
+    EXPECT_EQ(server.received(), expected);
+}
+
+const std::string MESSAGE = "*3\r\n$7\r\nmessage\r\n$1\r\nc\r\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, PushedReply,
+    testing::Values(Pushed{"nilPayload", MESSAGE + "$-1\r\n"},
+                    Pushed{"integerPayload", MESSAGE + ":5\r\n"},
+                    Pushed{"arrayPayload", MESSAGE + "*1\r\n$1\r\na\r\n"},
+                    Pushed{"emptyPayload", MESSAGE + "$0\r\n\r\n"}, Pushed{"emptyArray", "*0\r\n"},
+                    Pushed{"nilArray", "*-1\r\n"}, Pushed{"status", "+OK\r\n"},
+                    Pushed{"error", "-ERR no\r\n"}, Pushed{"integer", ":5\r\n"},
+                    Pushed{"string", "$3\r\na b\r\n"}, Pushed{"confirmationOnceMore", CONFIRMATION},
+                    Pushed{"severalInARow", MESSAGE + "$-1\r\n*0\r\n" + MESSAGE + ":5\r\n"}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(PushedMessage, isNotPassedOver) {
+    ScriptedServer server({CONFIRMATION + MESSAGE + "$3\r\na b\r\n"});
+    EXPECT_EQ(logOf(createListenerThread, server), "[Debug]: begin create certificate thread.\n"
+                                                   "[Error]: Failed to connect to Redis\n\n")
+        << "the server takes no second connection";
+}
+
+TEST(Subscription, thatGivesRubbishEndsTheListener) {
+    ScriptedServer server({CONFIRMATION + "!rubbish\r\n"});
+    EXPECT_EQ(logOf(deleteListenerThread, server), "[Debug]: begin delete certificate thread.\n");
+}
+
+TEST(Subscription, thatIsRefusedLeavesTheListenerWaitingForItsEnd) {
+    ScriptedServer server({"-NOPERM no channels for you\r\n"});
+    EXPECT_EQ(logOf(createListenerThread, server), "[Debug]: begin create certificate thread.\n");
+}
+
+} // namespace
