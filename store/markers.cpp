@@ -83,7 +83,8 @@ bool isListReference(std::string_view marker) {
 }
 
 std::string nestedKeyOf(std::string_view listEntry) {
-    const Marker marker = parseListMarker(listEntry);
+    // A marker begins at once: with a blank before it an entry is an ordinary text.
+    const Marker marker = hasMarkerPrefix(listEntry) ? parseListMarker(listEntry) : Marker();
     const bool structured = marker.kind == MarkerKind::OBJECT || marker.kind == MarkerKind::ARRAY;
     return structured ? std::string(marker.target) : std::string();
 }
