@@ -1,6 +1,9 @@
 #pragma once
 
 // Ownership of hiredis replies: a reply taken into RedisReply is freed at the end of its scope.
+//
+// Commands go through redisCommand and redisAppendCommand with the formats that the stored form and
+// the log name them by; writing the protocol by hand would save little and is left to hiredis.
 
 #include <hiredis/hiredis.h>
 
