@@ -17,7 +17,7 @@
 namespace {
 
 constexpr const char* FILE_NAME = "/tmp/fuzz.conf";
-constexpr std::array<std::string_view, 6> KEYS = {"LOG_FILE", "a", "LOG_LEVEL", "a b", "", "é"};
+constexpr std::array<std::string_view, 6> KEYS = {"LOG_FILE", "a", "LOG_LEVEL", "a b", "", "#a"};
 constexpr std::array<std::string_view, 6> SEPARATORS = {"=", "=", ":", "==", " ", ""};
 
 std::string stripped(std::string text) {

@@ -79,6 +79,9 @@ constexpr std::array<std::string_view, 32> VALUES = {"DE",
 constexpr std::array<std::int32_t, 10> KEY_LENGTHS = {0,    256,  384,  521,        2048,
                                                       3072, 4096, 1024, 2147483647, -1};
 
+constexpr std::size_t SHORTEST_SECRET = 6;
+constexpr std::size_t LONGEST_SECRET = 16;
+
 std::string takeValue(Input& input) {
     return input.choose(3) == 0 ? input.text(300) : input.pick(VALUES);
 }
@@ -105,11 +108,17 @@ CSRRequest takeRequest(Input& input) {
     return request;
 }
 
+// The beginning of the challenge password; messages cut what is long. Empty when it is too short to
+// be told from other texts.
+std::string secretOf(const CSRRequest& request) {
+    const auto password = request.stringParameters.find("ChallengePassword");
+    const bool isThere =
+        password != request.stringParameters.end() && password->second.size() >= SHORTEST_SECRET;
+    return isThere ? password->second.substr(0, LONGEST_SECRET) : std::string();
+}
+
 // Whether the text is the challenge password's alone, so that its presence in a message is a leak.
 bool isSecret(const CSRRequest& request, const std::string& password) {
-    if (password.size() < 6) {
-        return false;
-    }
     const auto holds = [&](const std::string& text) {
         return text.find(password) != std::string::npos;
     };
@@ -130,13 +139,13 @@ bool isSecret(const CSRRequest& request, const std::string& password) {
 void checkRefusal(const CSRRequest& request, const MessageInfo& message) {
     require(message.MessageId.starts_with("Base.1.9."), "a refusal has an identifier");
     require(!message.MessageArgs.empty(), "a refusal names what is wrong");
-    const auto password = request.stringParameters.find("ChallengePassword");
-    if (password == request.stringParameters.end() || !isSecret(request, password->second)) {
+    const std::string secret = secretOf(request);
+    if (secret.empty() || !isSecret(request, secret)) {
         return;
     }
     for (const auto& texts : {message.MessageArgs, message.RelatedProperties}) {
         for (const std::string& text : texts) {
-            require(text.find(password->second) == std::string::npos,
+            require(text.find(secret) == std::string::npos,
                     "no message holds the challenge password");
         }
     }
