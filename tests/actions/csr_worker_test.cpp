@@ -75,117 +75,74 @@ protected:
 };
 
 const std::string RESULT = "&&" + TASK + "/Result";
-const std::string INFORMATION = "&&" + TASK + "/ExtendedInfo";
 
-TEST_F(CSRWorker, CompletedTaskSendsTheseCommands) {
-    setBackendAnswers(R"({"generateCSR":{"csr":"text"}})");
-    push(TASK);
-    CommandMonitor monitor(server);
-    start();
-    stop();
-    EXPECT_EQ(describeCommands(monitor.commands()),
-              "PUBLISH TASK_STATE_CHANGE \"" + TASK +
-                  " Running null null\"\n"
-                  "TYPE " +
-                  RESULT +
-                  "/ResponseData\n"
-                  "INCR Array-Member-Sequence-ID\n"
-                  "HSET " +
-                  RESULT + "/ResponseData \"&&ObjectRef CertificateCollection " + COLLECTION +
-                  "\" \"\"\n"
-                  "HSET " +
-                  RESULT +
-                  "/ResponseData CSRString \"\\\"text\\\"\"\n"
-                  "HGET webDefaultValue REDIS_CONNECTION_DEFAULT_TIMEOUT\n"
-                  "TYPE " +
-                  RESULT +
-                  "\n"
-                  "INCR Array-Member-Sequence-ID\n"
-                  "HSET " +
-                  RESULT + " &&ResponseData " + RESULT +
-                  "/ResponseData\n"
-                  "HSET " +
-                  RESULT +
-                  " &&ReturnStatus OK_RES\n"
-                  "TYPE " +
-                  INFORMATION +
-                  "/1\n"
-                  "INCR Array-Member-Sequence-ID\n"
-                  "EXPIRE " +
-                  INFORMATION +
-                  "/1 6\n"
-                  "TYPE " +
-                  INFORMATION +
-                  "\n"
-                  "INCR Array-Member-Sequence-ID\n"
-                  "RPUSH " +
-                  INFORMATION + " \"\\\"" + INFORMATION +
-                  "/1\\\"\"\n"
-                  "EXPIRE " +
-                  INFORMATION +
-                  " 6\n"
-                  "PUBLISH TASK_STATE_CHANGE \"" +
-                  TASK + " Completed null null\"\n");
+// The commands of TASK, whose result stands at {R} and its extended information at {I}.
+std::string taskCommands(const std::string& text) {
+    return filled(text, {{"TASK", TASK}, {"R", RESULT}, {"I", "&&" + TASK + "/ExtendedInfo"}});
+}
+
+class TaskCommands : public CSRWorker {
+protected:
+    // Everything that the worker sends for this answer of the backend.
+    std::string commandsOf(const std::string& answers) {
+        setBackendAnswers(answers);
+        push(TASK);
+        CommandMonitor monitor(server);
+        start();
+        stop();
+        return describeCommands(monitor.commands());
+    }
+};
+
+TEST_F(TaskCommands, OfASuccess) {
+    EXPECT_EQ(commandsOf(R"({"generateCSR":{"csr":"text"}})"),
+              taskCommands(R"(PUBLISH TASK_STATE_CHANGE "{TASK} Running null null"
+TYPE {R}/ResponseData
+INCR Array-Member-Sequence-ID
+HSET {R}/ResponseData "&&ObjectRef CertificateCollection {COLLECTION}" ""
+HSET {R}/ResponseData CSRString "\"text\""
+HGET webDefaultValue REDIS_CONNECTION_DEFAULT_TIMEOUT
+TYPE {R}
+INCR Array-Member-Sequence-ID
+HSET {R} &&ResponseData {R}/ResponseData
+HSET {R} &&ReturnStatus OK_RES
+TYPE {I}/1
+INCR Array-Member-Sequence-ID
+EXPIRE {I}/1 6
+TYPE {I}
+INCR Array-Member-Sequence-ID
+RPUSH {I} "\"{I}/1\""
+EXPIRE {I} 6
+PUBLISH TASK_STATE_CHANGE "{TASK} Completed null null"
+)"));
     EXPECT_EQ(log(), BEGIN_LINE + THREE_NULL_LINES);
 }
 
-TEST_F(CSRWorker, FailedTaskSendsTheseCommandsAndNothingExpires) {
-    setBackendAnswers(R"({"generateCSR":{"code":400,"message":{"MessageId":"Own.1.0.Text",
-        "MessageArgs":["a"],"RelatedProperties":["/City"]}}})");
-    push(TASK);
-    CommandMonitor monitor(server);
-    start();
-    stop();
-    EXPECT_EQ(describeCommands(monitor.commands()),
-              "PUBLISH TASK_STATE_CHANGE \"" + TASK +
-                  " Running null null\"\n"
-                  "HGET webDefaultValue REDIS_CONNECTION_DEFAULT_TIMEOUT\n"
-                  "TYPE " +
-                  RESULT +
-                  "\n"
-                  "INCR Array-Member-Sequence-ID\n"
-                  "HSET " +
-                  RESULT + " &&ExtendedInfo " + INFORMATION +
-                  "\n"
-                  "HSET " +
-                  RESULT +
-                  " &&ReturnStatus FAILURE\n"
-                  "TYPE " +
-                  INFORMATION +
-                  "/1\n"
-                  "INCR Array-Member-Sequence-ID\n"
-                  "HSET " +
-                  INFORMATION + "/1 &&MessageArgs " + INFORMATION +
-                  "/1/MessageArgs\n"
-                  "HSET " +
-                  INFORMATION +
-                  "/1 &&MessageId Own.1.0.Text\n"
-                  "HSET " +
-                  INFORMATION + "/1 &&RelatedProperties " + INFORMATION +
-                  "/1/RelatedProperties\n"
-                  "TYPE " +
-                  INFORMATION +
-                  "/1/MessageArgs\n"
-                  "INCR Array-Member-Sequence-ID\n"
-                  "RPUSH " +
-                  INFORMATION +
-                  "/1/MessageArgs \"\\\"a\\\"\"\n"
-                  "TYPE " +
-                  INFORMATION +
-                  "/1/RelatedProperties\n"
-                  "INCR Array-Member-Sequence-ID\n"
-                  "RPUSH " +
-                  INFORMATION +
-                  "/1/RelatedProperties \"\\\"/City\\\"\"\n"
-                  "TYPE " +
-                  INFORMATION +
-                  "\n"
-                  "INCR Array-Member-Sequence-ID\n"
-                  "RPUSH " +
-                  INFORMATION + " \"\\\"" + INFORMATION +
-                  "/1\\\"\"\n"
-                  "PUBLISH TASK_STATE_CHANGE \"" +
-                  TASK + " Exception null null " + INFORMATION + "\"\n");
+TEST_F(TaskCommands, OfAFailureWhoseInformationDoesNotExpire) {
+    EXPECT_EQ(commandsOf(R"({"generateCSR":{"code":400,"message":{"MessageId":"Own.1.0.Text",
+                  "MessageArgs":["a"],"RelatedProperties":["/City"]}}})"),
+              taskCommands(R"(PUBLISH TASK_STATE_CHANGE "{TASK} Running null null"
+HGET webDefaultValue REDIS_CONNECTION_DEFAULT_TIMEOUT
+TYPE {R}
+INCR Array-Member-Sequence-ID
+HSET {R} &&ExtendedInfo {I}
+HSET {R} &&ReturnStatus FAILURE
+TYPE {I}/1
+INCR Array-Member-Sequence-ID
+HSET {I}/1 &&MessageArgs {I}/1/MessageArgs
+HSET {I}/1 &&MessageId Own.1.0.Text
+HSET {I}/1 &&RelatedProperties {I}/1/RelatedProperties
+TYPE {I}/1/MessageArgs
+INCR Array-Member-Sequence-ID
+RPUSH {I}/1/MessageArgs "\"a\""
+TYPE {I}/1/RelatedProperties
+INCR Array-Member-Sequence-ID
+RPUSH {I}/1/RelatedProperties "\"/City\""
+TYPE {I}
+INCR Array-Member-Sequence-ID
+RPUSH {I} "\"{I}/1\""
+PUBLISH TASK_STATE_CHANGE "{TASK} Exception null null {I}"
+)"));
     EXPECT_EQ(answer(RESULT), "FAILURE Own.1.0.Text (a) [/City]");
     EXPECT_EQ(log(), BEGIN_LINE + "[Error]: generateCSR: asynchronously generate key failed.\n" +
                          THREE_NULL_LINES);

@@ -20,8 +20,9 @@ using nlohmann::json;
 
 const std::string CURVE = R"("KeyCurveId":"TPM_ECC_NIST_P384")";
 const std::string PENDING_LINE = "[Debug]: bIsAsyncAlg response processing\n\n";
-const std::string ASK_COLLECTION =
-    "HEXISTS " + COLLECTION + " &&BlockCSRGeneration\n" + "HGET " + COLLECTION + " @odata.type\n";
+const std::string ASK_COLLECTION = filled(R"(HEXISTS {COLLECTION} &&BlockCSRGeneration
+HGET {COLLECTION} @odata.type
+)");
 
 class GenerateCSR : public ActionFixture {
 protected:
@@ -72,41 +73,30 @@ protected:
 
 TEST_F(GenerateCSR, SynchronousRequestSendsTheseCommands) {
     setBackendAnswers(R"({"generateCSR":{"csr":"line 1\nline 2\n"}})");
-    const std::string response = "status/1/result/ResponseData";
-    EXPECT_EQ(commandsOf(csrBody(CURVE)),
-              READ_RECORD + READ_BODY + ASK_COLLECTION + "TYPE " + response +
-                  "\n"
-                  "INCR Array-Member-Sequence-ID\n"
-                  "HSET " +
-                  response + " \"&&ObjectRef CertificateCollection " + COLLECTION +
-                  "\" \"\"\n"
-                  "HSET " +
-                  response +
-                  " CSRString \"\\\"line 1\\\\nline 2\\\\n\\\"\"\n"
-                  "HGET webDefaultValue REDIS_CONNECTION_DEFAULT_TIMEOUT\n"
-                  "TYPE status/1/result\n"
-                  "INCR Array-Member-Sequence-ID\n"
-                  "HSET status/1/result &&ResponseData " +
-                  response +
-                  "\n"
-                  "HSET status/1/result &&ReturnStatus OK_RES\n" +
-                  WRITE_NO_MESSAGE + PUBLISH_REPLY);
+    const std::string writeResponse = filled(R"(TYPE status/1/result/ResponseData
+INCR Array-Member-Sequence-ID
+HSET status/1/result/ResponseData "&&ObjectRef CertificateCollection {COLLECTION}" ""
+HSET status/1/result/ResponseData CSRString "\"line 1\\nline 2\\n\""
+)");
+    const std::string fields =
+        R"(HSET status/1/result &&ResponseData status/1/result/ResponseData
+HSET status/1/result &&ReturnStatus OK_RES
+)";
+    EXPECT_EQ(commandsOf(csrBody(CURVE)), READ_RECORD + READ_BODY + ASK_COLLECTION + writeResponse +
+                                              BEGIN_STATUS + fields + WRITE_NO_MESSAGE +
+                                              PUBLISH_REPLY);
     EXPECT_EQ(log(), "");
 }
 
 TEST_F(GenerateCSR, TaskSendsTheseCommands) {
+    const std::string fields = filled(R"(HSET status/1/result &&Location {TASK}
+HSET status/1/result &&ResponseData status/1/result/ResponseData
+HSET status/1/result &&ReturnStatus PROCESSING
+)",
+                                      {{"TASK", TASK}});
     EXPECT_EQ(commandsOf(csrBody(R"("KeyPairAlgorithm":"TPM_ALG_RSA")")),
-              READ_RECORD + READ_BODY + ASK_COLLECTION +
-                  "HGET webDefaultValue REDIS_CONNECTION_DEFAULT_TIMEOUT\n"
-                  "TYPE status/1/result\n"
-                  "INCR Array-Member-Sequence-ID\n"
-                  "HSET status/1/result &&Location " +
-                  TASK +
-                  "\n"
-                  "HSET status/1/result &&ResponseData status/1/result/ResponseData\n"
-                  "HSET status/1/result &&ReturnStatus PROCESSING\n" +
-                  WRITE_NO_MESSAGE + "PUBLISH TASK_STATE_CHANGE \"" + TASK +
-                  " Pending null null\"\n" + PUBLISH_REPLY);
+              READ_RECORD + READ_BODY + ASK_COLLECTION + BEGIN_STATUS + fields + WRITE_NO_MESSAGE +
+                  "PUBLISH TASK_STATE_CHANGE \"" + TASK + " Pending null null\"\n" + PUBLISH_REPLY);
     EXPECT_EQ(client.command("EXISTS", "status/1/result/ResponseData").integer, 0);
     EXPECT_TRUE(backendCalls().empty());
     EXPECT_EQ(log(), PENDING_LINE);
@@ -278,9 +268,7 @@ TEST_F(GenerateCSR, CollectionOfAnotherTypeThrows) {
 TEST_F(GenerateCSR, UnreadableBodyIsAnswered) {
     storeRequest(client, actionRequest(GENERATE_CSR, ""));
     EXPECT_EQ(commandsOf(""),
-              READ_RECORD + "TYPE requests/1/body\n" +
-                  failureCommands("EXCEPTION", "ExtendedError.1.2.DatabaseOperationError") +
-                  PUBLISH_REPLY);
+              READ_RECORD + "TYPE requests/1/body\n" + defaultFailureCommands() + PUBLISH_REPLY);
     EXPECT_EQ(log(), "[Error]: generateCSR: get request data failed.\n");
     EXPECT_FALSE(generateCSR(context(), RETURN_CHANNEL, BODY_KEY, STATUS_KEY, TASK));
     EXPECT_EQ(answer(), "EXCEPTION ExtendedError.1.2.DatabaseOperationError ()");

@@ -13,9 +13,9 @@ namespace {
 
 using nlohmann::json;
 
-const std::string ASK_CERTIFICATE = "HGET " + CERTIFICATE + " @odata.type\n" + "HEXISTS " +
-                                    CERTIFICATE + " &&BlockReplaceCertificate\n";
-const std::string READ_TYPES = "LRANGE &&" + COLLECTION + "/@Redfish.SupportedCertificates 0 -1\n";
+const std::string ASK_CERTIFICATE = filled(R"(HGET {COLLECTION}/1a @odata.type
+HEXISTS {COLLECTION}/1a &&BlockReplaceCertificate
+)");
 const std::string UNCHANGED_LINE = "[Debug]: The certificate string is not changed, doesn't need "
                                    "to update the certificate resource.\n";
 
@@ -60,20 +60,16 @@ protected:
 TEST_F(ReplaceCertificate, ChangedCertificateSendsTheseCommands) {
     const std::string digest = loadEventScript();
     setBackendAnswers(R"({"replace":{"privateKeyValue":"keys/2","message":{"MessageId":"x"}}})");
-    EXPECT_EQ(commandsOf(replaceBody()),
-              READ_RECORD + READ_BODY + ASK_CERTIFICATE + READ_TYPES +
-                  "HINCRBY /redfish/v1/EventService &&EVENT_GROUP_ID_COUNTER 1\n"
-                  "HGET webDefaultValue MAX_EVENT_GROUP_ID\n"
-                  "HSET " +
-                  CERTIFICATE +
-                  " &&CertPrivateKey keys/2\n"
-                  "HGET redisSHAScripts resourceChange\n"
-                  "EVALSHA " +
-                  digest + " 5 change " + CERTIFICATE +
-                  " Certificate EventGroupId 1\n"
-                  "HSET status/1/result &&ReturnStatus OK_RES\n"
-                  "HSET status/1/result &&Location " +
-                  CERTIFICATE + "\n" + PUBLISH_REPLY);
+    EXPECT_EQ(commandsOf(replaceBody()), READ_RECORD + READ_BODY + ASK_CERTIFICATE + READ_TYPES +
+                                             TAKE_GROUP +
+                                             filled(R"(HSET {URI} &&CertPrivateKey keys/2
+HGET redisSHAScripts resourceChange
+EVALSHA {DIGEST} 5 change {URI} Certificate EventGroupId 1
+HSET status/1/result &&ReturnStatus OK_RES
+HSET status/1/result &&Location {URI}
+)",
+                                                    {{"URI", CERTIFICATE}, {"DIGEST", digest}}) +
+                                             PUBLISH_REPLY);
     EXPECT_EQ(client.hash(STATUS_KEY),
               (std::map<std::string, std::string>{{"&&Location", CERTIFICATE},
                                                   {"&&ReturnStatus", "OK_RES"}}));
@@ -92,12 +88,13 @@ TEST_F(ReplaceCertificate, UnchangedCertificateSendsTheseCommandsAndStaysAsItIs)
     const std::string text = describeCommands(commands);
     const std::string body = client.hash("status/1/result/ResponseData").at("&&RawJSON");
     EXPECT_EQ(text, READ_RECORD + READ_BODY + ASK_CERTIFICATE + READ_TYPES +
-                        "HSET status/1/result &&Location " + CERTIFICATE +
-                        "\n"
-                        "HSET status/1/result &&ReturnStatus OK_RES\n"
-                        "HSET status/1/result &&ResponseData status/1/result/ResponseData\n"
-                        "HSET status/1/result/ResponseData &&RawJSON " +
-                        describeText(body) + "\n" + PUBLISH_REPLY);
+                        filled(R"(HSET status/1/result &&Location {URI}
+HSET status/1/result &&ReturnStatus OK_RES
+HSET status/1/result &&ResponseData status/1/result/ResponseData
+HSET status/1/result/ResponseData &&RawJSON {BODY}
+)",
+                               {{"URI", CERTIFICATE}, {"BODY", describeText(body)}}) +
+                        PUBLISH_REPLY);
     EXPECT_NE(body.find("\"MessageId\": \"Base.1.9.NoOperation\""), std::string::npos);
     EXPECT_EQ(client.hash(CERTIFICATE), before);
     EXPECT_EQ(log(), UNCHANGED_LINE);
@@ -145,9 +142,7 @@ TEST_F(ReplaceCertificate, FailedEventIsAnException) {
 
 TEST_F(ReplaceCertificate, UnreadableBodyIsAnswered) {
     EXPECT_EQ(commandsOf(""),
-              READ_RECORD + "TYPE requests/1/body\n" +
-                  failureCommands("EXCEPTION", "ExtendedError.1.2.DatabaseOperationError") +
-                  PUBLISH_REPLY);
+              READ_RECORD + "TYPE requests/1/body\n" + defaultFailureCommands() + PUBLISH_REPLY);
     EXPECT_EQ(log(), "[Error]: ReplaceCertificate: get request data failed.\n");
     EXPECT_FALSE(replaceCertificate(context(), BODY_KEY, STATUS_KEY));
 }

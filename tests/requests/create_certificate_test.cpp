@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "core/settings.h"
+#include "tests/requests/expected_commands.h"
 #include "tests/requests/redis_proxy.h"
 #include "tests/requests/request_fixture.h"
 #include "tests/support/fake_backend.h"
@@ -64,81 +65,71 @@ protected:
     pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
 };
 
-const std::string READ_RECORD = "TYPE requests/1\n"
-                                "HGETALL requests/1\n";
-const std::string READ_BODY = "TYPE requests/1/body\n"
-                              "HGETALL requests/1/body\n";
-const std::string READ_TYPES = "LRANGE &&" + COLLECTION + "/@Redfish.SupportedCertificates 0 -1\n";
+// The commands of a creation by FULL_CREATE_ANSWER, step by step; ID stands for the identifier.
 const std::string NEW = COLLECTION + "/ID";
-const std::string ETAG_TEXT = R"("\"\\\"ETAG\\\"\"")";
-const std::string WRITE_RESOURCE =
-    "TYPE " + NEW + "\n" + //
-    "INCR Array-Member-Sequence-ID\n" + "HSET " + NEW + " &&AllowMethod GET,HEAD,DELETE\n" +
-    "HSET " + NEW + " &&CRUDprefix &&/redfish/v1/CertificateService/CertificateCollection\n" +
-    "HSET " + NEW + " @odata.etag " + ETAG_TEXT + "\n" + "HSET " + NEW + " @odata.id \"\\\"" + NEW +
-    "\\\"\"\n" + "HSET " + NEW + " @odata.type \"\\\"#Certificate.v1_2_2.Certificate\\\"\"\n" +
-    "HSET " + NEW + " CertificateString \"\\\"backend's text\\\"\"\n" + "HSET " + NEW +
-    " CertificateType \"\\\"PEM\\\"\"\n" + "HSET " + NEW +
-    " Description \"\\\"The resource describes a certificate used to prove the " +
-    "identify of a component, account, or service.\\\"\"\n" + "HSET " + NEW +
-    " Id \"\\\"ID\\\"\"\n" + "HSET " + NEW + " \"&&Object Issuer &&" + NEW + "/Issuer\" \"\"\n" +
-    "HSET &&" + NEW + "/Issuer CommonName \"\\\"Test CA\\\"\"\n" + "HSET &&" + NEW +
-    "/Issuer Email null\n" + "HSET " + NEW + " \"&&Array KeyUsage &&" + NEW + "/KeyUsage\" \"\"\n" +
-    "RPUSH &&" + NEW + "/KeyUsage \"\\\"DigitalSignature\\\"\"\n" + "RPUSH &&" + NEW +
-    "/KeyUsage \"\\\"KeyEncipherment\\\"\"\n" + "HSET " + NEW +
-    " Name \"\\\"HTTPS Certificate\\\"\"\n" + "HSET " + NEW + " \"&&Object Subject &&" + NEW +
-    "/Subject\" \"\"\n" + "HSET &&" + NEW + "/Subject CommonName \"\\\"host.example\\\"\"\n" +
-    "HSET &&" + NEW + "/Subject Email \"\\\"a@host.example\\\"\"\n" + "HSET " + NEW +
-    " ValidNotAfter \"\\\"2034-01-01T00:00:00Z\\\"\"\n" + "HSET " + NEW +
-    " ValidNotBefore \"\\\"2024-01-01T00:00:00Z\\\"\"\n";
+const std::string WRITE_RESOURCE = filled(R"(TYPE {NEW}
+INCR Array-Member-Sequence-ID
+HSET {NEW} &&AllowMethod GET,HEAD,DELETE
+HSET {NEW} &&CRUDprefix &&/redfish/v1/CertificateService/CertificateCollection
+HSET {NEW} @odata.etag "\"\\\"ETAG\\\"\""
+HSET {NEW} @odata.id "\"{NEW}\""
+HSET {NEW} @odata.type "\"#Certificate.v1_2_2.Certificate\""
+HSET {NEW} CertificateString "\"backend's text\""
+HSET {NEW} CertificateType "\"PEM\""
+HSET {NEW} Description "\"The resource describes a certificate used to prove the identify of a component, account, or service.\""
+HSET {NEW} Id "\"ID\""
+HSET {NEW} "&&Object Issuer &&{NEW}/Issuer" ""
+HSET &&{NEW}/Issuer CommonName "\"Test CA\""
+HSET &&{NEW}/Issuer Email null
+HSET {NEW} "&&Array KeyUsage &&{NEW}/KeyUsage" ""
+RPUSH &&{NEW}/KeyUsage "\"DigitalSignature\""
+RPUSH &&{NEW}/KeyUsage "\"KeyEncipherment\""
+HSET {NEW} Name "\"HTTPS Certificate\""
+HSET {NEW} "&&Object Subject &&{NEW}/Subject" ""
+HSET &&{NEW}/Subject CommonName "\"host.example\""
+HSET &&{NEW}/Subject Email "\"a@host.example\""
+HSET {NEW} ValidNotAfter "\"2034-01-01T00:00:00Z\""
+HSET {NEW} ValidNotBefore "\"2024-01-01T00:00:00Z\""
+)",
+                                          {{"NEW", NEW}});
 const std::string WRITE_KEY = "HSET " + NEW + " &&CertPrivateKey keys/1\n";
-const std::string LINK_MEMBER = "LPUSH &&" + COLLECTION + "/Members \"&&ObjectRef " + NEW +
-                                "\"\n" //
-                                "INCR Array-Member-Sequence-ID\n"
-                                "HSET " +
-                                COLLECTION + " @odata.etag " + ETAG_TEXT + "\n" + "HSET " +
-                                COLLECTION + " Members@odata.count 1\n";
-const std::string LINK_LOCATION = "LPUSH " + LINKS_KEY + " \"&&ObjectRef " + NEW + "\"\n" +
-                                  "HSET " + LOCATIONS + " @odata.etag \"\\\"ETAG\\\"\"\n";
-const std::string WRITE_OK = "HGET webDefaultValue REDIS_CONNECTION_DEFAULT_TIMEOUT\n"
-                             "TYPE status/1/result\n"
-                             "INCR Array-Member-Sequence-ID\n"
-                             "HSET status/1/result &&Location " +
-                             NEW +
-                             "\n"
-                             "HSET status/1/result &&ReturnStatus OK\n"
-                             "TYPE status/1/ExtendedInfo/1\n"
-                             "INCR Array-Member-Sequence-ID\n"
-                             "EXPIRE status/1/ExtendedInfo/1 6\n"
-                             "TYPE status/1/ExtendedInfo\n"
-                             "INCR Array-Member-Sequence-ID\n"
-                             "RPUSH status/1/ExtendedInfo \"\\\"status/1/ExtendedInfo/1\\\"\"\n"
-                             "EXPIRE status/1/ExtendedInfo 6\n";
-const std::string TAKE_GROUP = "HINCRBY /redfish/v1/EventService &&EVENT_GROUP_ID_COUNTER 1\n"
-                               "HGET webDefaultValue MAX_EVENT_GROUP_ID\n";
-const std::string READ_DIGEST = "HGET redisSHAScripts resourceChange\n";
-const std::string PUBLISH = "PUBLISH answers/1 status/1/result\n";
-
-const std::string WRITE_DEFAULT =
-    failureCommands("EXCEPTION", "ExtendedError.1.2.DatabaseOperationError");
+const std::string PUSH_MEMBER = "LPUSH &&" + COLLECTION + "/Members \"&&ObjectRef " + NEW + "\"\n";
+const std::string LINK_MEMBER = PUSH_MEMBER + filled(R"(INCR Array-Member-Sequence-ID
+HSET {COLLECTION} @odata.etag "\"\\\"ETAG\\\"\""
+HSET {COLLECTION} Members@odata.count 1
+)");
+const std::string LINK_LOCATION =
+    filled(R"(LPUSH &&{LOCATIONS}/Links/Certificates "&&ObjectRef {NEW}"
+HSET {LOCATIONS} @odata.etag "\"ETAG\""
+)",
+           {{"NEW", NEW}});
+const std::string WRITE_OK = BEGIN_STATUS +
+                             filled(R"(HSET status/1/result &&Location {NEW}
+HSET status/1/result &&ReturnStatus OK
+)",
+                                    {{"NEW", NEW}}) +
+                             WRITE_NO_MESSAGE;
+const std::string READ_ALL = READ_RECORD + READ_BODY + READ_TYPES;
+const std::string STORE_ALL =
+    READ_ALL + WRITE_RESOURCE + WRITE_KEY + LINK_MEMBER + LINK_LOCATION + WRITE_OK + TAKE_GROUP;
 
 TEST_F(CreateCertificate, SendsTheseCommands) {
     const std::string digest = loadEventScript();
-    EXPECT_EQ(commandsOf(creationRequest(), 1),
-              READ_RECORD + READ_BODY + READ_TYPES + WRITE_RESOURCE + WRITE_KEY + LINK_MEMBER +
-                  LINK_LOCATION + WRITE_OK + TAKE_GROUP + READ_DIGEST + "EVALSHA " + digest +
-                  " 15 add " + NEW + " Certificate EventGroupId 1 change " + COLLECTION +
-                  " CertificateCollection EventGroupId 1 change " + LOCATIONS +
-                  " CertificateLocations EventGroupId 1\n" + PUBLISH);
+    EXPECT_EQ(
+        commandsOf(creationRequest(), 1),
+        STORE_ALL + READ_DIGEST +
+            filled("EVALSHA {DIGEST} 15 add {NEW} Certificate EventGroupId 1 change {COLLECTION} "
+                   "CertificateCollection EventGroupId 1 change {LOCATIONS} CertificateLocations "
+                   "EventGroupId 1\n",
+                   {{"DIGEST", digest}, {"NEW", NEW}}) +
+            PUBLISH_REPLY);
     EXPECT_EQ(log(), "[Debug]: CertificateService will generate events when resource is "
                      "created/updated/removed.\n");
 }
 
 TEST_F(CreateCertificate, WithEventsOffNoScriptIsAskedFor) {
     configure({{"GenerateResourceEvent", "false"}});
-    EXPECT_EQ(commandsOf(creationRequest(), 1),
-              READ_RECORD + READ_BODY + READ_TYPES + WRITE_RESOURCE + WRITE_KEY + LINK_MEMBER +
-                  LINK_LOCATION + WRITE_OK + TAKE_GROUP + PUBLISH);
+    EXPECT_EQ(commandsOf(creationRequest(), 1), STORE_ALL + PUBLISH_REPLY);
 }
 
 TEST_F(CreateCertificate, BackendGetsTheRequest) {
@@ -231,7 +222,7 @@ TEST_F(CreateCertificate, EmptyKeysAreRefusedWithoutReply) {
         EXPECT_EQ(answer(statusKey), DEFAULT_ANSWER);
         EXPECT_EQ(commands.find("PUBLISH"), std::string::npos);
         if (!statusKey.empty()) {
-            EXPECT_EQ(commands, WRITE_DEFAULT);
+            EXPECT_EQ(commands, defaultFailureCommands());
         }
     }
 }
@@ -239,7 +230,7 @@ TEST_F(CreateCertificate, EmptyKeysAreRefusedWithoutReply) {
 TEST_F(CreateCertificate, UnreadableRecordIsRefusedWithoutReply) {
     CommandMonitor monitor(server);
     EXPECT_EQ(handle(creationRequest()), 0);
-    EXPECT_EQ(commandText(monitor.commands()), "TYPE requests/1\n" + WRITE_DEFAULT);
+    EXPECT_EQ(commandText(monitor.commands()), "TYPE requests/1\n" + defaultFailureCommands());
     EXPECT_EQ(log(), "[Error]: Create certificate: get request data structure failed.\n");
     EXPECT_EQ(answer(), DEFAULT_ANSWER);
 }
@@ -251,7 +242,7 @@ TEST_F(CreateCertificate, EmptyFieldIsRefusedWithoutReply) {
         configure();
         FrontEndRequest request = creationRequest();
         request.fields = {{field, ""}};
-        EXPECT_EQ(commandsOf(request, 0), READ_RECORD + WRITE_DEFAULT);
+        EXPECT_EQ(commandsOf(request, 0), READ_RECORD + defaultFailureCommands());
         EXPECT_EQ(log(), "[Error]: Create certificate: request structure missing property.\n");
         EXPECT_EQ(answer(), DEFAULT_ANSWER);
         client.flushAll();
@@ -261,7 +252,7 @@ TEST_F(CreateCertificate, EmptyFieldIsRefusedWithoutReply) {
 TEST_F(CreateCertificate, TargetOfMembersAloneIsEmpty) {
     FrontEndRequest request = creationRequest();
     request.targetUri = "/Members";
-    EXPECT_EQ(commandsOf(request, 0), READ_RECORD + WRITE_DEFAULT);
+    EXPECT_EQ(commandsOf(request, 0), READ_RECORD + defaultFailureCommands());
     EXPECT_EQ(log(), "[Error]: Create certificate: request structure missing property.\n");
 }
 
@@ -288,7 +279,7 @@ TEST_F(CreateCertificate, HeldLockIsAnsweredBusy) {
     EXPECT_EQ(commandText(monitor.commands()),
               READ_RECORD +
                   failureCommands("EXCEPTION", "Base.1.9.ServiceTemporarilyUnavailable", {"1"}) +
-                  PUBLISH);
+                  PUBLISH_REPLY);
     EXPECT_EQ(log(), "[Error]: Create certificate: get lock error.\n");
     EXPECT_EQ(answer(), "EXCEPTION Base.1.9.ServiceTemporarilyUnavailable (1)");
     EXPECT_TRUE(backendCalls().empty());
@@ -299,7 +290,7 @@ TEST_F(CreateCertificate, UnreadableBodyIsAnswered) {
     FrontEndRequest request = creationRequest();
     request.body.clear();
     EXPECT_EQ(commandsOf(request, 0),
-              READ_RECORD + "TYPE requests/1/body\n" + WRITE_DEFAULT + PUBLISH);
+              READ_RECORD + "TYPE requests/1/body\n" + defaultFailureCommands() + PUBLISH_REPLY);
     EXPECT_EQ(log(), "[Error]: Create certificate: get request data failed.\n" + GENERIC_LINE);
     EXPECT_EQ(answer(), DEFAULT_ANSWER);
 }
@@ -308,10 +299,10 @@ TEST_F(CreateCertificate, UnsupportedTypeIsAnsweredWithoutTheBackend) {
     FrontEndRequest request = creationRequest();
     request.body = R"({"CertificateString":"t","CertificateType":"pem"})";
     EXPECT_EQ(commandsOf(request, 0),
-              READ_RECORD + READ_BODY + READ_TYPES +
+              READ_ALL +
                   failureCommands("FAILURE", "Base.1.9.PropertyValueNotInList",
                                   {"pem", "CertificateType"}) +
-                  PUBLISH);
+                  PUBLISH_REPLY);
     EXPECT_EQ(answer(), "FAILURE Base.1.9.PropertyValueNotInList (pem, CertificateType)");
     EXPECT_TRUE(backendCalls().empty());
     EXPECT_EQ(log(), GENERIC_LINE);
@@ -337,7 +328,7 @@ TEST_F(CreateCertificate, BackendsRefusalIsAnswered) {
     const std::string commands = commandsOf(creationRequest(), 0);
     EXPECT_EQ(commands.find("EVALSHA"), std::string::npos);
     EXPECT_EQ(commands.find(COLLECTION + "/ID"), std::string::npos);
-    EXPECT_TRUE(commands.ends_with(PUBLISH));
+    EXPECT_TRUE(commands.ends_with(PUBLISH_REPLY));
     EXPECT_EQ(answer(), "FAILURE Own.1.0.Text (a, b) [/CertificateString]");
     EXPECT_EQ(log(), GENERIC_LINE);
 }
@@ -388,9 +379,9 @@ TEST_F(CreateCertificate, FailedKeyFieldIsIgnored) {
 TEST_F(CreateCertificate, MemberThatCannotBeLinkedLeavesTheResource) {
     client.command("DEL", "&&" + COLLECTION + "/Members");
     client.command("SET", "&&" + COLLECTION + "/Members", "no list");
-    EXPECT_EQ(commandsOf(creationRequest(), 0),
-              READ_RECORD + READ_BODY + READ_TYPES + WRITE_RESOURCE + WRITE_KEY + "LPUSH &&" +
-                  COLLECTION + "/Members \"&&ObjectRef " + NEW + "\"\n" + WRITE_DEFAULT + PUBLISH);
+    EXPECT_EQ(commandsOf(creationRequest(), 0), READ_ALL + WRITE_RESOURCE + WRITE_KEY +
+                                                    PUSH_MEMBER + defaultFailureCommands() +
+                                                    PUBLISH_REPLY);
     EXPECT_EQ(log(), "[Error]: Create certificate: update Certificate Collection failed.\n" +
                          GENERIC_LINE);
     EXPECT_EQ(answer(), DEFAULT_ANSWER);
@@ -411,9 +402,7 @@ TEST_F(CreateCertificate, LocationThatCannotBeLinkedLeavesTheMember) {
 
 TEST_F(CreateCertificate, FailedEventLeavesStatusOkAndLogsAnError) {
     const std::string commands = commandsOf(creationRequest(), 0);
-    EXPECT_EQ(commands, READ_RECORD + READ_BODY + READ_TYPES + WRITE_RESOURCE + WRITE_KEY +
-                            LINK_MEMBER + LINK_LOCATION + WRITE_OK + TAKE_GROUP + READ_DIGEST +
-                            PUBLISH);
+    EXPECT_EQ(commands, STORE_ALL + READ_DIGEST + PUBLISH_REPLY);
     EXPECT_EQ(answer(), "OK");
     EXPECT_EQ(log(), "[Debug]: CertificateService will generate events when resource is "
                      "created/updated/removed.\n"

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tests/requests/expected_commands.h"
 #include "tests/requests/redis_proxy.h"
 #include "tests/requests/request_fixture.h"
 #include "tests/support/fake_backend.h"
@@ -53,37 +54,22 @@ protected:
     pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
 };
 
-const std::string READ_RECORD = "TYPE requests/1\n"
-                                "HGETALL requests/1\n";
-const std::string WRITE_OK = "HGET webDefaultValue REDIS_CONNECTION_DEFAULT_TIMEOUT\n"
-                             "TYPE status/1/result\n"
-                             "INCR Array-Member-Sequence-ID\n"
-                             "HSET status/1/result &&ReturnStatus OK_EMPTY\n"
-                             "TYPE status/1/ExtendedInfo/1\n"
-                             "INCR Array-Member-Sequence-ID\n"
-                             "EXPIRE status/1/ExtendedInfo/1 6\n"
-                             "TYPE status/1/ExtendedInfo\n"
-                             "INCR Array-Member-Sequence-ID\n"
-                             "RPUSH status/1/ExtendedInfo \"\\\"status/1/ExtendedInfo/1\\\"\"\n"
-                             "EXPIRE status/1/ExtendedInfo 6\n";
-const std::string TAKE_GROUP = "HINCRBY /redfish/v1/EventService &&EVENT_GROUP_ID_COUNTER 1\n"
-                               "HGET webDefaultValue MAX_EVENT_GROUP_ID\n";
-const std::string PUBLISH = "PUBLISH answers/1 status/1/result\n";
-
-const std::string WRITE_DEFAULT =
-    failureCommands("EXCEPTION", "ExtendedError.1.2.DatabaseOperationError");
+const std::string WRITE_OK =
+    BEGIN_STATUS + "HSET status/1/result &&ReturnStatus OK_EMPTY\n" + WRITE_NO_MESSAGE;
 
 TEST_F(DeleteCertificate, SendsTheseCommandsAndRemovesNoRecord) {
     const std::string digest = loadEventScript();
     client.command("HSET", CERTIFICATE, "Id", "\"1a\"");
     client.command("RPUSH", "&&" + COLLECTION + "/Members", "&&ObjectRef " + CERTIFICATE);
-    EXPECT_EQ(commandsOf(1), READ_RECORD + WRITE_OK + TAKE_GROUP +
-                                 "HGET redisSHAScripts resourceChange\n"
-                                 "EVALSHA " +
-                                 digest + " 15 delete " + CERTIFICATE +
-                                 " Certificate EventGroupId 1 change " + COLLECTION +
-                                 " CertificateCollection EventGroupId 1 change " + LOCATIONS +
-                                 " CertificateLocations EventGroupId 1\n" + PUBLISH);
+    EXPECT_EQ(
+        commandsOf(1),
+        READ_RECORD + WRITE_OK + TAKE_GROUP + READ_DIGEST +
+            filled(
+                "EVALSHA {DIGEST} 15 delete {URI} Certificate EventGroupId 1 change {COLLECTION} "
+                "CertificateCollection EventGroupId 1 change {LOCATIONS} CertificateLocations "
+                "EventGroupId 1\n",
+                {{"DIGEST", digest}, {"URI", CERTIFICATE}}) +
+            PUBLISH_REPLY);
     EXPECT_EQ(client.hash(STATUS_KEY),
               (std::map<std::string, std::string>{{"&&ReturnStatus", "OK_EMPTY"}}));
     EXPECT_EQ(client.command("EXISTS", CERTIFICATE, "&&" + COLLECTION + "/Members").integer, 2);
@@ -101,7 +87,7 @@ TEST_F(DeleteCertificate, BodyKeyIsNotNeeded) {
 
 TEST_F(DeleteCertificate, WithEventsOffItSucceedsAtOnce) {
     configure({{"GenerateResourceEvent", "false"}});
-    EXPECT_EQ(commandsOf(1), READ_RECORD + WRITE_OK + TAKE_GROUP + PUBLISH);
+    EXPECT_EQ(commandsOf(1), READ_RECORD + WRITE_OK + TAKE_GROUP + PUBLISH_REPLY);
     EXPECT_EQ(answer(), "OK_EMPTY");
 }
 
@@ -126,7 +112,7 @@ TEST_F(DeleteCertificate, EmptyKeysAreRefusedWithoutReply) {
 
 TEST_F(DeleteCertificate, UnreadableRecordIsRefusedWithoutReply) {
     client.command("DEL", "requests/1");
-    EXPECT_EQ(commandsOf(0), "TYPE requests/1\n" + WRITE_DEFAULT);
+    EXPECT_EQ(commandsOf(0), "TYPE requests/1\n" + defaultFailureCommands());
     EXPECT_EQ(log(), "[Error]: Delete certificate: get request data structure failed.\n");
     EXPECT_EQ(answer(), DEFAULT_ANSWER);
 }
@@ -137,7 +123,7 @@ TEST_F(DeleteCertificate, EmptyFieldIsRefusedWithoutReply) {
         configure();
         storeRequest(client, deletionRequest(CERTIFICATE));
         client.command("HSET", "requests/1", field, "");
-        EXPECT_EQ(commandsOf(0), READ_RECORD + WRITE_DEFAULT);
+        EXPECT_EQ(commandsOf(0), READ_RECORD + defaultFailureCommands());
         EXPECT_EQ(log(), "[Error]: Delete certificate: request structure missing property.\n");
         EXPECT_EQ(answer(), DEFAULT_ANSWER);
     }
@@ -158,7 +144,7 @@ TEST_F(DeleteCertificate, HeldLockIsAnsweredBusy) {
     EXPECT_EQ(commandsOf(0),
               READ_RECORD +
                   failureCommands("EXCEPTION", "Base.1.9.ServiceTemporarilyUnavailable", {"1"}) +
-                  PUBLISH);
+                  PUBLISH_REPLY);
     EXPECT_EQ(log(), "[Error]: Delete certificate: get lock error.\n");
     EXPECT_EQ(answer(), "EXCEPTION Base.1.9.ServiceTemporarilyUnavailable (1)");
     EXPECT_TRUE(backendCalls().empty());
@@ -185,15 +171,14 @@ TEST_F(DeleteCertificate, BackendsRefusalIsAnsweredWithItsMessage) {
         "MessageArgs":["x"],"RelatedProperties":["/P"]}}})");
     const std::string commands = commandsOf(0);
     EXPECT_TRUE(commands.starts_with(READ_RECORD + "HGET webDefaultValue"));
-    EXPECT_TRUE(commands.ends_with(PUBLISH));
+    EXPECT_TRUE(commands.ends_with(PUBLISH_REPLY));
     EXPECT_EQ(commands.find("HINCRBY"), std::string::npos);
     EXPECT_EQ(answer(), "EXCEPTION Own.1.0.Gone (x) [/P]");
     EXPECT_EQ(log(), "");
 }
 
 TEST_F(DeleteCertificate, FailedEventLeavesTheStatusAndLogsAnError) {
-    EXPECT_EQ(commandsOf(0), READ_RECORD + WRITE_OK + TAKE_GROUP +
-                                 "HGET redisSHAScripts resourceChange\n" + PUBLISH);
+    EXPECT_EQ(commandsOf(0), READ_RECORD + WRITE_OK + TAKE_GROUP + READ_DIGEST + PUBLISH_REPLY);
     EXPECT_EQ(answer(), "OK_EMPTY");
     EXPECT_EQ(log(), "[Debug]: CertificateService will generate events when resource is "
                      "created/updated/removed.\n"

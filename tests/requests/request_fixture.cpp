@@ -74,37 +74,6 @@ std::string commandText(const Commands& commands) {
     return std::regex_replace(describeCommands(commands), etag, "$1ETAG$2");
 }
 
-std::string failureCommands(const std::string& status, const std::string& messageId,
-                            const std::vector<std::string>& arguments) {
-    std::string text =
-        "HGET webDefaultValue REDIS_CONNECTION_DEFAULT_TIMEOUT\n"
-        "TYPE status/1/result\n"
-        "INCR Array-Member-Sequence-ID\n"
-        "HSET status/1/result &&ExtendedInfo status/1/ExtendedInfo\n"
-        "HSET status/1/result &&ReturnStatus " +
-        status +
-        "\n"
-        "TYPE status/1/ExtendedInfo/1\n"
-        "INCR Array-Member-Sequence-ID\n"
-        "HSET status/1/ExtendedInfo/1 &&MessageArgs status/1/ExtendedInfo/1/MessageArgs\n"
-        "HSET status/1/ExtendedInfo/1 &&MessageId " +
-        messageId +
-        "\n"
-        "EXPIRE status/1/ExtendedInfo/1 6\n";
-    if (!arguments.empty()) {
-        text += "TYPE status/1/ExtendedInfo/1/MessageArgs\n"
-                "INCR Array-Member-Sequence-ID\n";
-        for (const auto& argument : arguments) {
-            text += "RPUSH status/1/ExtendedInfo/1/MessageArgs \"\\\"" + argument + "\\\"\"\n";
-        }
-        text += "EXPIRE status/1/ExtendedInfo/1/MessageArgs 6\n";
-    }
-    return text + "TYPE status/1/ExtendedInfo\n"
-                  "INCR Array-Member-Sequence-ID\n"
-                  "RPUSH status/1/ExtendedInfo \"\\\"status/1/ExtendedInfo/1\\\"\"\n"
-                  "EXPIRE status/1/ExtendedInfo 6\n";
-}
-
 FrontEndRequest creationRequest() {
     FrontEndRequest request;
     request.kind = RequestKind::CREATE;

@@ -59,10 +59,6 @@ private:
 // ETAG.
 [[nodiscard]] std::string commandText(const Commands& commands);
 
-// The text of the commands that write this failure at STATUS_KEY.
-[[nodiscard]] std::string failureCommands(const std::string& status, const std::string& messageId,
-                                          const std::vector<std::string>& arguments = {});
-
 // A creation of a PEM certificate in COLLECTION.
 [[nodiscard]] FrontEndRequest creationRequest();
 
