@@ -74,7 +74,8 @@ int appendMember(redisContext* context, WriteStack& stack, const std::string& na
 int appendArrayElement(redisContext* context, WriteStack& stack, std::size_t index,
                        const nlohmann::json& value, std::int64_t& sequenceId) {
     const std::string& key = stack.back().key;
-    MemberEntry entry = makeMemberEntry(key, sequenceId, std::to_string(index), value);
+    std::int64_t nextId = sequenceId;
+    MemberEntry entry = makeMemberEntry(key, nextId, std::to_string(index), value);
     if (entry.nestedKey.empty()) {
         return entry.valueText.empty()
                    ? 0
@@ -84,6 +85,8 @@ int appendArrayElement(redisContext* context, WriteStack& stack, std::size_t ind
         makeMarker(MarkerMode::ARRAY_ELEMENT, value, entry.nestedKey, entry.memberName);
     const int appended = appendElement(context, key, marker);
     if (!isListReference(marker)) {
+        // A reference takes no id: nothing is stored under it.
+        sequenceId = nextId;
         stack.emplace_back(std::move(entry.nestedKey), value);
     }
     return appended;

@@ -1,0 +1,51 @@
+#pragma once
+
+// What the tests of the store share: a server, a client whose connection is handed to the store,
+// and comparison of everything that came of it.
+
+#include "tests/support/command_monitor.h"
+#include "tests/support/commands.h"
+#include "tests/support/output_capture.h"
+#include "tests/support/pipeline.h"
+#include "tests/support/redis_client.h"
+#include "tests/support/redis_server.h"
+
+#include <csignal>
+#include <functional>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <string>
+
+class StoreFixture : public testing::Test {
+protected:
+    StoreFixture() : client(server) {
+        // As in the daemon: a lost connection is a failed command.
+        (void)std::signal(SIGPIPE, SIG_IGN);
+    }
+
+    redisContext* context() {
+        return client.context();
+    }
+
+    // The commands that the work sends, one a line.
+    std::string commandsOf(const std::function<void()>& work) {
+        CommandMonitor monitor(server);
+        work();
+        return describeCommands(monitor.commands());
+    }
+
+    // What the work prints on standard error.
+    static std::string errorsOf(const std::function<void()>& work) {
+        const OutputCapture capture(2);
+        work();
+        return capture.text();
+    }
+
+    // Writes the counter from which the next store takes its ids.
+    void setCounter(const std::string& value) {
+        client.command("SET", "Array-Member-Sequence-ID", value);
+    }
+
+    RedisServer server;
+    RedisClient client;
+};

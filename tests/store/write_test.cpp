@@ -1,0 +1,218 @@
+// Writing a document in the place of a resource.
+
+#include "store/resource_store.h"
+#include "store/write_resource.h"
+
+#include "tests/store/store_fixture.h"
+
+using nlohmann::json;
+
+class WriteResource : public StoreFixture {
+protected:
+    // The commands that store the value at the key, as they are appended.
+    std::string appended(const std::string& key, const json& value, std::int64_t firstId = 1) {
+        sequenceId = firstId;
+        const int count = appendWriteCommands(context(), key, value, sequenceId);
+        const Commands commands = pendingCommands(context());
+        EXPECT_EQ(commands.size(), static_cast<std::size_t>(count));
+        return describeCommands(commands);
+    }
+
+    std::int64_t sequenceId = 0;
+};
+
+TEST_F(WriteResource, StoresTheCollectionOfTwoMembers) {
+    const std::string uri = "/redfish/v1/CertificateService/CertificateCollection";
+    const json document = {{"@odata.id", uri},
+                           {"Members", json::array({{{"@odata.id", uri + "/1"}}, {{"Name", "x"}}})},
+                           {"Members@odata.count", 2}};
+    setCounter("41");
+    EXPECT_EQ(commandsOf([&] { EXPECT_EQ(writeResource(context(), uri, document), 0); }),
+              "TYPE " + uri +
+                  "\n"
+                  "INCR Array-Member-Sequence-ID\n"
+                  "HSET " +
+                  uri + " @odata.id \"\\\"" + uri + "\\\"\"\n" + "HSET " + uri +
+                  " \"&&Array Members &&" + uri + "/Members\" \"\"\n" + "RPUSH &&" + uri +
+                  "/Members \"&&ObjectRef " + uri + "/1\"\n" + "RPUSH &&" + uri +
+                  "/Members \"&&Object &&" + uri + "/Members/42\"\n" + "HSET &&" + uri +
+                  "/Members/42 Name \"\\\"x\\\"\"\n" + "HSET " + uri + " Members@odata.count 2\n" +
+                  "SET Array-Member-Sequence-ID 42\n");
+    EXPECT_EQ(client.dumpAll(), "&&" + uri +
+                                    "/Members (list)\n"
+                                    "  [0] = \"&&ObjectRef " +
+                                    uri +
+                                    "/1\"\n"
+                                    "  [1] = \"&&Object &&" +
+                                    uri +
+                                    "/Members/42\"\n"
+                                    "&&" +
+                                    uri +
+                                    "/Members/42 (hash)\n"
+                                    "  Name = \"\\\"x\\\"\"\n" +
+                                    uri +
+                                    " (hash)\n"
+                                    "  \"&&Array Members &&" +
+                                    uri +
+                                    "/Members\" = \"\"\n"
+                                    "  @odata.id = \"\\\"" +
+                                    uri +
+                                    "\\\"\"\n"
+                                    "  Members@odata.count = 2\n"
+                                    "Array-Member-Sequence-ID (string) = 42\n");
+}
+
+TEST_F(WriteResource, RemovesWhatWasThere) {
+    client.command("HSET", "/x", "Old", "1", "&&Object O &&/x/O", "");
+    client.command("HSET", "&&/x/O", "N", "1");
+    EXPECT_EQ(commandsOf([&] {
+                  EXPECT_EQ(writeResource(context(), "/x", {{"New", 1}}), 0);
+              }),
+              "TYPE /x\n"
+              "TYPE /x\n"
+              "HGETALL /x\n"
+              "HGETALL &&/x/O\n"
+              "UNLINK /x\n"
+              "UNLINK &&/x/O\n"
+              "INCR Array-Member-Sequence-ID\n"
+              "HSET /x New 1\n");
+    EXPECT_EQ(client.keys(), (std::vector<std::string>{"/x", "Array-Member-Sequence-ID"}));
+}
+
+TEST_F(WriteResource, ReplacesAList) {
+    client.command("RPUSH", "/x", "1", "2");
+    EXPECT_EQ(writeResource(context(), "/x", json::array({3})), 0);
+    EXPECT_EQ(client.list("/x"), std::vector<std::string>{"3"});
+}
+
+TEST_F(WriteResource, AnEmptyObjectLeavesNoKey) {
+    EXPECT_EQ(commandsOf([&] { EXPECT_EQ(writeResource(context(), "/x", json::object()), 0); }),
+              "TYPE /x\nINCR Array-Member-Sequence-ID\n");
+    EXPECT_EQ(client.keys(), std::vector<std::string>{"Array-Member-Sequence-ID"});
+}
+
+TEST_F(WriteResource, AnotherTypeIsNotRemovedAndOnlyReported) {
+    client.command("SET", "/x", "text");
+    EXPECT_EQ(errorsOf([&] {
+                  EXPECT_EQ(writeResource(context(), "/x", {{"N", 1}}), 0);
+              }),
+              "[ERROR] Updates property reply type is incorrect.\n");
+    EXPECT_EQ(client.command("GET", "/x").text, "text");
+}
+
+TEST_F(WriteResource, TwoArraysOfTwoObjectsUseFourIds) {
+    setCounter("10");
+    const json object = {{"N", 1}};
+    const json document = {{"A", json::array({object, object})},
+                           {"B", json::array({object, object})}};
+    EXPECT_EQ(writeResource(context(), "/x", document), 0);
+    EXPECT_EQ(client.list("&&/x/A"),
+              (std::vector<std::string>{"&&Object &&/x/A/11", "&&Object &&/x/A/12"}));
+    EXPECT_EQ(client.list("&&/x/B"),
+              (std::vector<std::string>{"&&Object &&/x/B/13", "&&Object &&/x/B/14"}));
+    EXPECT_EQ(client.command("GET", "Array-Member-Sequence-ID").text, "14");
+}
+
+TEST_F(WriteResource, AppendsDepthFirstInMemberOrder) {
+    EXPECT_EQ(appended("/x", json::parse(R"({"B":{"C":[[1],{"D":2}]},"A":"t","E":true})")),
+              "HSET /x A \"\\\"t\\\"\"\n"
+              "HSET /x \"&&Object B &&/x/B\" \"\"\n"
+              "HSET &&/x/B \"&&Array C &&/x/B/C\" \"\"\n"
+              "RPUSH &&/x/B/C \"&&Array &&/x/B/C/1\"\n"
+              "RPUSH &&/x/B/C/1 1\n"
+              "RPUSH &&/x/B/C \"&&Object &&/x/B/C/2\"\n"
+              "HSET &&/x/B/C/2 D 2\n"
+              "HSET /x E true\n");
+    EXPECT_EQ(sequenceId, 3);
+}
+
+TEST_F(WriteResource, EmptyStructuresHaveOnlyTheirMarker) {
+    EXPECT_EQ(appended("/x", json::parse(R"({"A":[],"O":{}})")),
+              "HSET /x \"&&Array A &&/x/A\" \"\"\nHSET /x \"&&Object O &&/x/O\" \"\"\n");
+}
+
+TEST_F(WriteResource, EmptyStructuresComeBackEmpty) {
+    EXPECT_EQ(writeResource(context(), "/y", json::parse(R"({"A":[],"O":{}})")), 0);
+    json value;
+    EXPECT_EQ(getResource(context(), "/y", value), 0);
+    EXPECT_EQ(value, json::parse(R"({"A":[],"O":{}})"));
+}
+
+TEST_F(WriteResource, ReferencesAreNotFollowed) {
+    client.command("HSET", "/y", "Name", "1");
+    EXPECT_EQ(writeResource(context(), "/x", {{"Link", {{"@odata.id", "/y"}}}}), 0);
+    EXPECT_EQ(client.hash("/y").size(), 1U);
+    EXPECT_EQ(client.hash("/x").count("&&ObjectRef Link /y"), 1U);
+    EXPECT_EQ(client.command("EXISTS", "&&/x/Link").integer, 0);
+}
+
+TEST_F(WriteResource, AReferenceToNothingIsAnObjectOfItsOwn) {
+    EXPECT_EQ(appended("/x", {{"Link", {{"@odata.id", ""}}}}),
+              "HSET /x \"&&ObjectRef Link \" \"\"\nHSET &&/x/Link @odata.id \"\\\"\\\"\"\n");
+}
+
+TEST_F(WriteResource, MarkedNamesKeepRawStringsAndDropTheRest) {
+    EXPECT_EQ(appended("/x", json::parse(R"({"&&Foo":"bar \"baz","&&Three":3,"&&Null":null})")),
+              "HSET /x &&Foo \"bar \\\"baz\"\n");
+}
+
+TEST_F(WriteResource, MarkedStringsWithABlankArePushedRaw) {
+    EXPECT_EQ(appended("/x", json::array({"&&Foo bar", "&&Foo", "a", nullptr, 1.5})),
+              "RPUSH /x \"&&Foo bar\"\nRPUSH /x \"\\\"&&Foo\\\"\"\nRPUSH /x \"\\\"a\\\"\"\n"
+              "RPUSH /x null\nRPUSH /x 1.5\n");
+}
+
+TEST_F(WriteResource, AScalarAtTheTopStoresNothing) {
+    EXPECT_EQ(appended("/x", 5), "");
+    EXPECT_EQ(appended("/x", nullptr), "");
+}
+
+TEST_F(WriteResource, InvalidUtf8IsSkipped) {
+    std::string commands;
+    const std::string errors = errorsOf([&] {
+        commands = appended(
+            "/x", {{"Bad", "\xff"}, {"&&Bad", "\xff"}, {"Good", json::array({"\xff", 1})}});
+    });
+    EXPECT_EQ(commands, "HSET /x \"&&Array Good &&/x/Good\" \"\"\nRPUSH &&/x/Good 1\n");
+    EXPECT_NE(errors.find("[ERROR] Dump JSON object error. EXCEPTION="), std::string::npos);
+}
+
+TEST_F(WriteResource, PercentSignsAndBlanksArriveLiterally) {
+    EXPECT_EQ(writeResource(context(), "/x%s %d", {{"N%n ame", "%s%s%n 100%"}}), 0);
+    EXPECT_EQ(client.hash("/x%s %d")["N%n ame"], "\"%s%s%n 100%\"");
+}
+
+TEST_F(WriteResource, WithoutACounterElementsAreNamedByIndex) {
+    EXPECT_EQ(appended("/x", json::array({{{"a", 1}}, 2, {{"b", 3}}}), -1),
+              "RPUSH /x \"&&Object &&/x/0\"\nHSET &&/x/0 a 1\nRPUSH /x 2\n"
+              "RPUSH /x \"&&Object &&/x/2\"\nHSET &&/x/2 b 3\n");
+    EXPECT_EQ(sequenceId, -1);
+}
+
+TEST_F(WriteResource, AFailedCounterIsReportedAndIgnored) {
+    // The reset at the start works, the SET at the end is refused: its key has become too deep a
+    // secret for this user in between.
+    client.command("ACL", "SETUSER", "default", "-set");
+    setCounter("5");
+    const json document = json::array({{{"a", 1}}});
+    EXPECT_EQ(errorsOf([&] { EXPECT_EQ(storeResource(context(), "/x", document, nullptr), 0); }),
+              "[ERROR] Updates Array Sequence Id from 1 to 2 failed!\n");
+}
+
+TEST_F(WriteResource, ALostServerIsReportedForEveryReply) {
+    server.stop();
+    EXPECT_EQ(errorsOf([&] {
+                  EXPECT_EQ(writeResource(context(), "/x", {{"A", 1}, {"B", 2}}), 0);
+              }),
+              "[ERROR] Redis get reply failed!\n[ERROR] Redis get reply failed!\n");
+}
+
+TEST_F(WriteResource, AFailedRemovalEndsTheWrite) {
+    client.command("HSET", "/x", "Old", "1");
+    client.command("CONFIG", "SET", "busy-reply-threshold", "1");
+    RedisClient other(server);
+    other.command("ACL", "SETUSER", "default", "-hgetall");
+    // Without its content the tree cannot be walked; the top key still goes.
+    EXPECT_EQ(writeResource(context(), "/x", {{"New", 1}}), 0);
+    EXPECT_EQ(client.command("HGET", "/x", "Old").type, RedisAnswer::Type::NIL);
+}
