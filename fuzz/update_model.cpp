@@ -195,11 +195,13 @@ void writeTree(StoredData& data, const std::string& key, const nlohmann::json& v
                               : pushEntry(data, key, entryText(content));
             continue;
         }
+        std::int64_t idAfter = id;
         const std::string nested =
-            withPrefix(key + "/" + (value.is_object() ? name : std::to_string(takeId(id))));
+            withPrefix(key + "/" + (value.is_object() ? name : std::to_string(takeId(idAfter))));
         const std::string marker = markerOf(content, name, nested);
         value.is_object() ? setField(data, key, marker, "") : pushEntry(data, key, marker);
         if (!isReference(content)) {
+            id = idAfter; // nothing is stored under a reference, so it takes no id
             writeTree(data, nested, content, id);
         }
     }
