@@ -289,6 +289,24 @@ TEST_F(RootCa, FollowsTheChainWhileTheClockIsUnset) {
     EXPECT_EQ(faultOf(makeSigned(middle).certificate + middle.certificate, UNSET_CLOCK), "");
     EXPECT_EQ(faultOf(makeSelfSigned().certificate, UNSET_CLOCK),
               untrusted("self-signed certificate"));
+    CertificateOptions options;
+    options.notBefore = "20480101000000Z";
+    options.subject = {{"CN", "Root of 2048"}};
+    options.ca = true;
+    const TestCertificate young = makeSelfSigned(options);
+    writeFile(rootFile, young.certificate);
+    EXPECT_EQ(faultOf(makeSigned(young).certificate, UNSET_CLOCK), "");
+    EXPECT_EQ(faultOf(makeSigned(young).certificate), untrusted("certificate is not yet valid"));
+}
+
+TEST_F(RootCa, RefusesAWeakRoot) {
+    CertificateOptions options;
+    options.ca = true;
+    options.subject = {{"CN", "Weak root"}};
+    options.key = KeyKind::RSA_1024;
+    const TestCertificate weak = makeSelfSigned(options);
+    writeFile(rootFile, weak.certificate);
+    EXPECT_EQ(faultOf(makeSigned(weak).certificate), untrusted("CA certificate key too weak"));
 }
 
 TEST_F(RootCa, RefusesAnExpiredRoot) {

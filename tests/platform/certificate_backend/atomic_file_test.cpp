@@ -1,6 +1,9 @@
 #include "platform/certificate_backend/atomic_file.h"
 
 #include <atomic>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <thread>
@@ -113,6 +116,17 @@ TEST_F(AtomicFile, NamesStepAndPathOfAFault) {
         EXPECT_EQ(error.what(),
                   "cannot open the directory " + directory + ": No such file or directory");
     }
+}
+
+TEST_F(AtomicFile, HoldsTheLockAloneAndAsLongAsItsOwnerLives) {
+    makeDirectory(directory);
+    const OpenFile other(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    {
+        const OpenFile lock = lockDirectory(directory);
+        EXPECT_NE(flock(other.get(), LOCK_SH | LOCK_NB), 0);
+        EXPECT_EQ(errno, EWOULDBLOCK);
+    }
+    EXPECT_EQ(flock(other.get(), LOCK_EX | LOCK_NB), 0);
 }
 
 TEST_F(AtomicFile, GivesTheLockToOneThreadAtATime) {

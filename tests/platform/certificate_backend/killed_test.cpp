@@ -3,7 +3,9 @@
 
 #include <csignal>
 #include <filesystem>
+#include <map>
 #include <sys/ptrace.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,11 +16,9 @@
 
 namespace {
 
-// Runs the work in a process of its own and kills it at its stop of that number: each system call
-// has one stop before it and one after it. True when it was killed, false when it came to its end
-// first.
+// A process of its own for the work, stopped before it begins.
 template <typename Work>
-bool killedAt(int stop, Work work) {
+pid_t startTraced(Work work) {
     const pid_t child = fork();
     if (child == 0) {
         ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
@@ -26,6 +26,14 @@ bool killedAt(int stop, Work work) {
         work();
         _exit(0);
     }
+    return child;
+}
+
+// Runs the work in a process of its own and kills it at its stop of that number: each system call
+// has one stop before it and one after it. True when it was killed, false when it came to its end.
+template <typename Work>
+bool killedAt(int stop, Work work) {
+    const pid_t child = startTraced(work);
     int status = 0;
     waitpid(child, &status, 0);
     for (int i = 0; i < stop && WIFSTOPPED(status); ++i) {
@@ -40,6 +48,30 @@ bool killedAt(int stop, Work work) {
     waitpid(child, &status, 0);
     EXPECT_TRUE(WIFSIGNALED(status));
     return true;
+}
+
+// The work's system calls that change or flush something, in order.
+template <typename Work>
+std::vector<std::string> changingCalls(Work work) {
+    const std::map<std::uint64_t, std::string> names = {
+        {SYS_write, "write"},         {SYS_fsync, "fsync"},        {SYS_renameat, "rename"},
+        {SYS_renameat2, "rename"},    {SYS_unlinkat, "unlink"},    {SYS_mkdirat, "mkdir"},
+        {SYS_ftruncate, "ftruncate"}, {SYS_fdatasync, "fdatasync"}};
+    std::vector<std::string> calls;
+    const pid_t child = startTraced(work);
+    int status = 0;
+    waitpid(child, &status, 0);
+    ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD);
+    while (WIFSTOPPED(status)) {
+        __ptrace_syscall_info info = {};
+        ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof info, &info);
+        if (info.op == PTRACE_SYSCALL_INFO_ENTRY && names.count(info.entry.nr) > 0) {
+            calls.push_back(names.at(info.entry.nr));
+        }
+        ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+        waitpid(child, &status, 0);
+    }
+    return calls;
 }
 
 } // namespace
@@ -65,6 +97,18 @@ TEST_F(KilledBackend, LeavesTheOldPairOrTheNewOneInAReplacement) {
     EXPECT_EQ(installedText(uri), next);
     EXPECT_GT(oldStayed, 10);
     EXPECT_GT(newCame, 1);
+}
+
+TEST_F(KilledBackend, FlushesAFileBeforeItHasItsNameAndTheDirectoryAfterwards) {
+    const TestCertificate one = makeSelfSigned();
+    const TestCertificate two = makeSelfSigned();
+    ASSERT_EQ(create(one.privateKey + one.certificate).code, 200);
+    EXPECT_EQ(changingCalls([&] { static_cast<void>(replace(two.privateKey + two.certificate)); }),
+              (std::vector<std::string>{"write", "fsync", "rename", "fsync"}));
+    EXPECT_EQ(changingCalls([&] {
+                  static_cast<void>(uninstallCertificate(settings, std::string(IDENTITIES) + "/1"));
+              }),
+              (std::vector<std::string>{"unlink", "fsync"}));
 }
 
 TEST_F(KilledBackend, KeepsTheKeyOfARequestUntilItsCertificateIsInstalled) {

@@ -280,6 +280,29 @@ TEST(CertificateText, RefusesCertificatesThatAreNoChain) {
               NO_CHAIN);
 }
 
+TEST(CertificateText, ProvesTheOrderOfAChainByItsSignatures) {
+    // Names the middle as its issuer, has no key identifier that would tell, and another key signed
+    // it.
+    const ThreeLevels made;
+    const CertificateHandle forged = parseCertificate(made.leaf.certificate);
+    const int index = X509_get_ext_by_NID(forged.get(), NID_authority_key_identifier, -1);
+    const ExtensionHandle identifier(X509_delete_ext(forged.get(), index));
+    ASSERT_NE(identifier, nullptr);
+    const auto signedWith = [&](const std::string& key) {
+        EXPECT_GT(X509_sign(forged.get(), parsePrivateKey(key).get(), EVP_sha256()), 0);
+        CertificateChain chain;
+        X509_up_ref(forged.get());
+        chain.emplace_back(forged.get());
+        return certificateText(chain, CertificateType::SINGLE);
+    };
+    EXPECT_EQ(faultOf(signedWith(made.middle.privateKey) + made.middle.certificate,
+                      CertificateType::CHAIN),
+              "");
+    EXPECT_EQ(faultOf(signedWith(makePrivateKey(KeyKind::EC_P256)) + made.middle.certificate,
+                      CertificateType::CHAIN),
+              "the certificates of the text do not form one chain");
+}
+
 TEST(CertificateText, RefusesTheSameCertificateTwice) {
     const ThreeLevels made;
     EXPECT_EQ(faultOf(made.leaf.certificate + made.middle.certificate + made.leaf.certificate,
