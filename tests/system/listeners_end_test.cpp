@@ -18,7 +18,6 @@
 
 namespace {
 
-using testing::ElementsAre;
 using Texts = std::vector<std::string>;
 
 std::size_t threadCount(const DaemonProcess& daemon) {
