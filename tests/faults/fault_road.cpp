@@ -2,10 +2,12 @@
 
 #include <filesystem>
 #include <iterator>
+#include <stdexcept>
 
 #include "tests/support/fake_backend.h"
 #include "tests/support/request.h"
 #include "tests/support/temp_files.h"
+#include "tests/support/wait.h"
 
 const std::string COLLECTION = "/redfish/v1/Managers/1/Certificates";
 const std::string CERTIFICATE = COLLECTION + "/1a2b";
@@ -53,6 +55,14 @@ FaultRoad::FaultRoad() : mProxy(mServer.socketPath(), PROXY_PATH), mClient(mServ
 
 void FaultRoad::restartDaemon() {
     mDaemon.reset();
+    // The proxy closes the old daemon's connections in its own time; its subscriptions must not be
+    // taken for those of the new one.
+    if (!waitUntil([this] {
+            const auto channels = mClient.command("PUBSUB", "CHANNELS").elements;
+            return channels.empty();
+        })) {
+        throw std::runtime_error("the old daemon's subscriptions stay");
+    }
     (void)std::filesystem::remove(LOG_FILE);
     mProxy.setPlan({});
     mDaemon = std::make_unique<DaemonProcess>(
