@@ -1,0 +1,150 @@
+#include "bench/board_bench.h"
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "bench/measurement.h"
+#include "bench/request_cases.h"
+#include "bench/timed_front_end.h"
+#include "tests/support/certificates.h"
+#include "tests/support/child_process.h"
+#include "tests/support/daemon_process.h"
+#include "tests/support/redis_client.h"
+#include "tests/support/redis_server.h"
+#include "tests/support/temp_files.h"
+#include "tests/support/wait.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr double LARGEST_SIZE_KIB = 400;
+constexpr double BYTES_PER_KIB = 1024;
+constexpr int CHANNELS = 3;
+
+// The number behind a label of a file of /proc/PID.
+long processFigure(const std::string& path, const std::string& label) {
+    std::ifstream file(path);
+    std::string word;
+    while (file >> word) {
+        if (word == label) {
+            long figure = 0;
+            file >> figure;
+            return figure;
+        }
+    }
+    throw std::runtime_error("no " + label + " in " + path);
+}
+
+double residentKib(int process) {
+    return static_cast<double>(
+        processFigure("/proc/" + std::to_string(process) + "/status", "VmRSS:"));
+}
+
+// How often all threads together have been woken or moved off their processor.
+long switches(int process) {
+    long sum = 0;
+    for (const auto& task : fs::directory_iterator("/proc/" + std::to_string(process) + "/task")) {
+        const std::string status = task.path().string() + "/status";
+        sum += processFigure(status, "voluntary_ctxt_switches:") +
+               processFigure(status, "nonvoluntary_ctxt_switches:");
+    }
+    return sum;
+}
+
+Row memoryRow(const std::string& what, double kib) {
+    return {"resident memory " + what, "", numberText(kib / BYTES_PER_KIB, 1) + " MiB", "", "", ""};
+}
+
+// Waits until the daemon has subscribed to all channels.
+void waitForSubscriptions(RedisClient& monitor) {
+    int subscriptions = 0;
+    RedisAnswer line;
+    while (subscriptions < CHANNELS && monitor.nextMessage(line, WAIT_LIMIT_SECONDS)) {
+        subscriptions += line.text.find("\"SUBSCRIBE\"") != std::string::npos ? 1 : 0;
+    }
+    if (subscriptions < CHANNELS) {
+        throw std::runtime_error("the daemon does not subscribe");
+    }
+}
+
+double startOnce(const RedisServer& server) {
+    RedisClient monitor(server);
+    monitor.command("MONITOR");
+    ChildProcessOptions options;
+    options.arguments = {daemonProgram()};
+    const double start = now();
+    ChildProcess daemon(options);
+    waitForSubscriptions(monitor);
+    return now() - start;
+}
+
+// Creations and deletions in turn, each certificate deleted by the request behind it.
+void runRequests(const RedisServer& server, int requests, const std::string& certificateText) {
+    RedisClient client(server);
+    TimedFrontEnd frontEnd(server.socketPath());
+    const std::string digest = client.command("SCRIPT", "LOAD", "return 1").text;
+    frontEnd.restore(makeExchange(frontEndRecords(digest)));
+    const RequestCase creation = creationCase(certificateText);
+    for (int i = 0; i < requests; i += 2) {
+        frontEnd.add(makeExchange(creation.records));
+        (void)frontEnd.request(channelName(creation.kind));
+        const RequestCase deletion = deletionCase(frontEnd.statusField("&&Location"));
+        frontEnd.add(makeExchange(deletion.records));
+        (void)frontEnd.request(channelName(deletion.kind));
+        if (frontEnd.statusField("&&ReturnStatus") != deletion.status) {
+            throw std::runtime_error("a certificate is not created and deleted");
+        }
+        frontEnd.restore(makeExchange(frontEndRecords(digest)));
+    }
+}
+
+} // namespace
+
+void measureSize() {
+    const TempDirectory directory;
+    ChildProcessOptions options;
+    options.arguments = {"strip", "-o", directory.file("stripped"), daemonProgram()};
+    ChildProcess strip(options);
+    if (strip.waitForExit(WAIT_LIMIT_SECONDS) != 0) {
+        throw std::runtime_error("strip fails");
+    }
+    const auto size = static_cast<double>(fs::file_size(directory.file("stripped")));
+    printRow(limitRow("stripped size of the executable", size / BYTES_PER_KIB, LARGEST_SIZE_KIB,
+                      " KiB", 0));
+}
+
+void measureStart(const RedisServer& server, int rounds) {
+    tellProgress("starting the daemon");
+    writeConnectionFiles(server);
+    std::vector<double> times;
+    for (int i = 0; i < rounds; ++i) {
+        times.push_back(startOnce(server));
+    }
+    printRow(
+        {"from exec until all channels are subscribed", "", timeText(median(times)), "", "", ""});
+}
+
+void measureResidence(const RedisServer& server, double idleSeconds, int requests) {
+    tellProgress("the idle daemon");
+    writeConnectionFiles(server);
+    DaemonProcess daemon({{{"LOG_FILE", "/var/log/CertificateService.log"}}, "", {}});
+    daemon.waitUntilReady(server);
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    const long before = switches(daemon.pid());
+    std::this_thread::sleep_for(std::chrono::duration<double>(idleSeconds));
+    const auto wakeUps = static_cast<double>(switches(daemon.pid()) - before);
+    printRow(limitRow("wake-ups of the idle daemon in " + numberText(idleSeconds, 0) + " s",
+                      wakeUps, 0, "", 0));
+    printRow(memoryRow("of the idle daemon", residentKib(daemon.pid())));
+
+    tellProgress(std::to_string(requests) + " requests");
+    const TestCertificate certificate = makeSelfSigned();
+    runRequests(server, requests, certificate.privateKey + certificate.certificate);
+    printRow(
+        memoryRow("after " + std::to_string(requests) + " requests", residentKib(daemon.pid())));
+}

@@ -1,0 +1,129 @@
+#include "bench/exchange.h"
+
+#include <hiredis/hiredis.h>
+
+#include <charconv>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "tests/support/temp_files.h"
+
+namespace {
+
+constexpr std::string_view LINE_END = "\r\n";
+
+// Takes a line "<label><number>\r\n" from the front of the text.
+std::optional<std::size_t> takeNumber(std::string_view& text, char label) {
+    const std::size_t end = text.find(LINE_END);
+    if (end == std::string_view::npos || text.front() != label) {
+        return std::nullopt;
+    }
+    std::size_t number = 0;
+    const auto parsed = std::from_chars(text.data() + 1, text.data() + end, number);
+    if (parsed.ec != std::errc() || parsed.ptr != text.data() + end) {
+        return std::nullopt;
+    }
+    text.remove_prefix(end + LINE_END.size());
+    return number;
+}
+
+std::optional<std::string_view> takeWord(std::string_view& text) {
+    const auto length = takeNumber(text, '$');
+    if (!length || text.size() < *length + LINE_END.size()) {
+        return std::nullopt;
+    }
+    const std::string_view word = text.substr(0, *length);
+    text.remove_prefix(*length + LINE_END.size());
+    return word;
+}
+
+bool skipCommand(std::string_view& text) {
+    const auto words = takeNumber(text, '*');
+    for (std::size_t i = 0; words && i < *words; ++i) {
+        if (!takeWord(text)) {
+            return false;
+        }
+    }
+    return words.has_value();
+}
+
+} // namespace
+
+std::optional<std::size_t> countCommands(std::string_view bytes) {
+    std::size_t commands = 0;
+    while (!bytes.empty()) {
+        if (!skipCommand(bytes)) {
+            return std::nullopt;
+        }
+        ++commands;
+    }
+    return commands;
+}
+
+std::string firstCommandName(const Exchange& exchange) {
+    std::string_view text = exchange.bytes;
+    if (!takeNumber(text, '*')) {
+        return {};
+    }
+    return std::string(takeWord(text).value_or(std::string_view()));
+}
+
+Exchange makeExchange(const Commands& commands) {
+    Exchange exchange;
+    for (const Command& command : commands) {
+        exchange.bytes += "*" + std::to_string(command.size()) + "\r\n";
+        for (const std::string& word : command) {
+            exchange.bytes += "$" + std::to_string(word.size()) + "\r\n" + word + "\r\n";
+        }
+        ++exchange.replies;
+    }
+    return exchange;
+}
+
+void replay(redisContext* context, const Exchange& exchange) {
+    if (redisAppendFormattedCommand(context, exchange.bytes.data(), exchange.bytes.size()) !=
+        REDIS_OK) {
+        throw std::runtime_error("a replayed exchange cannot be written");
+    }
+    for (std::size_t i = 0; i < exchange.replies; ++i) {
+        void* reply = nullptr;
+        if (redisGetReply(context, &reply) != REDIS_OK) {
+            throw std::runtime_error(std::string("a replayed exchange gets no reply: ") +
+                                     context->errstr);
+        }
+        freeReplyObject(reply);
+    }
+}
+
+void replay(redisContext* context, const Exchanges& exchanges) {
+    for (const Exchange& exchange : exchanges) {
+        replay(context, exchange);
+    }
+}
+
+void saveExchanges(const std::string& path, const Exchanges& exchanges) {
+    std::string content;
+    for (const Exchange& exchange : exchanges) {
+        content += std::to_string(exchange.replies) + " " + std::to_string(exchange.bytes.size()) +
+                   "\n" + exchange.bytes;
+    }
+    writeFile(path, content);
+}
+
+Exchanges loadExchanges(const std::string& path) {
+    std::istringstream content(readFile(path));
+    Exchanges exchanges;
+    std::size_t replies = 0;
+    std::size_t size = 0;
+    while (content >> replies >> size) {
+        Exchange exchange{std::string(size, '\0'), replies};
+        content.ignore(1);
+        content.read(exchange.bytes.data(), static_cast<std::streamsize>(size));
+        exchanges.push_back(std::move(exchange));
+    }
+    if (!content.eof() || exchanges.empty()) {
+        throw std::runtime_error("no recorded exchanges in " + path);
+    }
+    return exchanges;
+}

@@ -1,0 +1,222 @@
+// Daemon and replay see the same database and the same files before every round, so each command of
+// the replay finds what it found when it was captured. The exception is what the daemon draws anew:
+// identifiers and entity tags, which are of the same length every time.
+
+#include "bench/request_bench.h"
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <stdexcept>
+
+#include "bench/empty_backend/example_values.h"
+#include "bench/measurement.h"
+#include "bench/recorder.h"
+#include "bench/replayer.h"
+#include "bench/request_cases.h"
+#include "bench/timed_front_end.h"
+#include "tests/support/certificates.h"
+#include "tests/support/daemon_process.h"
+#include "tests/support/redis_client.h"
+#include "tests/support/redis_server.h"
+#include "tests/support/temp_files.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string BACKEND_DIRECTORY = "/var/lib/CertificateService";
+const std::string BARE_DIRECTORY = "/var/lib/CertificateService/bare";
+constexpr int WARM_UP_ROUNDS = 20;
+
+using FileContents = std::map<std::string, std::string>;
+
+// The files that the backend keeps in its folders.
+FileContents backendFiles() {
+    FileContents files;
+    std::error_code isMissing; // a folder that is not there yet holds nothing
+    for (const char* folder : {"installed", "requests"}) {
+        const std::string path = BACKEND_DIRECTORY + "/" + folder;
+        for (const auto& entry : fs::directory_iterator(path, isMissing)) {
+            files[entry.path()] = readFile(entry.path());
+        }
+    }
+    return files;
+}
+
+void restoreFiles(const FileContents& files) {
+    for (const auto& [path, content] : backendFiles()) {
+        if (files.count(path) == 0) {
+            fs::remove(path);
+        }
+    }
+    for (const auto& [path, content] : files) {
+        writeFile(path, content);
+    }
+}
+
+// The certificates of the measurement, and where their root lies.
+struct Certificates {
+    TempDirectory directory;
+    std::string rootCaFile = directory.file("roots.pem");
+    std::string first;  // certificate and private key
+    std::string second; // the same for another key
+
+    Certificates() {
+        const TestCertificate authority = makeAuthority();
+        CertificateOptions options;
+        options.subject = {{"CN", "bmc.example"}, {"O", "Example Works"}, {"C", "US"}};
+        options.extensions = {{"keyUsage", "critical,digitalSignature"},
+                              {"extendedKeyUsage", "serverAuth"},
+                              {"subjectAltName", "DNS:bmc.example"}};
+        writeFile(rootCaFile, authority.certificate);
+        const TestCertificate one = makeSigned(authority, options);
+        const TestCertificate other = makeSigned(authority, options);
+        first = one.privateKey + one.certificate;
+        second = other.privateKey + other.certificate;
+    }
+};
+
+struct State {
+    Exchange database;
+    FileContents files;
+};
+
+class RequestBench {
+public:
+    RequestBench(const RedisServer& redisServer, BackendChoice choice)
+        : server(redisServer), backend(std::move(choice)), frontEnd(server.socketPath()) {
+        fs::create_directories(BARE_DIRECTORY);
+    }
+
+    void run(int rounds) {
+        capture();
+        writeConnectionFiles(server);
+        DaemonProcess daemon(daemonOptions());
+        daemon.waitUntilReady(server);
+        for (const auto& [request, script] : scripts) {
+            tellProgress(request.name + ", " + backend.name);
+            measure(request, script, rounds);
+        }
+    }
+
+private:
+    const RedisServer& server;
+    BackendChoice backend;
+    TimedFrontEnd frontEnd;
+    Certificates certificates;
+    State empty;   // before a creation
+    State created; // after it
+    std::vector<std::pair<RequestCase, ReplayScript>> scripts;
+
+    [[nodiscard]] bool isReference() const {
+        return backend.libraryPath.empty();
+    }
+
+    [[nodiscard]] DaemonOptions daemonOptions() const {
+        return {{{"LOG_FILE", "/var/log/CertificateService.log"},
+                 {"ROOT_CA_FILE", certificates.rootCaFile}},
+                backend.libraryPath,
+                {}};
+    }
+
+    // Throws when the request has not been answered with the status that it should have.
+    void checkStatus(const RequestCase& request) {
+        const std::string status = frontEnd.statusField("&&ReturnStatus");
+        if (status != request.status) {
+            throw std::runtime_error("a " + request.name + " ends with status \"" + status + "\"");
+        }
+    }
+
+    void prepare(const RequestCase& request) {
+        const State& state = request.onInstalled ? created : empty;
+        frontEnd.restore(state.database);
+        frontEnd.add(makeExchange(request.records));
+        if (isReference()) {
+            restoreFiles(state.files);
+        }
+    }
+
+    // The exchanges with which a daemon behind the recorder answers the request.
+    ReplayScript captureRequest(const RequestCase& request, const Recorder& recorder) {
+        prepare(request);
+        const auto earlier = recorder.connections();
+        (void)frontEnd.request(channelName(request.kind));
+        checkStatus(request);
+        ReplayScript script;
+        script.channel = "floor of a " + request.name;
+        script.exchanges = recorder.since(earlier);
+        script.freshConnection = recorder.connections().size() > earlier.size();
+        if (isReference()) {
+            script.bareCall = request.bareCall;
+            script.bareInput = {request.bareCall == BareCall::REPLACE ? certificates.second
+                                                                      : certificates.first,
+                                certificates.rootCaFile, BARE_DIRECTORY};
+        }
+        return script;
+    }
+
+    void addCase(const RequestCase& request, const Recorder& recorder) {
+        scripts.emplace_back(request, captureRequest(request, recorder));
+    }
+
+    void capture() {
+        TempDirectory directory;
+        const Recorder recorder(directory.file("recorder.sock"), server.socketPath());
+        writeFile("/var/run/redis.port", "0");
+        writeFile("/var/run/redis.unixsocket", directory.file("recorder.sock"));
+        DaemonProcess daemon(daemonOptions());
+        daemon.waitUntilReady(server);
+
+        RedisClient client(server);
+        const std::string digest = client.command("SCRIPT", "LOAD", "return 1").text;
+        empty.database = makeExchange(frontEndRecords(digest));
+        addCase(creationCase(isReference() ? certificates.first : exampleCertificateText()),
+                recorder);
+        const std::string createdUri = frontEnd.statusField("&&Location");
+        created = {databaseContent(client), isReference() ? backendFiles() : FileContents()};
+        addCase(deletionCase(createdUri), recorder);
+        addCase(replacementCase(createdUri,
+                                isReference() ? certificates.second : exampleCertificateText()),
+                recorder);
+        addCase(signingRequestCase(), recorder);
+    }
+
+    double daemonRound(const RequestCase& request) {
+        prepare(request);
+        const double seconds = frontEnd.request(channelName(request.kind));
+        checkStatus(request);
+        return seconds;
+    }
+
+    double floorRound(const RequestCase& request, const ReplayScript& script) {
+        prepare(request);
+        const std::string bareFile = BARE_DIRECTORY + "/" + BARE_CERTIFICATE_FILE;
+        if (request.onInstalled) {
+            writeFile(bareFile, certificates.first);
+        } else {
+            fs::remove(bareFile);
+        }
+        const double seconds = frontEnd.request(script.channel);
+        checkStatus(request);
+        return seconds;
+    }
+
+    void measure(const RequestCase& request, const ReplayScript& script, int rounds) {
+        const TempDirectory directory;
+        const ReplayerProcess replayer(server.socketPath(), script, directory.path());
+        const auto ours = [&] { return daemonRound(request); };
+        const auto floor = [&] { return floorRound(request, script); };
+        (void)measureSideBySide(WARM_UP_ROUNDS, ours, floor);
+        const SideBySide costs = measureSideBySide(rounds, ours, floor);
+        printRow(ratioRow(request.name + ", " + backend.name + " (" +
+                              std::to_string(script.exchanges.size()) + " exchanges)",
+                          costs, backend.largestRatio));
+    }
+};
+
+} // namespace
+
+void measureRequests(const RedisServer& server, const BackendChoice& backend, int rounds) {
+    RequestBench(server, backend).run(rounds);
+}
