@@ -121,9 +121,9 @@ void measureSize() {
 void measureStart(const RedisServer& server, int rounds) {
     tellProgress("starting the daemon");
     writeConnectionFiles(server);
-    std::vector<double> times;
-    for (int i = 0; i < rounds; ++i) {
-        times.push_back(startOnce(server));
+    std::vector<double> times(static_cast<std::size_t>(rounds));
+    for (double& time : times) {
+        time = startOnce(server);
     }
     printRow(
         {"from exec until all channels are subscribed", "", timeText(median(times)), "", "", ""});

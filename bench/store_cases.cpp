@@ -140,7 +140,7 @@ struct StoreBench::State {
         const auto read = [value](redisContext* context) {
             check(getResource(context, URI, *value));
         };
-        const auto point = add(name, goal, caseRounds, stored, read, false);
+        auto point = add(name, goal, caseRounds, stored, read, false);
         const auto ours = cases.back().ours;
         cases.back().ours = [ours, value] {
             *value = nullptr;
