@@ -22,13 +22,15 @@ std::string unquote(std::string_view text) {
     text = text.substr(1, text.size() - 2);
     std::string plain;
     plain.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '\\' && ++i == text.size()) {
-            break;
-        }
-        plain.push_back(text[i]);
+    for (std::size_t escape = text.find('\\'); escape != std::string_view::npos;
+         escape = text.find('\\')) {
+        plain += text.substr(0, escape);
+        text.remove_prefix(escape + 1);
+        // The character behind the backslash stands for itself, be it a backslash too.
+        plain += text.substr(0, 1);
+        text.remove_prefix(text.empty() ? 0 : 1);
     }
-    return plain;
+    return plain += text;
 }
 
 std::optional<double> extractDouble(std::string_view text) {
