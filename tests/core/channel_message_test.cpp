@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 namespace {
 
 struct Splitting {
@@ -11,6 +13,10 @@ struct Splitting {
     std::string message;
     std::string requestKey;
     std::string statusKey;
+
+    friend void PrintTo(const Splitting& row, std::ostream* out) {
+        *out << row.name;
+    }
 };
 
 class ChannelMessage : public testing::TestWithParam<Splitting> {};

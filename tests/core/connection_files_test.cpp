@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <ostream>
 
 #include "tests/core/fresh_process.h"
 #include "tests/support/output_capture.h"
@@ -94,6 +95,10 @@ struct Combination {
     const char* name;
     Files files;
     std::string expected; // what describe() gives, then what is printed
+
+    friend void PrintTo(const Combination& row, std::ostream* out) {
+        *out << row.name;
+    }
 };
 
 class ConnectionFiles : public testing::TestWithParam<Combination> {};

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -40,6 +41,10 @@ std::string logOf(void* (*listener)(void*), const ScriptedServer& server) {
 struct Pushed {
     const char* name;
     std::string bytes;
+
+    friend void PrintTo(const Pushed& row, std::ostream* out) {
+        *out << row.name;
+    }
 };
 
 class PushedReply : public testing::TestWithParam<Pushed> {};

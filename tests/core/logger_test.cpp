@@ -8,6 +8,7 @@
 #include <ctime>
 #include <filesystem>
 #include <memory>
+#include <ostream>
 #include <regex>
 #include <unistd.h>
 
@@ -299,6 +300,10 @@ struct SizeSetting {
     const char* value;
     std::string printed;
     long limit; // 0: never renamed
+
+    friend void PrintTo(const SizeSetting& row, std::ostream* out) {
+        *out << row.name;
+    }
 };
 
 class LoggerSize : public LoggerTest, public testing::WithParamInterface<SizeSetting> {

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <ostream>
 
 #include <sys/stat.h>
 
@@ -193,6 +194,10 @@ struct Answer {
     const char* name;
     const char* bytes;
     int result;
+
+    friend void PrintTo(const Answer& row, std::ostream* out) {
+        *out << row.name;
+    }
 };
 
 class AuthenticationAnswer : public testing::TestWithParam<Answer> {};

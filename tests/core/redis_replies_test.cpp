@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <stdexcept>
 
 #include "core/redis_reply.h"
@@ -161,6 +162,10 @@ struct HMSetAnswer {
     const char* name;
     const char* bytes;
     int result;
+
+    friend void PrintTo(const HMSetAnswer& row, std::ostream* out) {
+        *out << row.name;
+    }
 };
 
 class HMSetReply : public testing::TestWithParam<HMSetAnswer> {};

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <ostream>
 
 #include "tests/support/command_monitor.h"
 #include "tests/support/fake_backend.h"
@@ -15,6 +16,13 @@
 #include "tests/support/wait.h"
 #include "tests/system/daemon_log.h"
 #include "tests/system/start_faults.h"
+
+// GoogleTest's name for a channel's tests.
+static void PrintTo(RequestKind kind, std::ostream* out) {
+    *out << (kind == RequestKind::CREATE   ? "creation"
+             : kind == RequestKind::REMOVE ? "deletion"
+                                           : "action");
+}
 
 namespace {
 
@@ -120,11 +128,7 @@ TEST_P(OneListener, endsWithItsOwnSubscriptionAndTheOthersGoOn) {
 INSTANTIATE_TEST_SUITE_P(Channel, OneListener,
                          testing::Values(RequestKind::CREATE, RequestKind::REMOVE,
                                          RequestKind::ACTION),
-                         [](const auto& row) {
-                             return std::string(row.param == RequestKind::CREATE   ? "creation"
-                                                : row.param == RequestKind::REMOVE ? "deletion"
-                                                                                   : "action");
-                         });
+                         [](const auto& row) { return testing::PrintToString(row.param); });
 
 TEST_F(ListenersEnd, andTheProcessTooWhenTheWorkerHasEndedBefore) {
     startDaemon();
@@ -144,6 +148,12 @@ TEST_F(ListenersEnd, andTheProcessTooWhenTheWorkerHasEndedBefore) {
     EXPECT_TRUE(sendRequest(mServer, request).reply.has_value());
     ASSERT_TRUE(waitUntil([&] { return threadCount(*mDaemon) == threads - 1; })) << mDaemon->log();
     EXPECT_EQ(listening(client), "1 1 1") << "the listeners go on without the worker";
+    for (const RequestKind kind : {RequestKind::CREATE, RequestKind::REMOVE, RequestKind::ACTION}) {
+        FrontEndRequest next = unknownAction();
+        next.kind = kind;
+        next.body = R"({"CertificateType": "none"})";
+        EXPECT_EQ(sendRequest(mServer, next).reply, next.statusKey);
+    }
     mServer.stop();
     EXPECT_EQ(mDaemon->waitForExit(), 0);
     EXPECT_EQ(logLines(*mDaemon).back(), "[Debug]: >>> exiting certificate_service.");

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <ostream>
 
 #include "tests/support/command_monitor.h"
 #include "tests/support/fake_backend.h"
@@ -15,6 +16,13 @@
 #include "tests/support/request.h"
 #include "tests/support/wait.h"
 #include "tests/system/daemon_log.h"
+
+// GoogleTest's name for a channel's tests.
+static void PrintTo(RequestKind kind, std::ostream* out) {
+    *out << (kind == RequestKind::CREATE   ? "creation"
+             : kind == RequestKind::REMOVE ? "deletion"
+                                           : "action");
+}
 
 namespace {
 
@@ -108,18 +116,6 @@ Texts clientsInOrder(CommandMonitor& monitor) {
         }
     }
     return clients;
-}
-
-std::string nameOf(RequestKind kind) {
-    switch (kind) {
-    case RequestKind::CREATE:
-        return "creation";
-    case RequestKind::REMOVE:
-        return "deletion";
-    case RequestKind::ACTION:
-        break;
-    }
-    return "action";
 }
 
 // ---- splitting ----
@@ -227,7 +223,7 @@ TEST_P(ListenerMessages, leaveNoConnectionBehind) {
 INSTANTIATE_TEST_SUITE_P(Channel, ListenerMessages,
                          testing::Values(RequestKind::CREATE, RequestKind::REMOVE,
                                          RequestKind::ACTION),
-                         [](const auto& row) { return nameOf(row.param); });
+                         [](const auto& row) { return testing::PrintToString(row.param); });
 
 class Listeners : public ListenerMessages {};
 
@@ -315,7 +311,7 @@ TEST_P(DroppedMessages, areThoseAfterAChangeOfThePassword) {
 
 INSTANTIATE_TEST_SUITE_P(Channel, DroppedMessages,
                          testing::Values(RequestKind::CREATE, RequestKind::REMOVE),
-                         [](const auto& row) { return nameOf(row.param); });
+                         [](const auto& row) { return testing::PrintToString(row.param); });
 
 TEST_P(Listeners, ofActionsNeedNoNewConnection) {
     mClient.command("CONFIG", "SET", "maxclients", "1"); // nobody new comes in

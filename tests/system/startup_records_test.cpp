@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <ostream>
 #include <set>
 
 #include "tests/support/command_monitor.h"
@@ -98,6 +99,10 @@ std::string nameOf(const QueueState& state) {
     return std::string(state.createFilled ? "filledCreation" : "emptyCreation") +
            (state.deleteFilled ? "FilledDeletion" : "EmptyDeletion") +
            (state.actionFilled ? "FilledAction" : "EmptyAction");
+}
+
+void PrintTo(const QueueState& state, std::ostream* out) {
+    *out << nameOf(state);
 }
 
 class StartUpQueues : public StartUp, public testing::WithParamInterface<QueueState> {

@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "tests/support/fake_backend.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
@@ -41,6 +43,10 @@ struct Refusal {
     StartFaults faults;
     Lines errors;
     std::size_t threads; // started before the fault, at most
+
+    friend void PrintTo(const Refusal& row, std::ostream* out) {
+        *out << row.name;
+    }
 };
 
 class StartUpThreads : public testing::TestWithParam<Refusal> {
