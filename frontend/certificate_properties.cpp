@@ -164,7 +164,7 @@ json identifierOf(const X509_NAME* name) {
             identifier[known.name] = *part;
         }
     }
-    if (!identifier.contains(EMAIL) || identifier[EMAIL] == "") {
+    if (identifier.value(EMAIL, std::string()).empty()) {
         identifier[EMAIL] = nullptr;
     }
     const Bio memory(BIO_new(BIO_s_mem()));
