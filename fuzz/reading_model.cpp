@@ -133,6 +133,9 @@ std::optional<ModelReading> readByModel(RedisClient& client, const std::string& 
         }
         const Unread unread = std::move(reader.queue.front());
         reader.queue.pop_front();
+        if (unread.key.find('\0') != std::string::npos) {
+            return std::nullopt;
+        }
         if (!readKey(client, reader, unread)) {
             return ModelReading{};
         }

@@ -15,5 +15,6 @@ struct ModelReading {
     nlohmann::json document; // when readable
 };
 
-// Nothing when the tree unfolds into too many keys to be read this way.
+// Nothing when the tree unfolds into too many keys to be read this way, or names a key with a NUL,
+// at which commands end for some clients.
 [[nodiscard]] std::optional<ModelReading> readByModel(RedisClient& client, const std::string& uri);
