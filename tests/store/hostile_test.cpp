@@ -158,3 +158,28 @@ TEST_F(HostileStore, AnyBytesAreReadAndNothingIsAFormat) {
     EXPECT_EQ(value["&&"], "&& && &&");
     EXPECT_EQ(value[std::string("a\0b", 3)], std::string("c\0d", 3));
 }
+
+TEST_F(HostileStore, AListThatHoldsItselfIsFilledOnce) {
+    client.command("RPUSH", "/x", "&&Array /x", "1");
+    const json styled = {{"ArrayStyle", 1}, {"ArrayMaxSize", 4}, {"ArrayNullElement", true}};
+    EXPECT_EQ(updateResource(context(), "/x", {json::object(), 2}, styled), 0);
+    EXPECT_EQ(client.list("/x"), (std::vector<std::string>{"&&Array /x", "2", "null", "null"}));
+}
+
+TEST_F(HostileStore, AnUpdateOfAResourceThatHoldsItselfEnds) {
+    client.command("HSET", "/x", "&&Array L /x/list", "", "&&Object O /x", "");
+    client.command("RPUSH", "/x/list", "&&Object /x", "&&Array /x/list");
+    EXPECT_EQ(updateResource(context(), "/x", {{"O", {{"L", {1}}}}, {"L", {2}}}, nullptr), 0);
+    EXPECT_EQ(client.command("ECHO", "in step").text, "in step");
+    EXPECT_EQ(writeResource(context(), "/x", {{"N", 1}}), 0);
+    EXPECT_EQ(client.hash("/x"), (std::map<std::string, std::string>{{"N", "1"}}));
+}
+
+TEST_F(HostileStore, DeepObjectsAreMergedWithoutStack) {
+    const json document = nestedObjects(DEEP / 10);
+    const json styled = {{"ArrayStyle", 1}, {"ArrayMaxSize", 0}, {"ArrayNullElement", false}};
+    onSmallStack([&] { EXPECT_EQ(updateResource(context(), "/x", document, styled), 0); });
+    json value;
+    EXPECT_EQ(getResource(context(), "/x", value), 0);
+    EXPECT_EQ(depthOf(value), DEEP / 10 + 1);
+}

@@ -207,12 +207,51 @@ TEST_F(WriteResource, ALostServerIsReportedForEveryReply) {
               "[ERROR] Redis get reply failed!\n[ERROR] Redis get reply failed!\n");
 }
 
-TEST_F(WriteResource, AFailedRemovalEndsTheWrite) {
-    client.command("HSET", "/x", "Old", "1");
-    client.command("CONFIG", "SET", "busy-reply-threshold", "1");
-    RedisClient other(server);
-    other.command("ACL", "SETUSER", "default", "-hgetall");
-    // Without its content the tree cannot be walked; the top key still goes.
+TEST_F(WriteResource, ATreeThatMayNotBeReadIsReplacedAtItsTop) {
+    client.command("HSET", "/x", "Old", "1", "&&Object O &&/x/O", "");
+    client.command("ACL", "SETUSER", "default", "-hgetall");
     EXPECT_EQ(writeResource(context(), "/x", {{"New", 1}}), 0);
-    EXPECT_EQ(client.command("HGET", "/x", "Old").type, RedisAnswer::Type::NIL);
+    client.command("ACL", "SETUSER", "default", "+hgetall");
+    EXPECT_EQ(client.hash("/x"), (std::map<std::string, std::string>{{"New", "1"}}));
+}
+
+TEST_F(WriteResource, AMemberNamedLikeAMarkerIsThatMarker) {
+    EXPECT_EQ(writeResource(context(), "/x", {{"&&ObjectRef Collection /y", ""}}), 0);
+    EXPECT_EQ(client.hash("/x"),
+              (std::map<std::string, std::string>{{"&&ObjectRef Collection /y", ""}}));
+    json value;
+    EXPECT_EQ(getResource(context(), "/x", value), 0);
+    EXPECT_EQ(value, json::parse(R"({"Collection":{"@odata.id":"/y"}})"));
+}
+
+TEST_F(WriteResource, MarkedStringsReadBackByTheRulesOfMarkers) {
+    const json list = {"&&Foo bar", "&&Foo", "&&Foo bar baz", "&&ObjectRef /y", "&&Object &&/k"};
+    client.command("HSET", "&&/k", "N", "1");
+    EXPECT_EQ(writeResource(context(), "/x", {{"L", list}, {"&&Raw", "bar \"baz\\"}}), 0);
+    json value;
+    EXPECT_EQ(getResource(context(), "/x", value), 0);
+    EXPECT_EQ(value, json::parse(R"({"L":["&&Foo bar","&&Foo","&&Foo bar baz",
+                                          {"@odata.id":"/y"},{"N":1}],
+                                     "&&Raw":"bar \"baz\\"})"));
+}
+
+TEST_F(WriteResource, ElementKeysStartAgainBehindTheLargestId) {
+    setCounter("9223372036854775806");
+    EXPECT_EQ(writeResource(context(), "/x", {{{"N", 1}}, {{"N", 2}}, {{"N", 3}}}), 0);
+    EXPECT_EQ(client.list("/x"), (std::vector<std::string>{"&&Object &&/x/9223372036854775807",
+                                                           "&&Object &&/x/1", "&&Object &&/x/2"}));
+    EXPECT_EQ(client.command("GET", "Array-Member-Sequence-ID").text, "2");
+}
+
+TEST_F(WriteResource, ACounterThatWasReadUpIsReset) {
+    setCounter("9223372036854775807");
+    EXPECT_EQ(commandsOf([&] {
+                  EXPECT_EQ(writeResource(context(), "/x", {{{"N", 1}}}), 0);
+              }),
+              "TYPE /x\n"
+              "INCR Array-Member-Sequence-ID\n"
+              "SET Array-Member-Sequence-ID 1\n"
+              "RPUSH /x \"&&Object &&/x/1\"\n"
+              "HSET &&/x/1 N 1\n"
+              "SET Array-Member-Sequence-ID 1\n");
 }
