@@ -15,39 +15,52 @@ protected:
     }
 };
 
-TEST_F(ActionTypeError, MissingFieldOfTheRecord) {
-    for (const std::string field : {"&&ReturnChannel", "&&RequestData", "&&TargetURI", "&&Task"}) {
-        expectAbort(signing(R"("KeyCurveId":"x")"), field);
-    }
+class MissingField : public ActionTypeError, public testing::WithParamInterface<const char*> {};
+
+TEST_P(MissingField, OfTheRecord) {
+    expectAbort(signing(R"("KeyCurveId":"x")"), GetParam());
 }
 
-TEST_F(ActionTypeError, ParametersOfASigningRequest) {
-    for (const std::string members :
-         {R"("KeyBitLength":"2048")", R"("KeyBitLength":null)", R"("City":5)", R"("City":true)",
-          R"("City":null)", R"("KeyUsage":["a",5])", R"("ChallengePassword":5)"}) {
-        expectAbort(signing(members));
-    }
+INSTANTIATE_TEST_SUITE_P(Fields, MissingField,
+                         testing::Values("&&ReturnChannel", "&&RequestData", "&&TargetURI",
+                                         "&&Task"));
+
+class WrongParameter : public ActionTypeError, public testing::WithParamInterface<const char*> {};
+
+TEST_P(WrongParameter, OfASigningRequest) {
+    expectAbort(signing(GetParam()));
 }
 
-TEST_F(ActionTypeError, CollectionOfASigningRequest) {
-    for (const std::string body :
-         {R"({"City":"x"})", R"({"CertificateCollection":null})",
-          R"({"CertificateCollection":"/c"})", R"({"CertificateCollection":{"@odata.id":5}})"}) {
-        FrontEndRequest request = signing("");
-        request.body = body;
-        expectAbort(request);
-    }
+INSTANTIATE_TEST_SUITE_P(Members, WrongParameter,
+                         testing::Values(R"("KeyBitLength":"2048")", R"("KeyBitLength":null)",
+                                         R"("City":5)", R"("City":true)", R"("City":null)",
+                                         R"("KeyUsage":["a",5])", R"("ChallengePassword":5)"));
+
+class WrongCollection : public ActionTypeError, public testing::WithParamInterface<const char*> {};
+
+TEST_P(WrongCollection, OfASigningRequest) {
+    FrontEndRequest request = signing("");
+    request.body = GetParam();
+    expectAbort(request);
 }
 
-TEST_F(ActionTypeError, MembersOfAReplacement) {
-    for (const std::string body :
-         {R"({"CertificateString":"t","CertificateType":"PEM"})",
-          R"({"CertificateUri":{"@odata.id":"/c/1"},"CertificateType":"PEM"})"}) {
-        FrontEndRequest request = replacement("/c/1");
-        request.body = body;
-        expectAbort(request);
-    }
+INSTANTIATE_TEST_SUITE_P(Bodies, WrongCollection,
+                         testing::Values(R"({"City":"x"})", R"({"CertificateCollection":null})",
+                                         R"({"CertificateCollection":"/c"})",
+                                         R"({"CertificateCollection":{"@odata.id":5}})"));
+
+class WrongReplacement : public ActionTypeError, public testing::WithParamInterface<const char*> {};
+
+TEST_P(WrongReplacement, EndsTheDaemon) {
+    FrontEndRequest request = replacement("/c/1");
+    request.body = GetParam();
+    expectAbort(request);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Bodies, WrongReplacement,
+    testing::Values(R"({"CertificateString":"t","CertificateType":"PEM"})",
+                    R"({"CertificateUri":{"@odata.id":"/c/1"},"CertificateType":"PEM"})"));
 
 TEST_F(ActionTypeError, RestartedDaemonServesAgain) {
     expectAbort(signing(R"("City":5)"));
