@@ -38,8 +38,9 @@ bool refreshCertificateRecords(redisContext* context, const std::string& certifi
     properties[CERTIFICATE_TYPE] = certificateType;
     properties[ODATA_ETAG] = entityTag();
     // An update merges: a part of the old name that the new one lacks would stay.
+    const std::string nested = MARKER_PREFIX + certificateUri + "/";
     for (const std::string& name : {SUBJECT, ISSUER}) {
-        removeStoredTree(context, MARKER_PREFIX + certificateUri + "/" + name);
+        removeStoredTree(context, nested + name);
     }
     return updateResource(context, certificateUri, properties, nullptr) == STORE_OK;
 }

@@ -14,6 +14,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cctype>
+#include <cstdio>
 #include <exception>
 #include <functional>
 #include <map>
@@ -401,11 +402,7 @@ int runCommandLine(CommandLine& line) {
     }
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    forbidCoreFiles(); // private keys and passwords pass through
-    installInterruptHandler();
+int runProgram(int argc, char** argv) {
     CLI::App app(DESCRIPTION, "certificatectl");
     CommandLine line;
     describe(app, line);
@@ -415,4 +412,17 @@ int main(int argc, char** argv) {
         return app.exit(error) == 0 ? EXIT_OK : EXIT_USAGE;
     }
     return runCommandLine(line);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    forbidCoreFiles(); // private keys and passwords pass through
+    installInterruptHandler();
+    try {
+        return runProgram(argc, argv);
+    } catch (const std::exception& error) { // of the library that reads the command line
+        (void)std::fprintf(stderr, "certificatectl: %s\n", error.what());
+        return EXIT_USAGE;
+    }
 }

@@ -67,7 +67,7 @@ void FrontEndTest::startSteerableDaemon() {
 }
 
 std::string FrontEndTest::fileWith(const std::string& text) {
-    const std::string path = directory.file("input");
+    std::string path = directory.file("input");
     writeFile(path, text);
     return path;
 }
