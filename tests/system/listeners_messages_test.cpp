@@ -233,6 +233,7 @@ INSTANTIATE_TEST_SUITE_P(All, Listeners, testing::Values(RequestKind::CREATE),
 TEST_P(Listeners, ofOtherChannelsDoNotWaitForASlowRequest) {
     listenForAnswers();
     const auto slow = requestOf(RequestKind::REMOVE, "slow");
+    std::filesystem::remove(RELEASE_FILE);
     setBackendAnswers(R"({"delete": {"waitForFile": ")" + RELEASE_FILE + R"("}})");
     const std::size_t before = backendCalls().size();
     storeAndPublish(slow);
