@@ -10,8 +10,8 @@
 // a fault of the service. The message says what went wrong in terms of a Redfish message registry
 // (DMTF DSP0268 message registries); with an empty MessageId the caller chooses a general message.
 //
-// The four handlers may run at the same time on different threads. An exception that leaves a handler
-// ends the daemon, or the task worker when it leaves a signing request that runs as a task.
+// The four handlers may run at the same time on different threads. An exception that leaves a
+// handler ends the daemon, or the task worker when it leaves a signing request that runs as a task.
 
 #include <cstdint>
 #include <string>
