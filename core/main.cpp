@@ -16,6 +16,8 @@
 
 #include <array>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 
 namespace {
@@ -86,6 +88,13 @@ bool joinThreads(const ThreadHandles& handles) {
     return true;
 }
 
+// Ends the process while threads that did start go on until then: nothing that they use is
+// destroyed, and the condition that the worker waits on is not waited for.
+[[noreturn]] void endWithRunningThreads() {
+    (void)std::fflush(stdout);
+    std::_Exit(STARTUP_FAILED);
+}
+
 int runService(pthread_mutex_t* collectionLock) {
     if (gLogger->isFileMode()) {
         gLogger->debug("Certificate Service log is starting ...");
@@ -101,7 +110,7 @@ int runService(pthread_mutex_t* collectionLock) {
     ThreadHandles handles;
     handles.fill(pthread_self());
     if (!startThreads(handles, collectionLock) || !joinThreads(handles)) {
-        return STARTUP_FAILED;
+        endWithRunningThreads();
     }
     gLogger->debug(">>> exiting certificate_service.");
     return 0;

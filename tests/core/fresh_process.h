@@ -7,5 +7,6 @@
 #include <string>
 
 // Runs body in a copy of this process and gives what it returns. What body throws comes as
-// "exception: " and its text; when the copy dies, std::runtime_error is thrown here.
+// "exception: " and its text; when the copy dies, std::runtime_error is thrown here. No other
+// thread may run: locks that it holds at that moment would stay locked in the copy.
 [[nodiscard]] std::string inFreshProcess(const std::function<std::string()>& body);

@@ -12,6 +12,7 @@
 #include "core/logger.h"
 #include "tests/core/fresh_process.h"
 #include "tests/core/scripted_server.h"
+#include "tests/support/commands.h"
 #include "tests/support/output_capture.h"
 #include "tests/support/temp_files.h"
 
@@ -19,12 +20,14 @@ namespace {
 
 const std::string CONFIRMATION = "*3\r\n$9\r\nsubscribe\r\n$1\r\nc\r\n:1\r\n";
 
-// Runs the thread to its end against the server and gives what it logs.
-std::string logOf(void* (*listener)(void*), const ScriptedServer& server) {
-    writeFile("/var/run/redis.port", "0");
-    writeFile("/var/run/redis.unixsocket", server.socketPath());
-    writeFile("/var/run/redis.requirepass", "");
+// Runs the thread to its end against a server that gives these answers: what the thread logs, then
+// the commands that it sends.
+std::string courseOf(void* (*listener)(void*), const std::vector<std::string>& answers) {
     return inFreshProcess([&] {
+        ScriptedServer server(answers);
+        writeFile("/var/run/redis.port", "0");
+        writeFile("/var/run/redis.unixsocket", server.socketPath());
+        writeFile("/var/run/redis.requirepass", "");
         Logger logger;
         gLogger = &logger;
         const OutputCapture errors(STDERR_FILENO);
@@ -34,9 +37,14 @@ std::string logOf(void* (*listener)(void*), const ScriptedServer& server) {
             pthread_join(thread, nullptr) != 0) {
             return std::string("no thread");
         }
-        return errors.text();
+        return errors.text() + describeCommands(server.received());
     });
 }
+
+const std::string CREATION = "[Debug]: begin create certificate thread.\n"
+                             "SUBSCRIBE &&/redfish/v1/CertificateService/CreateNewCertificate\n";
+const std::string DELETION = "[Debug]: begin delete certificate thread.\n"
+                             "SUBSCRIBE &&/redfish/v1/CertificateService/DeleteCertificate\n";
 
 struct Pushed {
     const char* name;
@@ -50,18 +58,11 @@ struct Pushed {
 class PushedReply : public testing::TestWithParam<Pushed> {};
 
 TEST_P(PushedReply, isPassedOverByTheCreationListener) {
-    ScriptedServer server({CONFIRMATION + GetParam().bytes});
-    EXPECT_EQ(logOf(createListenerThread, server), "[Debug]: begin create certificate thread.\n");
-    const Commands expected = {
-        {"SUBSCRIBE", "&&/redfish/v1/CertificateService/CreateNewCertificate"}};
-    EXPECT_EQ(server.received(), expected);
+    EXPECT_EQ(courseOf(createListenerThread, {CONFIRMATION + GetParam().bytes}), CREATION);
 }
 
 TEST_P(PushedReply, isPassedOverByTheDeletionListener) {
-    ScriptedServer server({CONFIRMATION + GetParam().bytes});
-    EXPECT_EQ(logOf(deleteListenerThread, server), "[Debug]: begin delete certificate thread.\n");
-    const Commands expected = {{"SUBSCRIBE", "&&/redfish/v1/CertificateService/DeleteCertificate"}};
-    EXPECT_EQ(server.received(), expected);
+    EXPECT_EQ(courseOf(deleteListenerThread, {CONFIRMATION + GetParam().bytes}), DELETION);
 }
 
 const std::string MESSAGE = "*3\r\n$7\r\nmessage\r\n$1\r\nc\r\n";
@@ -78,21 +79,20 @@ INSTANTIATE_TEST_SUITE_P(
                     Pushed{"severalInARow", MESSAGE + "$-1\r\n*0\r\n" + MESSAGE + ":5\r\n"}),
     [](const auto& row) { return row.param.name; });
 
+// The server takes no second connection.
 TEST(PushedMessage, isNotPassedOver) {
-    ScriptedServer server({CONFIRMATION + MESSAGE + "$3\r\na b\r\n"});
-    EXPECT_EQ(logOf(createListenerThread, server), "[Debug]: begin create certificate thread.\n"
-                                                   "[Error]: Failed to connect to Redis\n\n")
-        << "the server takes no second connection";
+    EXPECT_EQ(courseOf(createListenerThread, {CONFIRMATION + MESSAGE + "$3\r\na b\r\n"}),
+              "[Debug]: begin create certificate thread.\n"
+              "[Error]: Failed to connect to Redis\n\n"
+              "SUBSCRIBE &&/redfish/v1/CertificateService/CreateNewCertificate\n");
 }
 
 TEST(Subscription, thatGivesRubbishEndsTheListener) {
-    ScriptedServer server({CONFIRMATION + "!rubbish\r\n"});
-    EXPECT_EQ(logOf(deleteListenerThread, server), "[Debug]: begin delete certificate thread.\n");
+    EXPECT_EQ(courseOf(deleteListenerThread, {CONFIRMATION + "!rubbish\r\n"}), DELETION);
 }
 
 TEST(Subscription, thatIsRefusedLeavesTheListenerWaitingForItsEnd) {
-    ScriptedServer server({"-NOPERM no channels for you\r\n"});
-    EXPECT_EQ(logOf(createListenerThread, server), "[Debug]: begin create certificate thread.\n");
+    EXPECT_EQ(courseOf(createListenerThread, {"-NOPERM no channels for you\r\n"}), CREATION);
 }
 
 } // namespace

@@ -134,6 +134,25 @@ INSTANTIATE_TEST_SUITE_P(
                 4}),
     [](const auto& row) { return row.param.name; });
 
+// Four threads wait for work, the worker on its condition: none of them may hold up the end.
+TEST(StartUpThreadsThatWait, endWithTheProcess) {
+    const RedisServer server;
+    writeConnectionFiles(server);
+    RedisClient client(server);
+    StartFaults faults;
+    faults.failing = {"pthread_join:1"};
+    faults.held = "pthread_join:1";
+    DaemonProcess daemon(withFaults(faults, loggingToFile()));
+    ASSERT_TRUE(waitForHeldStart());
+    ASSERT_TRUE(waitUntil([&] {
+        return splitLines(client.command("CLIENT", "LIST").text).size() == 6 &&
+               client.command("PUBSUB", "CHANNELS").elements.size() == 3;
+    }));
+    releaseHeldStart();
+    EXPECT_EQ(daemon.waitForExit(), START_FAILED);
+    EXPECT_EQ(logLines(daemon).back(), CREATION_JOIN);
+}
+
 // ---- exceptions ----
 
 StartFaults throwing(const std::string& exception, const std::string& text = "") {
