@@ -2,8 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "bench/empty_backend/example_values.h"
 #include "core/constants.h"
+#include "tests/support/empty_backend/example_values.h"
 
 nlohmann::json certificateResource(const std::string& uri) {
     nlohmann::json resource = {

@@ -3,11 +3,11 @@
 
 #include "bench/growth_bench.h"
 
-#include "bench/empty_backend/example_values.h"
 #include "bench/measurement.h"
 #include "bench/request_cases.h"
 #include "bench/timed_front_end.h"
 #include "tests/support/daemon_process.h"
+#include "tests/support/empty_backend/example_values.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 

@@ -11,13 +11,13 @@
 
 #include "bench/connection.h"
 #include "bench/documents.h"
-#include "bench/empty_backend/example_values.h"
 #include "bench/exchange.h"
 #include "bench/measurement.h"
 #include "core/channel_message.h"
 #include "store/markers.h"
 #include "store/value_text.h"
 #include "store/write_resource.h"
+#include "tests/support/empty_backend/example_values.h"
 #include "tests/support/pipeline.h"
 
 namespace {

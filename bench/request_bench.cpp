@@ -9,7 +9,6 @@
 #include <memory>
 #include <stdexcept>
 
-#include "bench/empty_backend/example_values.h"
 #include "bench/measurement.h"
 #include "bench/recorder.h"
 #include "bench/replayer.h"
@@ -17,6 +16,7 @@
 #include "bench/timed_front_end.h"
 #include "tests/support/certificates.h"
 #include "tests/support/daemon_process.h"
+#include "tests/support/empty_backend/example_values.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/temp_files.h"

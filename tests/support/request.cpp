@@ -173,8 +173,14 @@ FrontEndAnswer readStatus(RedisClient& client, const std::string& statusKey) {
 FrontEndAnswer sendRequest(const RedisServer& server, const FrontEndRequest& request,
                            double seconds) {
     RedisClient client(server);
-    RedisClient subscriber(server);
     storeRequest(client, request);
+    return sendStoredRequest(server, request, seconds);
+}
+
+FrontEndAnswer sendStoredRequest(const RedisServer& server, const FrontEndRequest& request,
+                                 double seconds) {
+    RedisClient client(server);
+    RedisClient subscriber(server);
     subscriber.command("SUBSCRIBE", request.returnChannel);
     if (client.command("PUBLISH", channelName(request.kind), requestMessage(request)).integer < 1) {
         throw std::runtime_error("nobody listens on " + channelName(request.kind));

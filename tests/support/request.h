@@ -63,3 +63,8 @@ void storeRequest(RedisClient& client, const FrontEndRequest& request);
 // reply, reads the status. Throws std::runtime_error when nobody listens on the request channel.
 [[nodiscard]] FrontEndAnswer sendRequest(const RedisServer& server, const FrontEndRequest& request,
                                          double seconds = ANSWER_LIMIT_SECONDS);
+
+// The same for a request whose records are stored already.
+[[nodiscard]] FrontEndAnswer sendStoredRequest(const RedisServer& server,
+                                               const FrontEndRequest& request,
+                                               double seconds = ANSWER_LIMIT_SECONDS);

@@ -3,7 +3,7 @@
 
 #include "platform/certificate_backend.h"
 
-#include "bench/empty_backend/example_values.h"
+#include "tests/support/empty_backend/example_values.h"
 
 namespace {
 
