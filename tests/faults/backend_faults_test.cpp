@@ -7,6 +7,8 @@
 
 #include <filesystem>
 #include <fstream>
+#include <linux/capability.h>
+#include <sys/prctl.h>
 
 namespace {
 
@@ -23,6 +25,21 @@ std::string fillSmallDisk() {
     while (file.put('x').flush()) {
     }
     return path;
+}
+
+// Makes file permissions count for programs started from now on, the superuser's too.
+void obeyFilePermissions() {
+    // Refused where the test has no such rights, which is as good.
+    (void)::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
+    (void)::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
+}
+
+void forbidAccess(const std::string& path) {
+    std::filesystem::permissions(path, std::filesystem::perms::none);
+}
+
+void allowAccess(const std::string& path) {
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
 }
 
 class BackendFaults : public RequestRoad {
@@ -118,7 +135,46 @@ TEST_F(BackendFaults, AFullDiskLeavesTheOldPairInAReplacement) {
     EXPECT_EQ(client.command("EXISTS", "status/4/result/ResponseData").integer, 0);
 }
 
-TEST_F(BackendFaults, RootsThatCannotBeReadAreMended) {
+TEST_F(BackendFaults, ADirectoryWithoutPermissionIsMended) {
+    std::filesystem::create_directory(DIRECTORY);
+    obeyFilePermissions();
+    startIn(DIRECTORY);
+    forbidAccess(DIRECTORY);
+    EXPECT_EQ(create(1), MACHINE_FAULT);
+    EXPECT_NE(daemon->standardError().find("Permission denied"), std::string::npos);
+    expectNothingStored();
+    allowAccess(DIRECTORY);
+    EXPECT_EQ(create(2), "OK");
+}
+
+TEST_F(BackendFaults, AnInstalledPairWithoutPermissionStaysAsItIs) {
+    obeyFilePermissions();
+    startIn(DIRECTORY);
+    const FrontEndAnswer created = sendText(creation(1), made.privateKey + made.certificate);
+    ASSERT_EQ(describeAnswer(created), "OK");
+    const std::string uri = created.status.at("&&Location");
+    const TestCertificate other = makeSelfSigned();
+    const std::string text = other.privateKey + other.certificate;
+    forbidAccess(DIRECTORY + "/installed");
+    EXPECT_EQ(describeAnswer(sendText(replacement(uri, 2), text)), MACHINE_FAULT);
+    EXPECT_EQ(describeAnswer(send(deletion(uri, 3))), MACHINE_FAULT);
+    allowAccess(DIRECTORY + "/installed");
+    EXPECT_EQ(describeAnswer(sendText(replacement(uri, 4), text)), "OK_RES");
+    EXPECT_EQ(describeAnswer(send(deletion(uri, 5))), "OK_EMPTY");
+}
+
+TEST_F(BackendFaults, RootsWithoutPermissionAreMended) {
+    writeFile(ROOTS, made.certificate);
+    forbidAccess(ROOTS);
+    obeyFilePermissions();
+    start({{"CERTIFICATE_DIRECTORY", DIRECTORY}, {"ROOT_CA_FILE", ROOTS}}, BUILT_BACKEND);
+    EXPECT_EQ(create(1), MACHINE_FAULT);
+    expectNothingStored();
+    allowAccess(ROOTS);
+    EXPECT_EQ(create(2), "OK");
+}
+
+TEST_F(BackendFaults, MissingRootsAreMended) {
     start({{"CERTIFICATE_DIRECTORY", DIRECTORY}, {"ROOT_CA_FILE", ROOTS}}, BUILT_BACKEND);
     EXPECT_EQ(create(1), MACHINE_FAULT);
     expectNothingStored();
