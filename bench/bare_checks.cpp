@@ -1,5 +1,7 @@
 #include "bench/bare_checks.h"
 
+#include "tests/support/temp_files.h"
+
 #include <fcntl.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
@@ -13,8 +15,6 @@
 #include <ctime>
 #include <memory>
 #include <stdexcept>
-
-#include "tests/support/temp_files.h"
 
 namespace {
 

@@ -1,12 +1,5 @@
 #include "bench/board_bench.h"
 
-#include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <stdexcept>
-#include <thread>
-#include <vector>
-
 #include "bench/measurement.h"
 #include "bench/request_cases.h"
 #include "bench/timed_front_end.h"
@@ -17,6 +10,13 @@
 #include "tests/support/redis_server.h"
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+#include <vector>
 
 namespace {
 

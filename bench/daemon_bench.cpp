@@ -2,15 +2,15 @@
 //
 //   daemon_bench [--quick]
 
-#include <cstdio>
-#include <cstring>
-#include <exception>
-
 #include "bench/board_bench.h"
 #include "bench/growth_bench.h"
 #include "bench/replayer.h"
 #include "bench/request_bench.h"
 #include "tests/support/redis_server.h"
+
+#include <cstdio>
+#include <cstring>
+#include <exception>
 
 namespace {
 

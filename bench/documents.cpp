@@ -1,9 +1,9 @@
 #include "bench/documents.h"
 
-#include <nlohmann/json.hpp>
-
 #include "core/constants.h"
 #include "tests/support/empty_backend/example_values.h"
+
+#include <nlohmann/json.hpp>
 
 nlohmann::json certificateResource(const std::string& uri) {
     nlohmann::json resource = {

@@ -2,12 +2,12 @@
 
 // The documents that the store is measured with.
 
+#include "tests/support/commands.h"
+
 #include <nlohmann/json_fwd.hpp>
 
 #include <cstddef>
 #include <string>
-
-#include "tests/support/commands.h"
 
 // A certificate resource with everything that a creation puts into it.
 [[nodiscard]] nlohmann::json certificateResource(const std::string& uri);

@@ -1,13 +1,13 @@
 #include "bench/exchange.h"
 
+#include "tests/support/temp_files.h"
+
 #include <hiredis/hiredis.h>
 
 #include <charconv>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
-
-#include "tests/support/temp_files.h"
 
 namespace {
 

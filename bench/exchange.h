@@ -5,13 +5,13 @@
 // An exchange is what a client writes before it waits, and the number of replies that it then
 // takes. Replaying it costs what hiredis and the server cost; all else is the daemon's own.
 
+#include "tests/support/commands.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "tests/support/commands.h"
 
 struct redisContext;
 

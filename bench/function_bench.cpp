@@ -4,6 +4,10 @@
 //
 //   function_bench [--quick] [Google Benchmark's options]
 
+#include "bench/function_cases.h"
+#include "bench/measurement.h"
+#include "bench/store_cases.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -11,10 +15,6 @@
 #include <exception>
 #include <map>
 #include <vector>
-
-#include "bench/function_cases.h"
-#include "bench/measurement.h"
-#include "bench/store_cases.h"
 
 namespace {
 

@@ -1,17 +1,9 @@
 // A single call is too short for the clock: each run is many calls.
 
-#include "bench/function_cases.h"
-
-#include <fcntl.h>
-#include <hiredis/hiredis.h>
-
-#include <memory>
-#include <nlohmann/json.hpp>
-#include <stdexcept>
-
 #include "bench/connection.h"
 #include "bench/documents.h"
 #include "bench/exchange.h"
+#include "bench/function_cases.h"
 #include "bench/measurement.h"
 #include "core/channel_message.h"
 #include "store/markers.h"
@@ -19,6 +11,13 @@
 #include "store/write_resource.h"
 #include "tests/support/empty_backend/example_values.h"
 #include "tests/support/pipeline.h"
+
+#include <fcntl.h>
+#include <hiredis/hiredis.h>
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <stdexcept>
 
 namespace {
 

@@ -6,11 +6,11 @@
 // a client sends is held back until it is complete, so that an exchange is never recorded in
 // pieces; recording therefore takes time and is never part of a measurement.
 
+#include "bench/exchange.h"
+
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "bench/exchange.h"
 
 class Recorder {
 public:

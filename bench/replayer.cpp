@@ -1,16 +1,16 @@
 #include "bench/replayer.h"
 
-#include <algorithm>
-#include <array>
-#include <functional>
-#include <optional>
-#include <stdexcept>
-
 #include "bench/connection.h"
 #include "core/redis_reply.h"
 #include "tests/support/child_process.h"
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <optional>
+#include <stdexcept>
 
 namespace {
 

@@ -4,11 +4,11 @@
 // a listener does, sends the captured commands with the same waits, and makes the bare calls where
 // the backend would be called. What it takes is the floor of a request.
 
-#include <memory>
-#include <string>
-
 #include "bench/bare_checks.h"
 #include "bench/exchange.h"
+
+#include <memory>
+#include <string>
 
 class ChildProcess;
 

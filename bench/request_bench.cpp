@@ -4,11 +4,6 @@
 
 #include "bench/request_bench.h"
 
-#include <filesystem>
-#include <map>
-#include <memory>
-#include <stdexcept>
-
 #include "bench/measurement.h"
 #include "bench/recorder.h"
 #include "bench/replayer.h"
@@ -20,6 +15,11 @@
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/temp_files.h"
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <stdexcept>
 
 namespace {
 

@@ -2,12 +2,12 @@
 
 // The requests that are measured, and what stands in Redis before them.
 
-#include <string>
-#include <vector>
-
 #include "bench/replayer.h"
 #include "tests/support/commands.h"
 #include "tests/support/request.h"
+
+#include <string>
+#include <vector>
 
 inline constexpr const char* COLLECTION_URI =
     "/redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates";

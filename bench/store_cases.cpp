@@ -4,11 +4,6 @@
 
 #include "bench/store_cases.h"
 
-#include <algorithm>
-#include <array>
-#include <nlohmann/json.hpp>
-#include <stdexcept>
-
 #include "bench/connection.h"
 #include "bench/documents.h"
 #include "bench/exchange.h"
@@ -17,6 +12,12 @@
 #include "store/resource_store.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/temp_files.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
 
 namespace {
 

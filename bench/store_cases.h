@@ -3,9 +3,9 @@
 // The operations of the resource store, each beside a replay of its own wire bytes with the same
 // exchanges over the same connection.
 
-#include <memory>
-
 #include "bench/function_cases.h"
+
+#include <memory>
 
 class StoreBench {
 public:

@@ -1,12 +1,12 @@
 #include "bench/timed_front_end.h"
 
-#include <poll.h>
-
-#include <stdexcept>
-
 #include "bench/measurement.h"
 #include "core/redis_reply.h"
 #include "tests/support/redis_client.h"
+
+#include <poll.h>
+
+#include <stdexcept>
 
 namespace {
 

@@ -3,10 +3,10 @@
 // The front end's part in a measurement: it brings the database into a known state, announces a
 // request and waits for its answer, and times nothing but that.
 
-#include <string>
-
 #include "bench/connection.h"
 #include "bench/exchange.h"
+
+#include <string>
 
 class RedisClient;
 

@@ -1,8 +1,8 @@
 #include "core/secret.h"
 
-#include <cstring>
-
 #include <sys/prctl.h>
+
+#include <cstring>
 
 void wipeText(std::string& text) {
     text.resize(text.capacity());

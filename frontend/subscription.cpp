@@ -2,10 +2,11 @@
 
 #include "frontend/front_end_error.h"
 
+#include <poll.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <poll.h>
 
 namespace {
 

@@ -2,6 +2,7 @@
 // key behind it makes the message again; a message without a blank is both keys.
 
 #include "core/channel_message.h"
+
 #include "fuzz/input.h"
 #include "fuzz/property.h"
 

@@ -6,7 +6,6 @@
 
 // The process-wide cache has no reset; the target sees it by being one translation unit with it.
 #include "core/redis_connection.cpp" // NOLINT(bugprone-suspicious-include)
-
 #include "fuzz/input.h"
 #include "fuzz/property.h"
 #include "tests/support/temp_files.h"

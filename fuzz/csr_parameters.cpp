@@ -6,6 +6,7 @@
 // - The handler agrees with the reader (asked for elliptic curves only: an RSA key takes too long).
 
 #include "platform/certificate_backend/csr_parameters.h"
+
 #include "fuzz/input.h"
 #include "fuzz/property.h"
 #include "platform/certificate_backend.h"

@@ -2,6 +2,7 @@
 // expression or the rule beside its declaration says, and the views it returns lie in the text.
 
 #include "store/markers.h"
+
 #include "fuzz/input.h"
 #include "fuzz/property.h"
 #include "fuzz/tokens.h"

@@ -1,8 +1,8 @@
 #include "fuzz/property.h"
 
-#include <cstdlib>
-
 #include <unistd.h>
+
+#include <cstdlib>
 
 namespace {
 

@@ -6,6 +6,7 @@
 // - 64-bit signed integers, and doubles whose text holds a point, read back as they are.
 
 #include "store/value_text.h"
+
 #include "fuzz/input.h"
 #include "fuzz/property.h"
 

@@ -3,9 +3,9 @@
 #include "core/logger.h"
 #include "requests/return_status.h"
 
-#include <cstdint>
-
 #include <unistd.h>
+
+#include <cstdint>
 
 namespace {
 

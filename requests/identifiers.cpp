@@ -1,13 +1,13 @@
 #include "requests/identifiers.h"
 
+#include <fcntl.h>
+#include <sys/time.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdint>
-
-#include <fcntl.h>
-#include <sys/time.h>
-#include <unistd.h>
 
 namespace {
 

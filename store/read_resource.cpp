@@ -5,11 +5,10 @@
 // depth. A place stays valid until its key is read: containers of one level only grow while the
 // level above is being read.
 
-#include "store/resource_store.h"
-
 #include "core/constants.h"
 #include "store/markers.h"
 #include "store/read_passes.h"
+#include "store/resource_store.h"
 #include "store/store_log.h"
 #include "store/value_text.h"
 

@@ -2,12 +2,12 @@
 
 #include "platform/certificate_backend/alternative_names.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <array>
 #include <stdexcept>
 #include <string_view>
-
-#include <arpa/inet.h>
 
 namespace {
 

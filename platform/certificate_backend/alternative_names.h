@@ -2,9 +2,9 @@
 
 // The names of a subjectAltName extension (RFC 5280, 4.2.1.6), told apart by their form.
 
-#include <string>
-
 #include "platform/certificate_backend/openssl_handles.h"
+
+#include <string>
 
 // The name for one element of Redfish's AlternativeNames: an IPv4 or IPv6 address, an e-mail
 // address (it has an "@"), a URI (it begins with a scheme and ":"), or a DNS name, which may begin

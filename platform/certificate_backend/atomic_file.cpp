@@ -4,16 +4,16 @@
 
 #include "platform/certificate_backend/atomic_file.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <memory>
-#include <system_error>
-
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <system_error>
 
 namespace {
 

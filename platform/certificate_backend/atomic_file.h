@@ -10,12 +10,12 @@
 // Directories are made with mode 0700, files with 0600. A fault of the machine (no space, no
 // permission, ...) is thrown as std::system_error, its text naming the step and the path.
 
+#include "platform/certificate_backend/secret_text.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "platform/certificate_backend/secret_text.h"
 
 // An open file or directory; closed at the end of its scope.
 class OpenFile {

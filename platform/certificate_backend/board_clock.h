@@ -3,7 +3,6 @@
 // The time by which certificates are judged.
 
 #include <ctime>
-
 #include <string>
 
 struct BoardClock {

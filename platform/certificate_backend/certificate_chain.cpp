@@ -2,10 +2,10 @@
 
 #include "platform/certificate_backend/certificate_chain.h"
 
+#include <openssl/x509_vfy.h>
+
 #include <algorithm>
 #include <stdexcept>
-
-#include <openssl/x509_vfy.h>
 
 namespace {
 

@@ -2,11 +2,11 @@
 
 // Certificate chains (RFC 5280, 6): putting them in order, and following them to a trusted root.
 
-#include <string>
-#include <vector>
-
 #include "platform/certificate_backend/board_clock.h"
 #include "platform/certificate_backend/openssl_handles.h"
+
+#include <string>
+#include <vector>
 
 using CertificateChain = std::vector<CertificateHandle>;
 

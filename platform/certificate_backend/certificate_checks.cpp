@@ -2,14 +2,14 @@
 
 #include "platform/certificate_backend/certificate_checks.h"
 
-#include <algorithm>
-#include <array>
-#include <string_view>
+#include "platform/certificate_backend/certificate_chain.h"
+#include "platform/certificate_backend/key_pair.h"
 
 #include <openssl/objects.h>
 
-#include "platform/certificate_backend/certificate_chain.h"
-#include "platform/certificate_backend/key_pair.h"
+#include <algorithm>
+#include <array>
+#include <string_view>
 
 namespace {
 

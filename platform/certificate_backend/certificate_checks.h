@@ -4,12 +4,12 @@
 // refused, as a phrase for a message, and an empty text when it is good. No phrase holds key
 // material.
 
-#include <string>
-
 #include "platform/certificate_backend/board_clock.h"
 #include "platform/certificate_backend/certificate_text.h"
 #include "platform/certificate_backend/collection_kind.h"
 #include "platform/certificate_backend/openssl_handles.h"
+
+#include <string>
 
 // Expired, or not yet valid. A start in the future counts only when the clock is set.
 [[nodiscard]] std::string validityFault(X509* certificate, const BoardClock& clock);

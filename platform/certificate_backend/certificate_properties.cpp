@@ -3,17 +3,17 @@
 
 #include "platform/certificate_backend/certificate_properties.h"
 
+#include "platform/certificate_backend/board_clock.h"
+#include "platform/certificate_backend/key_usage.h"
+#include "platform/certificate_backend/utf8.h"
+
+#include <openssl/objects.h>
+
 #include <array>
 #include <ctime>
 #include <optional>
 #include <string_view>
 #include <unordered_map>
-
-#include <openssl/objects.h>
-
-#include "platform/certificate_backend/board_clock.h"
-#include "platform/certificate_backend/key_usage.h"
-#include "platform/certificate_backend/utf8.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 // The properties of a certificate as Redfish shows them (Certificate 1.2: KeyUsage, Issuer,
 // Subject, ValidNotBefore, ValidNotAfter).
 
-#include <string>
-
 #include "platform/certificate_backend.h"
 #include "platform/certificate_backend/openssl_handles.h"
+
+#include <string>
 
 // Fills key usage, issuer, subject and dates. The names hold CommonName, Organization,
 // OrganizationalUnit, City, State, Country and Email, each where the certificate has it, the first

@@ -2,14 +2,14 @@
 
 #include "platform/certificate_backend/certificate_text.h"
 
-#include <algorithm>
-#include <array>
-#include <stdexcept>
+#include "platform/certificate_backend/certificate_chain.h"
+#include "platform/certificate_backend/pem_blocks.h"
 
 #include <openssl/pem.h>
 
-#include "platform/certificate_backend/certificate_chain.h"
-#include "platform/certificate_backend/pem_blocks.h"
+#include <algorithm>
+#include <array>
+#include <stdexcept>
 
 namespace {
 

@@ -2,13 +2,13 @@
 
 // The texts in which certificates come and go (Redfish Certificate 1.2, CertificateType).
 
+#include "platform/certificate_backend/openssl_handles.h"
+#include "platform/certificate_backend/secret_text.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "platform/certificate_backend/openssl_handles.h"
-#include "platform/certificate_backend/secret_text.h"
 
 enum class CertificateType {
     SINGLE,      // "PEM": one certificate (RFC 7468)

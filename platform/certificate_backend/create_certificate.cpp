@@ -1,8 +1,6 @@
 // Creation: read, check, find the private key, put both on disk. The lock is taken when everything
 // that can be said without the store has been said.
 
-#include <stdexcept>
-
 #include "platform/certificate_backend/certificate_checks.h"
 #include "platform/certificate_backend/certificate_properties.h"
 #include "platform/certificate_backend/installed_certificates.h"
@@ -11,6 +9,8 @@
 #include "platform/certificate_backend/request_keys.h"
 #include "platform/certificate_backend/store_directory.h"
 #include "platform/certificate_backend/utf8.h"
+
+#include <stdexcept>
 
 namespace {
 

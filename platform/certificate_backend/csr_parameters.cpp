@@ -3,16 +3,16 @@
 
 #include "platform/certificate_backend/csr_parameters.h"
 
+#include "platform/certificate_backend/alternative_names.h"
+#include "platform/certificate_backend/messages.h"
+#include "platform/certificate_backend/utf8.h"
+
+#include <openssl/objects.h>
+
 #include <algorithm>
 #include <array>
 #include <set>
 #include <string_view>
-
-#include <openssl/objects.h>
-
-#include "platform/certificate_backend/alternative_names.h"
-#include "platform/certificate_backend/messages.h"
-#include "platform/certificate_backend/utf8.h"
 
 namespace {
 

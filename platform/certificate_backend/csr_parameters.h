@@ -2,14 +2,14 @@
 
 // The parameters of the Redfish action GenerateCSR (CertificateService 1.0), read and checked.
 
+#include "platform/certificate_backend.h"
+#include "platform/certificate_backend/key_usage.h"
+#include "platform/certificate_backend/openssl_handles.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "platform/certificate_backend.h"
-#include "platform/certificate_backend/key_usage.h"
-#include "platform/certificate_backend/openssl_handles.h"
 
 // One attribute of the subject name.
 struct SubjectAttribute {

@@ -2,14 +2,14 @@
 // no exception passes. What failed goes to standard error; the client learns that it was not its
 // fault.
 
-#include <cstdio>
-#include <exception>
-
-#include <openssl/err.h>
-
 #include "platform/certificate_backend.h"
 #include "platform/certificate_backend/messages.h"
 #include "platform/certificate_backend/operations.h"
+
+#include <openssl/err.h>
+
+#include <cstdio>
+#include <exception>
 
 namespace {
 

@@ -2,10 +2,10 @@
 
 #include "platform/certificate_backend/installed_certificates.h"
 
-#include <stdexcept>
-
 #include "platform/certificate_backend/key_pair.h"
 #include "platform/certificate_backend/store_directory.h"
+
+#include <stdexcept>
 
 namespace {
 

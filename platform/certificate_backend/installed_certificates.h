@@ -6,10 +6,10 @@
 // The caller holds the store's lock, for reading too when a write follows from what was read.
 // Faults of the machine are thrown as std::runtime_error or std::system_error.
 
+#include "platform/certificate_backend/certificate_text.h"
+
 #include <optional>
 #include <string>
-
-#include "platform/certificate_backend/certificate_text.h"
 
 struct InstalledCertificate {
     CertificateChain chain;

@@ -2,12 +2,12 @@
 
 #include "platform/certificate_backend/key_pair.h"
 
-#include <stdexcept>
-#include <string_view>
+#include "platform/certificate_backend/store_directory.h"
 
 #include <openssl/pem.h>
 
-#include "platform/certificate_backend/store_directory.h"
+#include <stdexcept>
+#include <string_view>
 
 namespace {
 

@@ -2,10 +2,10 @@
 
 // Private keys: making, writing, and proving to which public key they belong.
 
-#include <string>
-
 #include "platform/certificate_backend/openssl_handles.h"
 #include "platform/certificate_backend/secret_text.h"
+
+#include <string>
 
 // A fresh key pair. Both throw std::runtime_error when OpenSSL cannot make it.
 [[nodiscard]] KeyHandle makeRsaKey(unsigned int bits);

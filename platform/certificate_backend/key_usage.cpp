@@ -2,10 +2,10 @@
 
 #include "platform/certificate_backend/key_usage.h"
 
+#include <openssl/objects.h>
+
 #include <algorithm>
 #include <array>
-
-#include <openssl/objects.h>
 
 namespace {
 

@@ -2,12 +2,12 @@
 
 // Key usage and extended key usage (RFC 5280, 4.2.1.3 and 4.2.1.12) under their Redfish names.
 
+#include "platform/certificate_backend/openssl_handles.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "platform/certificate_backend/openssl_handles.h"
 
 // One value of Redfish's KeyUsage: a bit of the key usage, or a purpose of the extended key usage.
 struct KeyUsageValue {

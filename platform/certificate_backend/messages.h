@@ -4,9 +4,9 @@
 // registry order; the related property is a JSON pointer into the request body,
 // "#/CertificateString".
 
-#include <string>
-
 #include "platform/certificate_backend.h"
+
+#include <string>
 
 constexpr const char* CERTIFICATE_STRING_PROPERTY = "CertificateString";
 constexpr const char* CERTIFICATE_TYPE_PROPERTY = "CertificateType";

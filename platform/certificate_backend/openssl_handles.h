@@ -2,14 +2,14 @@
 
 // Owners for the OpenSSL objects of the backend: each frees its object at the end of its scope.
 
-#include <memory>
-
 #include <openssl/asn1.h>
 #include <openssl/bio.h>
 #include <openssl/evp.h>
 #include <openssl/pkcs7.h>
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
+
+#include <memory>
 
 // Calls one of OpenSSL's free functions.
 template <auto release>

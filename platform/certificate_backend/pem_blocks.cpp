@@ -3,9 +3,9 @@
 
 #include "platform/certificate_backend/pem_blocks.h"
 
-#include <algorithm>
-
 #include <openssl/evp.h>
+
+#include <algorithm>
 
 namespace {
 

@@ -2,11 +2,11 @@
 
 // Textual encodings (RFC 7468): a text cut into its "-----BEGIN ...-----" blocks.
 
+#include "platform/certificate_backend/secret_text.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "platform/certificate_backend/secret_text.h"
 
 struct PemBlock {
     std::string label;      // "CERTIFICATE", "PRIVATE KEY", ...

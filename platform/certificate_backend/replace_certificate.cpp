@@ -1,8 +1,6 @@
 // Replacement: the new file takes the old one's place in a single rename, key and certificate
 // together. The lock is held from the look at what is installed until the new pair is on disk.
 
-#include <algorithm>
-
 #include "platform/certificate_backend/certificate_checks.h"
 #include "platform/certificate_backend/certificate_properties.h"
 #include "platform/certificate_backend/installed_certificates.h"
@@ -12,6 +10,8 @@
 #include "platform/certificate_backend/request_keys.h"
 #include "platform/certificate_backend/store_directory.h"
 #include "platform/certificate_backend/utf8.h"
+
+#include <algorithm>
 
 namespace {
 

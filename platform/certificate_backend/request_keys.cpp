@@ -3,16 +3,16 @@
 
 #include "platform/certificate_backend/request_keys.h"
 
+#include "platform/certificate_backend/key_pair.h"
+#include "platform/certificate_backend/store_directory.h"
+
+#include <openssl/pem.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <stdexcept>
 #include <vector>
-
-#include <openssl/pem.h>
-
-#include "platform/certificate_backend/key_pair.h"
-#include "platform/certificate_backend/store_directory.h"
 
 namespace {
 

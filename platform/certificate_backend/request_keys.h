@@ -7,9 +7,9 @@
 // holds the store's lock throughout. Faults of the machine are thrown as std::runtime_error or
 // std::system_error.
 
-#include <string>
-
 #include "platform/certificate_backend/openssl_handles.h"
+
+#include <string>
 
 // Puts the key on disk as the newest, then drops the oldest above the bound.
 void keepRequestKey(const std::string& directory, EVP_PKEY* key);

@@ -2,12 +2,12 @@
 
 // Text and bytes that may hold a private key: the memory is overwritten before it is given back.
 
+#include <openssl/crypto.h>
+
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include <openssl/crypto.h>
 
 template <typename Element>
 struct CleansingAllocator {

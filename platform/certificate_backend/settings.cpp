@@ -2,9 +2,9 @@
 
 #include "platform/certificate_backend/settings.h"
 
-#include <stdexcept>
-
 #include "platform/configuration.h"
+
+#include <stdexcept>
 
 namespace {
 

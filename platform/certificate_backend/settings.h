@@ -2,9 +2,9 @@
 
 // What the handlers need to know of their surroundings.
 
-#include <string>
-
 #include "platform/certificate_backend/board_clock.h"
+
+#include <string>
 
 struct BackendSettings {
     std::string directory; // where the backend keeps its files; absolute, without a "/" at the end

@@ -2,12 +2,12 @@
 
 #include "platform/certificate_backend/signing_request.h"
 
-#include <memory>
-#include <stdexcept>
-
 #include <openssl/objects.h>
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
+
+#include <memory>
+#include <stdexcept>
 
 namespace {
 

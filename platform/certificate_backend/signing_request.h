@@ -2,10 +2,10 @@
 
 // Making a certification request (PKCS #10, RFC 2986).
 
-#include <string>
-
 #include "platform/certificate_backend/csr_parameters.h"
 #include "platform/certificate_backend/openssl_handles.h"
+
+#include <string>
 
 // The request as PEM text: the subject name; subjectAltName, keyUsage (critical) and
 // extendedKeyUsage as requested extensions; challengePassword and unstructuredName as attributes

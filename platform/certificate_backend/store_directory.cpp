@@ -2,10 +2,10 @@
 
 #include "platform/certificate_backend/store_directory.h"
 
+#include <openssl/evp.h>
+
 #include <array>
 #include <stdexcept>
-
-#include <openssl/evp.h>
 
 namespace {
 

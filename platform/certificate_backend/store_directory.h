@@ -10,10 +10,10 @@
 //
 // The directory's lock guards everything below it; the functions that change files say so.
 
+#include "platform/certificate_backend/atomic_file.h"
+
 #include <string>
 #include <string_view>
-
-#include "platform/certificate_backend/atomic_file.h"
 
 // Makes the directories that are missing, waits for the lock, takes it, and clears away what a
 // crash left behind. Throws std::system_error on a fault of the machine.

@@ -7,6 +7,13 @@
 
 #include "platform/configuration.h"
 
+#include "platform/configuration/parser.h"
+#include "platform/file_descriptor.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -16,13 +23,6 @@
 #include <string>
 #include <string_view>
 #include <system_error>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include "platform/configuration/parser.h"
-#include "platform/file_descriptor.h"
 
 namespace {
 

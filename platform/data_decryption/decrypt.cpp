@@ -6,16 +6,15 @@
 // nothing of the text. A wrong key and a damaged text cannot be told apart.
 
 #include "platform/data_decryption.h"
+#include "platform/data_decryption/encrypted_text.h"
+#include "platform/data_decryption/key_file.h"
+
+#include <openssl/crypto.h>
 
 #include <cstddef>
 #include <cstdio>
 #include <string_view>
 #include <vector>
-
-#include <openssl/crypto.h>
-
-#include "platform/data_decryption/encrypted_text.h"
-#include "platform/data_decryption/key_file.h"
 
 namespace {
 

@@ -3,14 +3,14 @@
 
 #include "platform/data_decryption/encrypt.h"
 
-#include <cstddef>
-#include <cstdio>
-#include <vector>
+#include "platform/data_decryption/encrypted_text.h"
+#include "platform/data_decryption/key_file.h"
 
 #include <openssl/rand.h>
 
-#include "platform/data_decryption/encrypted_text.h"
-#include "platform/data_decryption/key_file.h"
+#include <cstddef>
+#include <cstdio>
+#include <vector>
 
 namespace {
 

@@ -2,11 +2,11 @@
 
 // The form of an encrypted text, as both directions need it.
 
-#include <cstddef>
-#include <memory>
-
 #include <openssl/err.h>
 #include <openssl/evp.h>
+
+#include <cstddef>
+#include <memory>
 
 // Hexadecimal digits of nonce, cipher text and tag; the cipher text is as long as the plain text.
 constexpr std::size_t NONCE_SIZE = 12;

@@ -3,15 +3,15 @@
 
 #include "platform/data_decryption/key_file.h"
 
-#include <cerrno>
-#include <system_error>
+#include "platform/file_descriptor.h"
 
 #include <fcntl.h>
 #include <openssl/crypto.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/file_descriptor.h"
+#include <cerrno>
+#include <system_error>
 
 namespace {
 

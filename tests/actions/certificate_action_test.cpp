@@ -1,11 +1,10 @@
 // The dispatch of action requests.
 
 #include "actions/certificate_action.h"
-
-#include <nlohmann/json.hpp>
-
 #include "tests/actions/action_fixture.h"
 #include "tests/support/fake_backend.h"
+
+#include <nlohmann/json.hpp>
 
 namespace {
 

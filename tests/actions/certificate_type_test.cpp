@@ -1,14 +1,14 @@
 // Recognising certificate resources, against the pattern that says what a certificate is.
 
 #include "actions/certificate_type.h"
+#include "core/constants.h"
 
 #include <gtest/gtest.h>
+
 #include <random>
 #include <regex>
 #include <string>
 #include <vector>
-
-#include "core/constants.h"
 
 namespace {
 

@@ -1,17 +1,16 @@
 // The worker of the signing requests that run as tasks.
 
-#include "actions/csr_worker.h"
-
-#include <nlohmann/json.hpp>
-#include <pthread.h>
-#include <unistd.h>
-
 #include "actions/certificate_action.h"
+#include "actions/csr_worker.h"
 #include "actions/pending_csr.h"
 #include "tests/actions/action_fixture.h"
 #include "tests/support/fake_backend.h"
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
+
+#include <nlohmann/json.hpp>
+#include <pthread.h>
+#include <unistd.h>
 
 namespace {
 

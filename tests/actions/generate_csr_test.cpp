@@ -1,11 +1,7 @@
 // The action GenerateCSR: what the backend is given, its answers, its refusals.
 
-#include "actions/generate_csr.h"
-
-#include <deque>
-#include <nlohmann/json.hpp>
-
 #include "actions/certificate_action.h"
+#include "actions/generate_csr.h"
 #include "actions/pending_csr.h"
 #include "platform/data_decryption/encrypt.h"
 #include "store/resource_store.h"
@@ -13,6 +9,10 @@
 #include "tests/requests/redis_proxy.h"
 #include "tests/support/fake_backend.h"
 #include "tests/support/temp_files.h"
+
+#include <nlohmann/json.hpp>
+
+#include <deque>
 
 namespace {
 

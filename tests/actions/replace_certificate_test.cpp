@@ -1,13 +1,12 @@
 // The action ReplaceCertificate: what the backend is given, its answers, its refusals.
 
-#include "actions/replace_certificate.h"
-
-#include <nlohmann/json.hpp>
-
 #include "actions/certificate_action.h"
+#include "actions/replace_certificate.h"
 #include "core/settings.h"
 #include "tests/actions/action_fixture.h"
 #include "tests/support/fake_backend.h"
+
+#include <nlohmann/json.hpp>
 
 namespace {
 

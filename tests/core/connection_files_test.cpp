@@ -3,6 +3,9 @@
 // kept for the life of the process.
 
 #include "core/redis_connection.h"
+#include "tests/core/fresh_process.h"
+#include "tests/support/output_capture.h"
+#include "tests/support/temp_files.h"
 
 #include <gtest/gtest.h>
 
@@ -11,10 +14,6 @@
 #include <memory>
 #include <optional>
 #include <ostream>
-
-#include "tests/core/fresh_process.h"
-#include "tests/support/output_capture.h"
-#include "tests/support/temp_files.h"
 
 namespace {
 

@@ -2,19 +2,18 @@
 // subscription's end ends the thread. What a real server sends is tested with the whole daemon.
 
 #include "core/listeners.h"
-
-#include <gtest/gtest.h>
-
-#include <ostream>
-#include <pthread.h>
-#include <unistd.h>
-
 #include "core/logger.h"
 #include "tests/core/fresh_process.h"
 #include "tests/core/scripted_server.h"
 #include "tests/support/commands.h"
 #include "tests/support/output_capture.h"
 #include "tests/support/temp_files.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <ostream>
 
 namespace {
 

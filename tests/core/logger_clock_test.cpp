@@ -2,19 +2,17 @@
 // strftime(), which the logger then calls.
 
 #include "core/logger.h"
+#include "tests/support/output_capture.h"
+#include "tests/support/temp_files.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <ctime>
 #include <limits>
-#include <unistd.h>
-
-#include <dlfcn.h>
-
-#include "tests/support/output_capture.h"
-#include "tests/support/temp_files.h"
 
 namespace {
 

@@ -1,20 +1,19 @@
 // The log in each of its modes: where lines go, how they look, and when the file is renamed aside.
 
 #include "core/logger.h"
+#include "tests/support/child_process.h"
+#include "tests/support/output_capture.h"
+#include "tests/support/temp_files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <ctime>
 #include <filesystem>
 #include <memory>
 #include <ostream>
 #include <regex>
-#include <unistd.h>
-
-#include "tests/support/child_process.h"
-#include "tests/support/output_capture.h"
-#include "tests/support/temp_files.h"
 
 namespace {
 

@@ -1,17 +1,16 @@
 // The command helpers against a real server: the exact command, and the result in every case.
 
 #include "core/redis_commands.h"
-
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <csignal>
-#include <unistd.h>
-
 #include "tests/support/command_monitor.h"
 #include "tests/support/output_capture.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <climits>
+#include <csignal>
 
 namespace {
 

@@ -1,23 +1,21 @@
 // Connecting to a real server, over its socket and over TCP, and logging in.
 
 #include "core/redis_connection.h"
-
-#include <gtest/gtest.h>
-
-#include <csignal>
-#include <cstring>
-#include <filesystem>
-#include <memory>
-#include <ostream>
-
-#include <sys/stat.h>
-
 #include "tests/core/fresh_process.h"
 #include "tests/core/scripted_server.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <ostream>
 
 namespace {
 

@@ -2,6 +2,8 @@
 // part that a reply does not have.
 
 #include "core/redis_commands.h"
+#include "core/redis_reply.h"
+#include "tests/core/scripted_server.h"
 
 #include <gtest/gtest.h>
 
@@ -9,9 +11,6 @@
 #include <memory>
 #include <ostream>
 #include <stdexcept>
-
-#include "core/redis_reply.h"
-#include "tests/core/scripted_server.h"
 
 namespace {
 

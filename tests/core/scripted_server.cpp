@@ -2,15 +2,15 @@
 
 #include "tests/core/scripted_server.h"
 
-#include <array>
-#include <cstring>
-#include <stdexcept>
+#include "tests/support/pipeline.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "tests/support/pipeline.h"
+#include <array>
+#include <cstring>
+#include <stdexcept>
 
 namespace {
 

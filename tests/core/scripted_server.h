@@ -3,12 +3,12 @@
 // A peer that answers with bytes of the test's choice, for replies that no Redis server gives and
 // for looking at the bytes that were sent. Whatever a real server can answer is tested with one.
 
+#include "tests/support/commands.h"
+#include "tests/support/temp_files.h"
+
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "tests/support/commands.h"
-#include "tests/support/temp_files.h"
 
 class ScriptedServer {
 public:

@@ -1,12 +1,10 @@
 // Secrets in memory.
 
 #include "core/secret.h"
+#include "tests/core/fresh_process.h"
 
 #include <gtest/gtest.h>
-
 #include <sys/prctl.h>
-
-#include "tests/core/fresh_process.h"
 
 namespace {
 

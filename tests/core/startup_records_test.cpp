@@ -1,17 +1,16 @@
 // Start-up's records on a connection that is lost half-way: what is told, and what start-up makes
 // of it. Everything that a real server answers is tested with the whole daemon.
 
-#include "core/startup_records.h"
-
-#include <gtest/gtest.h>
-
-#include <hiredis/hiredis.h>
-#include <memory>
-#include <unistd.h>
-
 #include "core/logger.h"
+#include "core/startup_records.h"
 #include "tests/core/scripted_server.h"
 #include "tests/support/output_capture.h"
+
+#include <gtest/gtest.h>
+#include <hiredis/hiredis.h>
+#include <unistd.h>
+
+#include <memory>
 
 namespace {
 

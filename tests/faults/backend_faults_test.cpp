@@ -5,10 +5,11 @@
 #include "tests/support/temp_files.h"
 #include "tests/system/request_road.h"
 
-#include <filesystem>
-#include <fstream>
 #include <linux/capability.h>
 #include <sys/prctl.h>
+
+#include <filesystem>
+#include <fstream>
 
 namespace {
 

@@ -1,13 +1,13 @@
 #include "tests/faults/fault_proxy.h"
 
-#include <algorithm>
-#include <cstring>
-#include <stdexcept>
-
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
 
 namespace {
 

@@ -1,13 +1,13 @@
 #include "tests/faults/fault_road.h"
 
-#include <filesystem>
-#include <iterator>
-#include <stdexcept>
-
 #include "tests/support/fake_backend.h"
 #include "tests/support/request.h"
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
+
+#include <filesystem>
+#include <iterator>
+#include <stdexcept>
 
 const std::string COLLECTION = "/redfish/v1/Managers/1/Certificates";
 const std::string CERTIFICATE = COLLECTION + "/1a2b";

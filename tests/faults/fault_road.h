@@ -3,16 +3,16 @@
 // What the tests of spoilt connections share: a daemon with the steerable backend that reaches the
 // server through the proxy, and the faults.
 
+#include "tests/faults/fault_proxy.h"
+#include "tests/support/daemon_process.h"
+#include "tests/support/redis_client.h"
+#include "tests/support/redis_server.h"
+
 #include <cstddef>
 #include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
-
-#include "tests/faults/fault_proxy.h"
-#include "tests/support/daemon_process.h"
-#include "tests/support/redis_client.h"
-#include "tests/support/redis_server.h"
 
 extern const std::string COLLECTION;  // a collection that seed() stores
 extern const std::string CERTIFICATE; // a certificate in it

@@ -5,13 +5,14 @@
 // time: requests of one channel are handled in order, so its answer tells that the first one is
 // done, and that the daemon still works.
 
-#include <algorithm>
-#include <gtest/gtest.h>
-#include <ostream>
-
 #include "tests/faults/fault_road.h"
 #include "tests/support/request.h"
 #include "tests/support/wait.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <ostream>
 
 namespace {
 

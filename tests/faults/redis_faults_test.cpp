@@ -1,9 +1,5 @@
 // Faults of the Redis server as a whole: frozen for seconds, out of memory, gone and back.
 
-#include <chrono>
-#include <gtest/gtest.h>
-#include <thread>
-
 #include "tests/support/daemon_process.h"
 #include "tests/support/fake_backend.h"
 #include "tests/support/redis_client.h"
@@ -11,6 +7,11 @@
 #include "tests/support/request.h"
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <thread>
 
 namespace {
 

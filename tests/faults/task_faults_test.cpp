@@ -1,11 +1,12 @@
 // Every command that the worker sends for a signing request that runs as a task, spoilt in turn.
 
-#include <algorithm>
-#include <gtest/gtest.h>
-
 #include "tests/faults/fault_road.h"
 #include "tests/support/request.h"
 #include "tests/support/wait.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace {
 

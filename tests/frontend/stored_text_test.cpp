@@ -1,8 +1,7 @@
 // Texts between JSON and the stored form.
 
-#include "frontend/stored_text.h"
-
 #include "frontend/event_script.h"
+#include "frontend/stored_text.h"
 #include "frontend/task_state.h"
 #include "store/value_text.h"
 

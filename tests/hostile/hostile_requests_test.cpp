@@ -1,10 +1,9 @@
 // Hostile requests to each of the daemon's handlers, one row each.
 
 #include "tests/hostile/hostile_road.h"
+#include "tests/support/wait.h"
 
 #include <nlohmann/json.hpp>
-
-#include "tests/support/wait.h"
 
 namespace {
 

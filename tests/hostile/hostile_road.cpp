@@ -2,10 +2,10 @@
 
 #include "tests/hostile/hostile_road.h"
 
+#include "tests/support/temp_files.h"
+
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
-
-#include "tests/support/temp_files.h"
 
 namespace {
 

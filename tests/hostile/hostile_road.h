@@ -7,11 +7,11 @@
 // own messages and everything stored outside the request are compared literally, and a sound
 // request must be answered as if nothing had been.
 
+#include "tests/system/request_road.h"
+
 #include <functional>
 #include <string>
 #include <vector>
-
-#include "tests/system/request_road.h"
 
 inline const std::string CERTIFICATE = COLLECTION + "/1a2b";
 inline const std::string LINKS = "&&" + LOCATIONS + "/Links/Certificates";

@@ -1,11 +1,10 @@
 // The places in which a created certificate appears.
 
 #include "requests/certificate_resource.h"
-
-#include <nlohmann/json.hpp>
-
 #include "tests/requests/redis_proxy.h"
 #include "tests/requests/request_fixture.h"
+
+#include <nlohmann/json.hpp>
 
 namespace {
 

@@ -2,13 +2,12 @@
 // answered.
 
 #include "requests/collection_lock.h"
+#include "tests/requests/redis_proxy.h"
+#include "tests/requests/request_fixture.h"
 
 #include <chrono>
 #include <climits>
 #include <thread>
-
-#include "tests/requests/redis_proxy.h"
-#include "tests/requests/request_fixture.h"
 
 namespace {
 

@@ -4,12 +4,12 @@
 // program brings a store of its own whose updates fail, so that the failure is answered rightly
 // should there ever be one.
 
-#include <nlohmann/json.hpp>
-
 #include "requests/create_certificate.h"
 #include "store/resource_store.h"
 #include "tests/requests/request_fixture.h"
 #include "tests/support/fake_backend.h"
+
+#include <nlohmann/json.hpp>
 
 int updateResource(redisContext* /*context*/, const std::string& /*uri*/,
                    const nlohmann::json& /*value*/, const nlohmann::json& /*configuration*/) {

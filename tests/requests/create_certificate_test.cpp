@@ -1,15 +1,14 @@
 // Creation of a certificate: its commands, its refusals, and the lock around them.
 
-#include "requests/create_certificate.h"
-
-#include <nlohmann/json.hpp>
-
 #include "core/settings.h"
+#include "requests/create_certificate.h"
 #include "tests/requests/expected_commands.h"
 #include "tests/requests/redis_proxy.h"
 #include "tests/requests/request_fixture.h"
 #include "tests/support/fake_backend.h"
 #include "tests/support/output_capture.h"
+
+#include <nlohmann/json.hpp>
 
 namespace {
 

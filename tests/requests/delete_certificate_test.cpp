@@ -1,13 +1,12 @@
 // Deletion of a certificate: its commands, its refusals, and the lock around them.
 
 #include "requests/delete_certificate.h"
-
-#include <nlohmann/json.hpp>
-
 #include "tests/requests/expected_commands.h"
 #include "tests/requests/redis_proxy.h"
 #include "tests/requests/request_fixture.h"
 #include "tests/support/fake_backend.h"
+
+#include <nlohmann/json.hpp>
 
 namespace {
 

@@ -1,8 +1,7 @@
 // Event group identifiers: the counter, its maximum, and what happens when either is unusable.
 
-#include "requests/event_group.h"
-
 #include "core/logger.h"
+#include "requests/event_group.h"
 #include "tests/requests/redis_proxy.h"
 #include "tests/requests/request_fixture.h"
 #include "tests/support/output_capture.h"

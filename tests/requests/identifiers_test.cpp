@@ -2,12 +2,13 @@
 
 #include "requests/identifiers.h"
 
-#include <cstdint>
 #include <gtest/gtest.h>
-#include <regex>
-#include <set>
 #include <sys/resource.h>
 #include <sys/time.h>
+
+#include <cstdint>
+#include <regex>
+#include <set>
 
 namespace {
 

@@ -1,7 +1,6 @@
 // The answer to a request that changed nothing.
 
 #include "requests/no_operation.h"
-
 #include "tests/requests/redis_proxy.h"
 #include "tests/requests/request_fixture.h"
 

@@ -3,15 +3,16 @@
 
 #include "tests/requests/redis_proxy.h"
 
-#include <algorithm>
-#include <array>
+#include "tests/support/redis_server.h"
+
 #include <hiredis/hiredis.h>
-#include <memory>
-#include <stdexcept>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "tests/support/redis_server.h"
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <stdexcept>
 
 namespace {
 

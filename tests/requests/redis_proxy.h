@@ -7,12 +7,12 @@
 // waits for the reply meanwhile, so the interceptor may also look at the state of things between
 // two commands.
 
+#include "tests/support/commands.h"
+
 #include <functional>
 #include <optional>
 #include <string>
 #include <thread>
-
-#include "tests/support/commands.h"
 
 class RedisServer;
 struct redisContext;

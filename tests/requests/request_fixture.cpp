@@ -2,12 +2,12 @@
 
 #include "tests/requests/request_fixture.h"
 
-#include <regex>
-#include <stdexcept>
-
 #include "core/logger.h"
 #include "tests/support/daemon_process.h"
 #include "tests/support/temp_files.h"
+
+#include <regex>
+#include <stdexcept>
 
 namespace {
 

@@ -6,16 +6,17 @@
 // The event setting and the largest event group identifier are kept for the life of a process; a
 // test that depends on them relies on being a process of its own, as ctest starts it.
 
-#include <gtest/gtest.h>
-#include <map>
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "tests/support/command_monitor.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/request.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
 
 class Logger;
 

@@ -1,8 +1,7 @@
 // Raising resource events through the event service's script, and closing a replacement.
 
-#include "requests/resource_events.h"
-
 #include "core/logger.h"
+#include "requests/resource_events.h"
 #include "tests/requests/redis_proxy.h"
 #include "tests/requests/request_fixture.h"
 #include "tests/support/output_capture.h"

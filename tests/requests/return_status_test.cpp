@@ -1,12 +1,11 @@
 // The return-status record: its keys, lifetimes, messages, and what is left when a step fails.
 
-#include "requests/return_status.h"
-
-#include <nlohmann/json.hpp>
-
 #include "core/redis_commands.h"
+#include "requests/return_status.h"
 #include "tests/requests/redis_proxy.h"
 #include "tests/requests/request_fixture.h"
+
+#include <nlohmann/json.hpp>
 
 namespace {
 

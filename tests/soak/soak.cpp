@@ -7,6 +7,13 @@
 // as a task, replacement, unknown action. What a round stores is removed before the next one, so
 // that Redis stays as small as it was and the daemon is given the same work all along.
 
+#include "tests/support/daemon_process.h"
+#include "tests/support/redis_client.h"
+#include "tests/support/redis_server.h"
+#include "tests/support/request.h"
+
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -16,13 +23,6 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
-
-#include <unistd.h>
-
-#include "tests/support/daemon_process.h"
-#include "tests/support/redis_client.h"
-#include "tests/support/redis_server.h"
-#include "tests/support/request.h"
 
 namespace {
 

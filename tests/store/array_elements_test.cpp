@@ -2,7 +2,6 @@
 
 #include "store/array_elements.h"
 #include "store/resource_store.h"
-
 #include "tests/store/store_fixture.h"
 
 class ArrayElements : public StoreFixture {};

@@ -2,7 +2,6 @@
 
 #include "store/resource_encoding.h"
 #include "store/sequence_id.h"
-
 #include "tests/support/output_capture.h"
 
 #include <gtest/gtest.h>

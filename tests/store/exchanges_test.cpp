@@ -3,7 +3,6 @@
 
 #include "store/remove_resource.h"
 #include "store/resource_store.h"
-
 #include "tests/store/store_fixture.h"
 
 using nlohmann::json;

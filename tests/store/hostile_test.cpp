@@ -1,7 +1,6 @@
 // Stored trees and documents that were made to do harm.
 
 #include "store/resource_store.h"
-
 #include "tests/store/store_fixture.h"
 
 #include <pthread.h>

@@ -5,7 +5,6 @@
 #include "store/remove_resource.h"
 #include "store/resource_store.h"
 #include "store/write_resource.h"
-
 #include "tests/requests/redis_proxy.h"
 #include "tests/store/store_fixture.h"
 

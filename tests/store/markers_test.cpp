@@ -3,6 +3,7 @@
 #include "store/markers.h"
 
 #include <gtest/gtest.h>
+
 #include <regex>
 #include <string>
 #include <vector>

@@ -2,7 +2,6 @@
 
 #include "store/read_passes.h"
 #include "store/resource_store.h"
-
 #include "tests/store/store_fixture.h"
 
 using nlohmann::json;

@@ -1,7 +1,6 @@
 // The counter that names the nested keys of array elements.
 
 #include "store/sequence_id.h"
-
 #include "tests/store/store_fixture.h"
 
 using SequenceId = StoreFixture;

@@ -10,10 +10,11 @@
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 
-#include <csignal>
-#include <functional>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+
+#include <csignal>
+#include <functional>
 #include <string>
 
 class StoreFixture : public testing::Test {

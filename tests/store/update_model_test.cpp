@@ -5,7 +5,6 @@
 // expressions. A case that fails prints its seed; the generator gives the same case for it again.
 
 #include "store/resource_store.h"
-
 #include "tests/store/expected_database.h"
 #include "tests/store/store_fixture.h"
 

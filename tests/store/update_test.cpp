@@ -3,7 +3,6 @@
 #include "store/resource_store.h"
 #include "store/update_resource.h"
 #include "store/update_tree.h"
-
 #include "tests/store/store_fixture.h"
 
 using nlohmann::json;

@@ -1,12 +1,12 @@
 // Scalars as they stand in Redis.
 
 #include "store/value_text.h"
-
 #include "tests/support/output_capture.h"
 
-#include <cstdint>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+
+#include <cstdint>
 #include <optional>
 #include <sstream>
 #include <string>

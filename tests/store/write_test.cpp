@@ -2,7 +2,6 @@
 
 #include "store/resource_store.h"
 #include "store/write_resource.h"
-
 #include "tests/store/store_fixture.h"
 
 using nlohmann::json;

@@ -2,7 +2,6 @@
 
 #include "tests/support/certificates.h"
 
-#include <memory>
 #include <openssl/bio.h>
 #include <openssl/ec.h>
 #include <openssl/evp.h>
@@ -11,6 +10,8 @@
 #include <openssl/rand.h>
 #include <openssl/rsa.h>
 #include <openssl/x509v3.h>
+
+#include <memory>
 #include <stdexcept>
 
 namespace {

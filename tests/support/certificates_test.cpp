@@ -1,12 +1,11 @@
 // The certificates that tests are made of, checked with the openssl command.
 
 #include "tests/support/certificates.h"
-
-#include <gtest/gtest.h>
-
 #include "tests/support/child_process.h"
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
+
+#include <gtest/gtest.h>
 
 namespace {
 

@@ -2,18 +2,19 @@
 
 #include "tests/support/child_process.h"
 
+#include "tests/support/wait.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <fcntl.h>
-#include <spawn.h>
 #include <stdexcept>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <utility>
-
-#include "tests/support/wait.h"
 
 namespace {
 

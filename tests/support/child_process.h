@@ -2,10 +2,11 @@
 
 // A program that a test starts and owns.
 
+#include <sys/types.h>
+
 #include <map>
 #include <optional>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 struct ChildProcessOptions {

@@ -5,9 +5,9 @@
 
 #include "tests/support/command_monitor.h"
 
-#include <stdexcept>
-
 #include "tests/support/wait.h"
+
+#include <stdexcept>
 
 namespace {
 

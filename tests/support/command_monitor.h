@@ -6,11 +6,11 @@
 // (hidden by the server) and commands that it refuses before running them (unknown name, wrong
 // number of arguments) do not show. Commands run by a script come from the client "lua".
 
-#include <string>
-#include <vector>
-
 #include "tests/support/commands.h"
 #include "tests/support/redis_client.h"
+
+#include <string>
+#include <vector>
 
 class RedisServer;
 

@@ -2,14 +2,14 @@
 
 #include "tests/support/daemon_process.h"
 
-#include <regex>
-#include <stdexcept>
-
 #include "tests/support/child_process.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/request.h"
 #include "tests/support/wait.h"
+
+#include <regex>
+#include <stdexcept>
 
 namespace {
 

@@ -2,12 +2,12 @@
 
 // The real daemon, as a process of a test's own.
 
+#include "tests/support/temp_files.h"
+
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
-
-#include "tests/support/temp_files.h"
 
 class ChildProcess;
 class RedisServer;

@@ -1,13 +1,12 @@
 // Starting, steering and ending the real daemon.
 
 #include "tests/support/daemon_process.h"
-
-#include <gtest/gtest.h>
-
 #include "tests/support/fake_backend.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/request.h"
+
+#include <gtest/gtest.h>
 
 TEST(DaemonProcess, AnswersThroughTheSteerableBackend) {
     const RedisServer server;

@@ -2,10 +2,10 @@
 
 #include "tests/support/fake_backend.h"
 
-#include <filesystem>
-
 #include "tests/support/fake_backend/paths.h"
 #include "tests/support/temp_files.h"
+
+#include <filesystem>
 
 std::string fakeBackendDirectory() {
     return FAKE_BACKEND_DIRECTORY;

@@ -1,15 +1,15 @@
 // The steerable backend, linked as the daemon links the real one.
 
+#include "platform/certificate_backend.h"
 #include "tests/support/fake_backend.h"
+#include "tests/support/temp_files.h"
+#include "tests/support/wait.h"
+
+#include <gtest/gtest.h>
 
 #include <chrono>
 #include <future>
-#include <gtest/gtest.h>
 #include <stdexcept>
-
-#include "platform/certificate_backend.h"
-#include "tests/support/temp_files.h"
-#include "tests/support/wait.h"
 
 TEST(FakeBackend, NotesCallsAndSucceedsWithoutOrders) {
     EXPECT_EQ(createCertificateHandler({"/c", "text", "PEM", "1a", "/ca"}).code, 200);

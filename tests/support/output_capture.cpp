@@ -2,13 +2,14 @@
 
 #include "tests/support/output_capture.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <array>
 #include <cstdint>
 #include <cstdio>
 #include <iostream>
 #include <stdexcept>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #include <sanitizer/common_interface_defs.h>

@@ -2,8 +2,9 @@
 
 #include "tests/support/output_capture.h"
 
-#include <cstdio>
 #include <gtest/gtest.h>
+
+#include <cstdio>
 #include <iostream>
 
 TEST(OutputCapture, TakesStreamsAndStdioOfOneDescriptor) {

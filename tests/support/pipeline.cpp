@@ -4,6 +4,7 @@
 
 #include <hiredis/hiredis.h>
 #include <hiredis/sds.h>
+
 #include <stdexcept>
 
 namespace {

@@ -2,9 +2,9 @@
 
 // Commands appended to a hiredis connection and not sent yet.
 
-#include <string>
-
 #include "tests/support/commands.h"
+
+#include <string>
 
 struct redisContext;
 

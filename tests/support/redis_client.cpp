@@ -2,14 +2,15 @@
 
 #include "tests/support/redis_client.h"
 
-#include <algorithm>
-#include <cerrno>
+#include "tests/support/redis_server.h"
+
 #include <hiredis/hiredis.h>
 #include <poll.h>
-#include <stdexcept>
 #include <sys/time.h>
 
-#include "tests/support/redis_server.h"
+#include <algorithm>
+#include <cerrno>
+#include <stdexcept>
 
 namespace {
 

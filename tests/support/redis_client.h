@@ -2,12 +2,12 @@
 
 // A Redis connection of a test's own.
 
+#include "tests/support/commands.h"
+
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "tests/support/commands.h"
 
 class RedisServer;
 struct redisContext;

@@ -2,13 +2,13 @@
 
 #include "tests/support/redis_server.h"
 
-#include <csignal>
-#include <filesystem>
-#include <stdexcept>
-
 #include "tests/support/child_process.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/wait.h"
+
+#include <csignal>
+#include <filesystem>
+#include <stdexcept>
 
 namespace {
 

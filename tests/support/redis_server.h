@@ -5,11 +5,11 @@
 // It listens on a Unix socket in a folder of its own, and on a TCP port of the sandbox's private
 // network when the options name one. Nothing is kept over a restart unless the options ask for it.
 
+#include "tests/support/temp_files.h"
+
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "tests/support/temp_files.h"
 
 class ChildProcess;
 

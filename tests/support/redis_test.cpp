@@ -1,13 +1,12 @@
 // The Redis server, client, command recorder and pipeline reader that the tests use.
 
+#include "tests/support/command_monitor.h"
+#include "tests/support/pipeline.h"
+#include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 
 #include <gtest/gtest.h>
 #include <hiredis/hiredis.h>
-
-#include "tests/support/command_monitor.h"
-#include "tests/support/pipeline.h"
-#include "tests/support/redis_client.h"
 
 TEST(RedisClient, DumpsEveryTypeSorted) {
     const RedisServer server;

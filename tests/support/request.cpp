@@ -2,12 +2,13 @@
 
 #include "tests/support/request.h"
 
-#include <nlohmann/json.hpp>
-#include <stdexcept>
-
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/wait.h"
+
+#include <nlohmann/json.hpp>
+
+#include <stdexcept>
 
 namespace {
 

@@ -1,12 +1,12 @@
 // The front end's part: stored forms and the road of a request.
 
+#include "tests/support/redis_client.h"
+#include "tests/support/redis_server.h"
 #include "tests/support/request.h"
 
 #include <gtest/gtest.h>
-#include <thread>
 
-#include "tests/support/redis_client.h"
-#include "tests/support/redis_server.h"
+#include <thread>
 
 TEST(Request, StoresNestedDocuments) {
     const RedisServer server;

@@ -3,12 +3,12 @@
 // Tests write to the places that the daemon's fixed paths name. Outside the sandbox those belong to
 // the machine, so a test program refuses to run there; listing its tests is always allowed.
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 int main(int argc, char** argv) {
     testing::InitGoogleMock(&argc, argv);

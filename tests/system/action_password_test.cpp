@@ -1,13 +1,14 @@
 // The challenge password of a signing request: only the backend ever sees it in plain text.
 
-#include <array>
-#include <filesystem>
-#include <memory>
-#include <openssl/evp.h>
-
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
 #include "tests/system/request_road.h"
+
+#include <openssl/evp.h>
+
+#include <array>
+#include <filesystem>
+#include <memory>
 
 namespace {
 

@@ -1,11 +1,11 @@
 // A board's own backend takes the place of the reference one without a rebuild.
 
+#include "tests/support/temp_files.h"
+#include "tests/system/request_road.h"
+
 #include <array>
 #include <cstdio>
 #include <memory>
-
-#include "tests/support/temp_files.h"
-#include "tests/system/request_road.h"
 
 namespace {
 

@@ -2,10 +2,10 @@
 
 #include "tests/system/daemon_log.h"
 
-#include <algorithm>
-
 #include "tests/support/fake_backend.h"
 #include "tests/support/temp_files.h"
+
+#include <algorithm>
 
 namespace {
 

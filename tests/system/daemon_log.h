@@ -2,10 +2,10 @@
 
 // The daemon's log in tests of the whole daemon.
 
+#include "tests/support/daemon_process.h"
+
 #include <string>
 #include <vector>
-
-#include "tests/support/daemon_process.h"
 
 // Options under which the log goes to a file, each line in one piece whatever the threads do, and
 // the steerable certificate backend answers.

@@ -1,12 +1,6 @@
 // How the listeners end: with their subscription, or at their start; and that nothing brings them
 // back.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <memory>
-#include <ostream>
-
 #include "tests/support/command_monitor.h"
 #include "tests/support/fake_backend.h"
 #include "tests/support/redis_client.h"
@@ -16,6 +10,12 @@
 #include "tests/support/wait.h"
 #include "tests/system/daemon_log.h"
 #include "tests/system/start_faults.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <ostream>
 
 // GoogleTest's name for a channel's tests.
 static void PrintTo(RequestKind kind, std::ostream* out) {

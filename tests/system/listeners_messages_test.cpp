@@ -1,14 +1,6 @@
 // What the listeners make of messages: how each is split, on which connection it is handled, in
 // which order, and which are passed over.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <memory>
-#include <ostream>
-
 #include "tests/support/command_monitor.h"
 #include "tests/support/fake_backend.h"
 #include "tests/support/redis_client.h"
@@ -16,6 +8,14 @@
 #include "tests/support/request.h"
 #include "tests/support/wait.h"
 #include "tests/system/daemon_log.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <ostream>
 
 // GoogleTest's name for a channel's tests.
 static void PrintTo(RequestKind kind, std::ostream* out) {

@@ -4,17 +4,18 @@
 // the front end's part. The daemon talks TCP and the test the Unix socket, so that a recording of
 // commands tells them apart.
 
-#include <gtest/gtest.h>
-#include <map>
-#include <memory>
-#include <string>
-
 #include "tests/support/command_monitor.h"
 #include "tests/support/daemon_process.h"
 #include "tests/support/fake_backend.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/request.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <string>
 
 inline const std::string COLLECTION = "/redfish/v1/Managers/1/Certificates";
 inline const std::string LOCATIONS = "/redfish/v1/CertificateService/CertificateLocations";

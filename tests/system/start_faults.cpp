@@ -2,11 +2,11 @@
 
 #include "tests/system/start_faults.h"
 
-#include <filesystem>
-
 #include "tests/support/fake_backend.h"
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
+
+#include <filesystem>
 
 namespace {
 

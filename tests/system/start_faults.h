@@ -3,10 +3,10 @@
 // The test's side of the faulty configuration library (tests/system/faulty_configuration): faults
 // that the machine brings into start-up at one exact place.
 
+#include "tests/support/daemon_process.h"
+
 #include <string>
 #include <vector>
-
-#include "tests/support/daemon_process.h"
 
 // "pthread_create:3" is the third call of that function; also "pthread_join" and
 // "pthread_mutex_init".

@@ -1,13 +1,13 @@
 // The daemon's program file: what it exports, and that nothing but its files steers it.
 
+#include "tests/support/child_process.h"
+#include "tests/support/daemon_process.h"
+#include "tests/support/temp_files.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
-
-#include "tests/support/child_process.h"
-#include "tests/support/daemon_process.h"
-#include "tests/support/temp_files.h"
 
 namespace {
 

@@ -1,13 +1,6 @@
 // What start-up writes to Redis and to the log, for every state of the three request queues, and
 // how it ends when Redis does not let it.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <ostream>
-#include <set>
-
 #include "tests/support/command_monitor.h"
 #include "tests/support/fake_backend.h"
 #include "tests/support/redis_client.h"
@@ -15,6 +8,13 @@
 #include "tests/support/request.h"
 #include "tests/support/wait.h"
 #include "tests/system/daemon_log.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <ostream>
+#include <set>
 
 namespace {
 

@@ -1,11 +1,6 @@
 // Start-up when the machine refuses it a lock or a thread, when a thread cannot be joined, when the
 // configuration library throws, and the normal end.
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <ostream>
-
 #include "tests/support/fake_backend.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
@@ -13,6 +8,11 @@
 #include "tests/support/wait.h"
 #include "tests/system/daemon_log.h"
 #include "tests/system/start_faults.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <ostream>
 
 namespace {
 

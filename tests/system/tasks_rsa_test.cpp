@@ -1,10 +1,10 @@
 // Signing requests that run as tasks.
 
-#include <algorithm>
-
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
 #include "tests/system/request_road.h"
+
+#include <algorithm>
 
 namespace {
 

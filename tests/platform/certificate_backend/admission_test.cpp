@@ -1,16 +1,14 @@
 // The checks of a certificate, each by its name and with its exact phrase.
 
 #include "platform/certificate_backend/certificate_checks.h"
-
-#include <gtest/gtest.h>
-
-#include <openssl/core_names.h>
-#include <openssl/param_build.h>
-#include <openssl/rsa.h>
-
 #include "platform/certificate_backend/key_pair.h"
 #include "tests/platform/certificate_backend/backend_fixture.h"
 #include "tests/support/certificates.h"
+
+#include <gtest/gtest.h>
+#include <openssl/core_names.h>
+#include <openssl/param_build.h>
+#include <openssl/rsa.h>
 
 namespace {
 

@@ -1,18 +1,17 @@
 #include "platform/certificate_backend/atomic_file.h"
+#include "platform/certificate_backend/store_directory.h"
+#include "tests/support/temp_files.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <system_error>
 #include <thread>
-#include <unistd.h>
-
-#include <gtest/gtest.h>
-
-#include "platform/certificate_backend/store_directory.h"
-#include "tests/support/temp_files.h"
 
 namespace {
 

@@ -1,14 +1,14 @@
 #include "tests/platform/certificate_backend/backend_fixture.h"
 
+#include "platform/certificate_backend/installed_certificates.h"
+
+#include <openssl/pem.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
 #include <stdexcept>
-
-#include <openssl/pem.h>
-
-#include "platform/certificate_backend/installed_certificates.h"
 
 CreateCertResult CertificateBackend::create(const std::string& text, const std::string& type,
                                             const std::string& collection,

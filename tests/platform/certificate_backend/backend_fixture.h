@@ -3,14 +3,14 @@
 // What the tests of the certificate backend share: a store of the test's own, a clock that stands
 // still, and requests and expectations in one line each.
 
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "platform/certificate_backend.h"
 #include "platform/certificate_backend/openssl_handles.h"
 #include "platform/certificate_backend/operations.h"
 #include "tests/support/temp_files.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
 
 constexpr std::time_t BUILD_DATE = 1767225600; // 2026-01-01T00:00:00Z
 constexpr std::time_t NOW = 1780272000;        // 2026-06-01T00:00:00Z

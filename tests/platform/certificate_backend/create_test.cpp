@@ -1,13 +1,13 @@
 // Creation as the daemon asks for it, with everything that comes back.
 
-#include <sys/stat.h>
-#include <thread>
-
-#include <gtest/gtest.h>
-
 #include "platform/certificate_backend/installed_certificates.h"
 #include "tests/platform/certificate_backend/backend_fixture.h"
 #include "tests/support/certificates.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <thread>
 
 using CreateCertificate = CertificateBackend;
 

@@ -1,15 +1,15 @@
 // Signing requests: every request made is judged by `openssl req -verify -text`.
 
+#include "tests/platform/certificate_backend/backend_fixture.h"
+#include "tests/support/certificates.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <set>
-#include <sys/stat.h>
 #include <thread>
-
-#include <gtest/gtest.h>
-
-#include "tests/platform/certificate_backend/backend_fixture.h"
-#include "tests/support/certificates.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 // The roots that the world's servers are judged by, as Debian ships them.
 
-#include <filesystem>
-#include <iostream>
-#include <map>
+#include "tests/platform/certificate_backend/backend_fixture.h"
 
 #include <gtest/gtest.h>
 
-#include "tests/platform/certificate_backend/backend_fixture.h"
+#include <filesystem>
+#include <iostream>
+#include <map>
 
 using DebianRoots = CertificateBackend;
 

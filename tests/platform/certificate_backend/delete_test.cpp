@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include "tests/platform/certificate_backend/backend_fixture.h"
 #include "tests/support/certificates.h"
+
+#include <gtest/gtest.h>
 
 using DeleteCertificate = CertificateBackend;
 

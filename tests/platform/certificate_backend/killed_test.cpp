@@ -1,20 +1,20 @@
 // The process killed before and after every file-system call of an operation in turn: what is on
 // disk then, and that the next process works without help.
 
-#include <csignal>
-#include <filesystem>
-#include <map>
-#include <optional>
-#include <set>
+#include "tests/platform/certificate_backend/backend_fixture.h"
+#include "tests/support/certificates.h"
+
+#include <gtest/gtest.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <gtest/gtest.h>
-
-#include "tests/platform/certificate_backend/backend_fixture.h"
-#include "tests/support/certificates.h"
+#include <csignal>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <set>
 
 namespace {
 

@@ -1,16 +1,16 @@
 // The shared library through its exported functions: directory, configuration, and what becomes of
 // a fault of the machine.
 
-#include <filesystem>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <gtest/gtest.h>
-
 #include "platform/certificate_backend.h"
 #include "tests/support/certificates.h"
 #include "tests/support/output_capture.h"
 #include "tests/support/temp_files.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
 
 namespace {
 

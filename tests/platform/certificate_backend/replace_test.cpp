@@ -1,15 +1,15 @@
 // Replacement: the same checks as a creation, the unchanged certificate, and what is left on disk
 // when the process ends in the middle.
 
-#include <csignal>
-#include <filesystem>
-#include <sys/resource.h>
-
-#include <gtest/gtest.h>
-
 #include "platform/certificate_backend/store_directory.h"
 #include "tests/platform/certificate_backend/backend_fixture.h"
 #include "tests/support/certificates.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <filesystem>
 
 namespace {
 

@@ -1,13 +1,12 @@
-#include "platform/certificate_backend/certificate_text.h"
-
-#include <array>
-
-#include <gtest/gtest.h>
-
 #include "platform/certificate_backend/certificate_chain.h"
+#include "platform/certificate_backend/certificate_text.h"
 #include "platform/certificate_backend/pem_blocks.h"
 #include "tests/platform/certificate_backend/backend_fixture.h"
 #include "tests/support/certificates.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
 
 namespace {
 

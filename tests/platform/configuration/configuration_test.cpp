@@ -2,18 +2,17 @@
 // standard error.
 
 #include "platform/configuration.h"
+#include "tests/support/output_capture.h"
+#include "tests/support/temp_files.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <climits>
 #include <cstddef>
 #include <filesystem>
 #include <string>
 #include <string_view>
-
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-
-#include "tests/support/output_capture.h"
-#include "tests/support/temp_files.h"
 
 namespace {
 

@@ -1,15 +1,15 @@
 // The configuration file's syntax, as tables of texts with the value that they give.
 
+#include "platform/configuration/parser.h"
+
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <optional>
 #include <ostream>
 #include <random>
 #include <string>
 #include <string_view>
-
-#include <gtest/gtest.h>
-
-#include "platform/configuration/parser.h"
 
 using namespace std::string_view_literals;
 

@@ -2,6 +2,13 @@
 // line on standard error, and the round trip.
 
 #include "platform/data_decryption.h"
+#include "platform/data_decryption/encrypt.h"
+#include "tests/support/output_capture.h"
+#include "tests/support/temp_files.h"
+
+#include <gtest/gtest.h>
+#include <openssl/err.h>
+#include <sys/stat.h>
 
 #include <cstddef>
 #include <filesystem>
@@ -10,14 +17,6 @@
 #include <string_view>
 #include <thread>
 #include <vector>
-
-#include <gtest/gtest.h>
-#include <openssl/err.h>
-#include <sys/stat.h>
-
-#include "platform/data_decryption/encrypt.h"
-#include "tests/support/output_capture.h"
-#include "tests/support/temp_files.h"
 
 namespace {
 

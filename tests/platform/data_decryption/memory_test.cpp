@@ -1,18 +1,18 @@
 // Plain texts and keys leave no trace in freed memory. The program's own operator delete, which the
 // library uses too, looks through every block before it goes back to the heap.
 
+#include "platform/data_decryption.h"
+#include "platform/data_decryption/encrypt.h"
+#include "tests/support/temp_files.h"
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <string>
-
-#include <gtest/gtest.h>
-#include <malloc.h>
-
-#include "platform/data_decryption.h"
-#include "platform/data_decryption/encrypt.h"
-#include "tests/support/temp_files.h"
 
 namespace {
 

@@ -6,17 +6,18 @@
 
 #include "platform/certificate_backend.h"
 
+#include "tests/support/fake_backend/paths.h"
+
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <mutex>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <thread>
-
-#include "tests/support/fake_backend/paths.h"
 
 namespace {
 

@@ -14,6 +14,11 @@
 // tests/system/start_faults.h is the test's side.
 
 #include "platform/configuration.h"
+#include "platform/configuration/parser.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -23,12 +28,6 @@
 #include <iterator>
 #include <new>
 #include <stdexcept>
-
-#include <dlfcn.h>
-#include <pthread.h>
-#include <unistd.h>
-
-#include "platform/configuration/parser.h"
 
 namespace {
 
