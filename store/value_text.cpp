@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <optional>
@@ -66,6 +67,44 @@ std::optional<std::int64_t> extractInteger(std::string_view text) {
     return result.ec == std::errc() ? std::optional(value) : std::nullopt;
 }
 
+// A string's JSON text when it is ASCII that needs no escapes but those of quote, backslash and
+// line end; nothing for any other.
+std::optional<std::string> plainStringText(std::string_view text) {
+    const auto standsForItself = [](char character) {
+        return character >= ' ' && character <= '~' && character != '"' && character != '\\';
+    };
+    std::string quoted = "\"";
+    quoted.reserve(text.size() + text.size() / 32 + 2);
+    while (true) {
+        const auto* escape = std::find_if_not(text.begin(), text.end(), standsForItself);
+        quoted.append(text.begin(), escape);
+        if (escape == text.end()) {
+            return quoted += '"';
+        }
+        if (*escape != '"' && *escape != '\\' && *escape != '\n') {
+            return std::nullopt;
+        }
+        quoted += '\\';
+        quoted += *escape == '\n' ? 'n' : *escape;
+        text.remove_prefix(static_cast<std::size_t>(escape - text.begin()) + 1);
+    }
+}
+
+// The scalars met most, as the JSON library writes them: it makes a serializer with buffers of its
+// own for each, which costs more than the text.
+std::optional<std::string> plainJsonText(const nlohmann::json& value) {
+    switch (value.type()) {
+    case nlohmann::json::value_t::string:
+        return plainStringText(value.get_ref<const std::string&>());
+    case nlohmann::json::value_t::boolean:
+        return value.get<bool>() ? "true" : "false";
+    case nlohmann::json::value_t::number_integer:
+        return std::to_string(value.get<std::int64_t>());
+    default:
+        return std::nullopt;
+    }
+}
+
 } // namespace
 
 nlohmann::json decodeValueText(std::string_view text) {
@@ -89,6 +128,9 @@ nlohmann::json decodeValueText(std::string_view text) {
 }
 
 std::string compactJsonText(const nlohmann::json& value) {
+    if (std::optional<std::string> text = plainJsonText(value)) {
+        return *std::move(text);
+    }
     try {
         return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::strict);
     } catch (const std::exception& failure) {
