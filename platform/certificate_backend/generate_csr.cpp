@@ -16,8 +16,10 @@ CSRResult makeSigningRequest(const BackendSettings& settings, const CSRRequest& 
     }
     const KeyHandle key =
         parameters.rsaBits == 0 ? makeEcKey(parameters.curve) : makeRsaKey(parameters.rsaBits);
-    CSRResult result = {200, signingRequestText(parameters, key.get()), {}};
+    const RequestHandle signedRequest = makeRequest(parameters, key.get());
+    CSRResult result = {200, requestText(signedRequest.get()), {}};
     const OpenFile lock = lockStore(settings.directory);
-    keepRequestKey(settings.directory, key.get());
+    keepRequestKey(settings.directory, key.get(),
+                   publicKeyDigest(X509_REQ_get_X509_PUBKEY(signedRequest.get())));
     return result;
 }

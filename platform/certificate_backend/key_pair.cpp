@@ -54,6 +54,17 @@ KeyHandle orThrow(EVP_PKEY* key) {
     return KeyHandle(key);
 }
 
+// Frees the encoding.
+std::string digestOfEncoding(unsigned char* encoded, int length) {
+    if (length <= 0) {
+        throw std::runtime_error("cannot encode a public key");
+    }
+    const std::string bytes(reinterpret_cast<const char*>(encoded),
+                            static_cast<std::size_t>(length));
+    OPENSSL_free(encoded);
+    return sha256Hex(bytes);
+}
+
 } // namespace
 
 KeyHandle makeRsaKey(unsigned int bits) {
@@ -91,11 +102,11 @@ bool keysBelongTogether(EVP_PKEY* privateKey, EVP_PKEY* publicKey) {
 std::string publicKeyDigest(EVP_PKEY* key) {
     unsigned char* encoded = nullptr;
     const int length = i2d_PUBKEY(key, &encoded);
-    if (length <= 0) {
-        throw std::runtime_error("cannot encode a public key");
-    }
-    const std::string bytes(reinterpret_cast<const char*>(encoded),
-                            static_cast<std::size_t>(length));
-    OPENSSL_free(encoded);
-    return sha256Hex(bytes);
+    return digestOfEncoding(encoded, length);
+}
+
+std::string publicKeyDigest(const X509_PUBKEY* info) {
+    unsigned char* encoded = nullptr;
+    const int length = i2d_X509_PUBKEY(info, &encoded);
+    return digestOfEncoding(encoded, length);
 }

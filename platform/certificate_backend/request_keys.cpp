@@ -36,8 +36,11 @@ std::vector<std::string> keyFiles(const std::string& directory) {
 
 // The file that holds the key of that digest; empty when there is none.
 std::string fileOfKey(const std::string& directory, EVP_PKEY* publicKey) {
-    const std::string ending = "-" + publicKeyDigest(publicKey) + ENDING;
     const std::vector<std::string> names = keyFiles(directory);
+    if (names.empty()) {
+        return {}; // the digest costs more than the look
+    }
+    const std::string ending = "-" + publicKeyDigest(publicKey) + ENDING;
     const auto found = std::find_if(names.begin(), names.end(), [&](const std::string& name) {
         return name.ends_with(ending);
     });
@@ -54,11 +57,10 @@ std::string numberAfter(const std::vector<std::string>& names) {
 
 } // namespace
 
-void keepRequestKey(const std::string& directory, EVP_PKEY* key) {
+void keepRequestKey(const std::string& directory, EVP_PKEY* key, const std::string& digest) {
     const std::string folder = requestsDirectory(directory);
     const std::vector<std::string> older = keyFiles(directory);
-    writeFileAtomically(folder, numberAfter(older) + "-" + publicKeyDigest(key) + ENDING,
-                        privateKeyText(key));
+    writeFileAtomically(folder, numberAfter(older) + "-" + digest + ENDING, privateKeyText(key));
     for (std::size_t i = 0; i + MOST_KEYS <= older.size(); ++i) {
         static_cast<void>(removeFile(folder, older[i])); // gone already is as good
     }

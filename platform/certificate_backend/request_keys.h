@@ -11,8 +11,9 @@
 
 #include <string>
 
-// Puts the key on disk as the newest, then drops the oldest above the bound.
-void keepRequestKey(const std::string& directory, EVP_PKEY* key);
+// Puts the key on disk as the newest, then drops the oldest above the bound. The digest is that of
+// its public key.
+void keepRequestKey(const std::string& directory, EVP_PKEY* key, const std::string& digest);
 
 // The private key to the public key; null when none is kept.
 [[nodiscard]] KeyHandle findRequestKey(const std::string& directory, EVP_PKEY* publicKey);

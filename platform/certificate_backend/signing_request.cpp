@@ -115,8 +115,8 @@ const EVP_MD* digestFor(const CsrParameters& parameters) {
 
 } // namespace
 
-std::string signingRequestText(const CsrParameters& parameters, EVP_PKEY* key) {
-    const RequestHandle request(X509_REQ_new());
+RequestHandle makeRequest(const CsrParameters& parameters, EVP_PKEY* key) {
+    RequestHandle request(X509_REQ_new());
     require(request && X509_REQ_set_version(request.get(), X509_REQ_VERSION_1) == 1, "version");
     setSubject(request.get(), parameters);
     require(X509_REQ_set_pubkey(request.get(), key) == 1, "public key");
@@ -124,9 +124,12 @@ std::string signingRequestText(const CsrParameters& parameters, EVP_PKEY* key) {
     addAttribute(request.get(), NID_pkcs9_challengePassword, parameters.challengePassword);
     addAttribute(request.get(), NID_pkcs9_unstructuredName, parameters.unstructuredName);
     require(X509_REQ_sign(request.get(), key, digestFor(parameters)) > 0, "signature");
+    return request;
+}
 
+std::string requestText(X509_REQ* request) {
     const BioHandle memory(BIO_new(BIO_s_mem()));
-    require(memory && PEM_write_bio_X509_REQ(memory.get(), request.get()) == 1, "text");
+    require(memory && PEM_write_bio_X509_REQ(memory.get(), request) == 1, "text");
     char* text = nullptr;
     const long length = BIO_get_mem_data(memory.get(), &text);
     return {text, static_cast<std::size_t>(length)};
