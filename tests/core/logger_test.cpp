@@ -137,7 +137,7 @@ TEST_F(LoggerTest, writesTimedLinesToTheFile) {
 
 TEST_F(LoggerTest, writesLocalTime) {
     // NOLINTBEGIN(concurrency-mt-unsafe): one thread
-    setenv("TZ", "XXX-5:30", 1);
+    setenv("TZ", "TST-5:30", 1);
     tzset();
     (void)init("LOG_FILE=" + file("x.log") + "\n");
     (void)writeBoth();
