@@ -35,6 +35,17 @@ bool hasListeners(RedisClient& client) {
     return counts.size() == 6 && counts[1] != "0" && counts[3] != "0" && counts[5] != "0";
 }
 
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+// Whether every thread has logged its first line, for a log that has such lines: the worker does so
+// some time after the listeners. A line of its own must not come between those of a request.
+bool threadsHaveBegun(const std::string& log) {
+    return !contains(log, "begin certificate action thread.") ||
+           contains(log, "begin process async CSR thread.");
+}
+
 } // namespace
 
 std::string daemonProgram() {
@@ -59,7 +70,11 @@ DaemonProcess::~DaemonProcess() = default;
 void DaemonProcess::waitUntilReady(const RedisServer& server) {
     RedisClient client(server);
     const bool ready =
-        waitUntil([&] { return !mProcess->running() || hasListeners(client); }) && running();
+        waitUntil([&] {
+            return !mProcess->running() ||
+                   (hasListeners(client) && threadsHaveBegun(log() + standardError()));
+        }) &&
+        running();
     if (!ready) {
         throw std::runtime_error("the daemon does not listen\n" + standardError() + log());
     }

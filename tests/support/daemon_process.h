@@ -30,8 +30,8 @@ public:
     DaemonProcess(const DaemonProcess&) = delete;
     DaemonProcess& operator=(const DaemonProcess&) = delete;
 
-    // Waits until all three request channels have a subscriber. Throws std::runtime_error, with
-    // what the daemon printed, when it ends instead.
+    // Waits until all three request channels have a subscriber and the worker has begun. Throws
+    // std::runtime_error, with what the daemon printed, when it ends instead.
     void waitUntilReady(const RedisServer& server);
 
     [[nodiscard]] bool running();
