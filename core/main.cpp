@@ -89,7 +89,7 @@ bool joinThreads(const ThreadHandles& handles) {
 }
 
 // Ends the process while threads that did start go on until then: nothing that they use is
-// destroyed, and the condition that the worker waits on is not waited for.
+// destroyed under them.
 [[noreturn]] void endWithRunningThreads() {
     (void)std::fflush(stdout);
     std::_Exit(STARTUP_FAILED);
