@@ -1,11 +1,12 @@
 #pragma once
 
-// Sending commands with hiredis, and ownership of its replies: a reply taken into RedisReply is
-// freed at the end of its scope.
+// Ownership of hiredis replies: a reply taken into RedisReply is freed at the end of its scope.
+//
+// Commands go through redisCommand and redisAppendCommand with the formats that the stored form and
+// the log name them by; writing the protocol by hand would save little and is left to hiredis.
 
 #include <hiredis/hiredis.h>
 
-#include <array>
 #include <memory>
 
 struct RedisReplyDeleter {
@@ -23,15 +24,6 @@ template <typename... Arguments>
 [[nodiscard]] RedisReply sendRedisCommand(redisContext* context, const char* format,
                                           Arguments... arguments) {
     return RedisReply(static_cast<redisReply*>(redisCommand(context, format, arguments...)));
-}
-
-// Appends one command, "%s" for each word, that goes out with the next exchange. The bytes are
-// those of redisAppendCommand, which reads the format anew for each of a resource's many commands;
-// that took two thirds of writing one. Words end at a NUL. False when there is no memory for it.
-template <std::size_t COUNT>
-[[nodiscard]] bool appendRedisCommand(redisContext* context, std::array<const char*, COUNT> words) {
-    return redisAppendCommandArgv(context, static_cast<int>(COUNT), words.data(), nullptr) ==
-           REDIS_OK;
 }
 
 // Takes the next pipelined or pushed reply. False when the connection has failed; the reply is null

@@ -3,8 +3,6 @@
 #include "store/resource_store.h"
 #include "store/store_log.h"
 
-#include <array>
-
 int getResourceType(redisContext* context, const std::string& key, ReadQueue& queue) {
     const RedisReply reply = sendRedisCommand(context, "TYPE %s", key.c_str());
     if (!reply) {
@@ -23,10 +21,8 @@ int getResourceType(redisContext* context, const std::string& key, ReadQueue& qu
 }
 
 void appendReadCommand(redisContext* context, const ReadEntry& entry) {
-    const char* key = entry.key.c_str();
-    (void)(entry.kind == KeyKind::HASH
-               ? appendRedisCommand(context, std::array{"HGETALL", key})
-               : appendRedisCommand(context, std::array{"LRANGE", key, "0", "-1"}));
+    const char* format = entry.kind == KeyKind::HASH ? "HGETALL %s" : "LRANGE %s 0 -1";
+    (void)redisAppendCommand(context, format, entry.key.c_str());
 }
 
 bool takeContent(redisContext* context, const ReadEntry& entry, RedisReply& content) {

@@ -5,7 +5,6 @@
 #include "store/store_log.h"
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 #include <unordered_set>
 
@@ -86,7 +85,7 @@ int removeResource(redisContext* context, const std::string& uri, bool recursive
         std::erase_if(keys, [&uri](const ReadEntry& entry) { return entry.key == uri; });
     }
     for (const ReadEntry& entry : keys) {
-        (void)appendRedisCommand(context, std::array{"UNLINK", entry.key.c_str()});
+        (void)redisAppendCommand(context, "UNLINK %s", entry.key.c_str());
     }
     return takeUnlinkReplies(context, keys);
 }

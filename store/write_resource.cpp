@@ -14,7 +14,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <vector>
 
 namespace {
@@ -35,12 +34,15 @@ using WriteStack = std::vector<WriteFrame>;
 
 int appendField(redisContext* context, const std::string& key, const std::string& field,
                 const std::string& text) {
-    const std::array words = {"HSET", key.c_str(), field.c_str(), text.c_str()};
-    return appendRedisCommand(context, words) ? 1 : 0;
+    return redisAppendCommand(context, "HSET %s %s %s", key.c_str(), field.c_str(), text.c_str()) ==
+                   REDIS_OK
+               ? 1
+               : 0;
 }
 
 int appendElement(redisContext* context, const std::string& key, const std::string& text) {
-    return appendRedisCommand(context, std::array{"RPUSH", key.c_str(), text.c_str()}) ? 1 : 0;
+    return redisAppendCommand(context, "RPUSH %s %s", key.c_str(), text.c_str()) == REDIS_OK ? 1
+                                                                                             : 0;
 }
 
 // May push onto the stack: the frame is not to be used afterwards.
