@@ -2,8 +2,11 @@
 
 #include "actions/generate_csr.h"
 #include "actions/replace_certificate.h"
-#include "core/constants.h"
 #include "core/logger.h"
+#include "core/protocol/fields.h"
+#include "core/protocol/message_ids.h"
+#include "core/protocol/redfish_names.h"
+#include "core/protocol/status_words.h"
 #include "requests/request_record.h"
 #include "requests/return_status.h"
 #include "store/resource_store.h"

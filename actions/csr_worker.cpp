@@ -4,6 +4,8 @@
 #include "actions/pending_csr.h"
 #include "actions/task_state.h"
 #include "core/logger.h"
+#include "core/protocol/keys.h"
+#include "core/protocol/messages.h"
 #include "core/redis_connection.h"
 #include "requests/return_status.h"
 
@@ -30,7 +32,7 @@ CSRResult callBackend(CSRRequest& request) {
 }
 
 void runTask(redisContext* context, PendingCSR& record) {
-    publishTaskRunning(context, record.taskUri);
+    publishTaskState(context, {record.taskUri, TASK_RUNNING});
     const CSRResult result = callBackend(record.request);
     if (result.code == SUCCESS) {
         completeCSRTask(context, record.taskUri, result.csr, record.collectionUri);
@@ -82,7 +84,7 @@ void* asyncCSRWorker(void* /*collectionLock*/) {
 void completeCSRTask(redisContext* context, const std::string& taskUri, const std::string& csr,
                      const std::string& collectionUri) {
     writeCSRResponse(context, taskResultKey(taskUri), csr, collectionUri);
-    publishTaskCompleted(context, taskUri);
+    publishTaskState(context, {taskUri, TASK_COMPLETED});
 }
 
 void failCSRTask(redisContext* context, const std::string& taskUri, std::int32_t code,
@@ -90,5 +92,5 @@ void failCSRTask(redisContext* context, const std::string& taskUri, std::int32_t
     (void)writeReturnStatus(context, taskResultKey(taskUri), nlohmann::json::object(),
                             errorStatus(code), errorMessageId(code, message), message.MessageArgs,
                             message.RelatedProperties, false);
-    publishTaskException(context, taskUri);
+    publishTaskState(context, {taskUri, TASK_EXCEPTION});
 }

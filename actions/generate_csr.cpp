@@ -3,8 +3,12 @@
 #include "actions/csr_response.h"
 #include "actions/pending_csr.h"
 #include "actions/task_state.h"
-#include "core/constants.h"
 #include "core/logger.h"
+#include "core/protocol/fields.h"
+#include "core/protocol/files.h"
+#include "core/protocol/message_ids.h"
+#include "core/protocol/redfish_names.h"
+#include "core/protocol/status_words.h"
 #include "core/redis_commands.h"
 #include "core/secret.h"
 #include "platform/data_decryption.h"
@@ -68,7 +72,7 @@ bool acceptsSigningRequests(redisContext* context, const std::string& statusKey,
     }
     // A blocked collection gets the same answer as a resource of another kind; clients know no
     // other.
-    if (isBlocked || type != '"' + CERTIFICATE_COLLECTION_ODATA_TYPE + '"') {
+    if (isBlocked || type != std::string("\"") + CERTIFICATE_COLLECTION_ODATA_TYPE + '"') {
         return refuseAction(context, statusKey,
                             {"generateCSR: the value of CertificateCollection doesn't point to a "
                              "CertificateCollection resource",
@@ -139,7 +143,7 @@ bool queueTask(redisContext* context, const std::string& statusKey, const std::s
                CSRRequest& request) {
     gLogger->debug("bIsAsyncAlg response processing\n");
     writePendingTaskStatus(context, statusKey, taskUri);
-    publishTaskPending(context, taskUri);
+    publishTaskState(context, {taskUri, TASK_PENDING});
     auto record = std::make_unique<PendingCSR>(PendingCSR{request, taskUri, request.collectionUri});
     wipeChallengePassword(request);
     pushPendingCSR(record.release());

@@ -1,8 +1,12 @@
 #include "actions/replace_certificate.h"
 
 #include "actions/certificate_type.h"
-#include "core/constants.h"
 #include "core/logger.h"
+#include "core/protocol/fields.h"
+#include "core/protocol/keys.h"
+#include "core/protocol/message_ids.h"
+#include "core/protocol/redfish_names.h"
+#include "core/protocol/status_words.h"
 #include "core/redis_commands.h"
 #include "core/settings.h"
 #include "platform/certificate_backend.h"

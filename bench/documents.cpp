@@ -1,6 +1,6 @@
 #include "bench/documents.h"
 
-#include "core/constants.h"
+#include "core/protocol/certificate_defaults.h"
 #include "tests/support/empty_backend/example_values.h"
 
 #include <nlohmann/json.hpp>

@@ -5,7 +5,7 @@
 #include "bench/exchange.h"
 #include "bench/function_cases.h"
 #include "bench/measurement.h"
-#include "core/channel_message.h"
+#include "core/protocol/messages.h"
 #include "store/markers.h"
 #include "store/value_text.h"
 #include "store/write_resource.h"

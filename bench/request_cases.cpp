@@ -1,7 +1,10 @@
 #include "bench/request_cases.h"
 
 #include "bench/timed_front_end.h"
-#include "core/constants.h"
+#include "core/protocol/fields.h"
+#include "core/protocol/redfish_names.h"
+#include "core/protocol/shared_records.h"
+#include "core/protocol/status_words.h"
 
 namespace {
 

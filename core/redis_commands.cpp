@@ -8,10 +8,6 @@
 
 namespace {
 
-bool isInteger(const RedisReply& reply) {
-    return reply && reply->type == REDIS_REPLY_INTEGER;
-}
-
 int isIntegerOne(const RedisReply& reply) {
     return isInteger(reply) && reply->integer == 1 ? 1 : 0;
 }

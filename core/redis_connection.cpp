@@ -169,9 +169,7 @@ int redisAuthentication(redisContext* context, const char* password) {
         return 1;
     }
     const RedisReply reply = sendRedisCommand(context, "%s %s", "AUTH", password);
-    const bool accepted =
-        reply && reply->type == REDIS_REPLY_STATUS && std::strcmp(reply->str, "OK") == 0;
-    return accepted ? 0 : 1;
+    return isStatusOk(reply) ? 0 : 1;
 }
 
 redisContext* redisConnectContext() {

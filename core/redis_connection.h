@@ -14,6 +14,8 @@
 
 #include <hiredis/hiredis.h>
 
+#include <memory>
+
 struct RedisConnectionInfo {
     int type;  // 1 = Unix-domain socket, 2 = TCP
     long port; // 0 for a Unix socket
@@ -46,3 +48,12 @@ redisContext* redisConnectContext();
 int redisDisconnectContext(redisContext* context);
 
 } // extern "C"
+
+struct RedisConnectionEnd {
+    void operator()(redisContext* context) const {
+        (void)redisDisconnectContext(context);
+    }
+};
+
+// Owns a connection and closes it at the end of the scope. Null when there is none.
+using RedisConnection = std::unique_ptr<redisContext, RedisConnectionEnd>;

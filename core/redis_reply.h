@@ -1,13 +1,14 @@
 #pragma once
 
-// Ownership of hiredis replies: a reply taken into RedisReply is freed at the end of its scope.
+// Commands to Redis and the replies to them, which are freed at the end of their scope.
 //
-// Commands go through redisCommand and redisAppendCommand with the formats that the stored form and
-// the log name them by; writing the protocol by hand would save little and is left to hiredis.
+// Formats are hiredis's: every %s is one whole word of the command, blanks included, up to its
+// first NUL; every %d is an int. The compiler checks the arguments against them.
 
 #include <hiredis/hiredis.h>
 
 #include <memory>
+#include <string_view>
 
 struct RedisReplyDeleter {
     void operator()(void* reply) const {
@@ -18,19 +19,23 @@ struct RedisReplyDeleter {
 // Null when the server gave no reply, which is not the same as an empty one.
 using RedisReply = std::unique_ptr<redisReply, RedisReplyDeleter>;
 
-// Sends one command, blocking, and takes its reply. The format is hiredis's: every %s is one whole
-// argument, blanks included.
-template <typename... Arguments>
-[[nodiscard]] RedisReply sendRedisCommand(redisContext* context, const char* format,
-                                          Arguments... arguments) {
-    return RedisReply(static_cast<redisReply*>(redisCommand(context, format, arguments...)));
-}
+// Sends one command, blocking, and takes its reply.
+[[nodiscard]] RedisReply sendRedisCommand(redisContext* context, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));
+
+// Appends one command to the pipeline. False when there was no memory for it: no reply will come.
+[[nodiscard]] bool appendRedisCommand(redisContext* context, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));
 
 // Takes the next pipelined or pushed reply. False when the connection has failed; the reply is null
 // then.
-[[nodiscard]] inline bool takeRedisReply(redisContext* context, RedisReply& reply) {
-    void* taken = nullptr;
-    const bool succeeded = redisGetReply(context, &taken) == REDIS_OK;
-    reply.reset(static_cast<redisReply*>(taken));
-    return succeeded;
-}
+[[nodiscard]] bool takeRedisReply(redisContext* context, RedisReply& reply);
+
+// The text of a reply or of an element of one, which it lives as long as; empty when it carries
+// none.
+[[nodiscard]] std::string_view replyText(const redisReply& reply);
+
+[[nodiscard]] bool isInteger(const RedisReply& reply);
+
+// True for the status "OK".
+[[nodiscard]] bool isStatusOk(const RedisReply& reply);

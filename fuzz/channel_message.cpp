@@ -1,8 +1,7 @@
 // Channel messages. Properties: the request key holds no blank, and with one blank and the status
 // key behind it makes the message again; a message without a blank is both keys.
 
-#include "core/channel_message.h"
-
+#include "core/protocol/messages.h"
 #include "fuzz/input.h"
 #include "fuzz/property.h"
 

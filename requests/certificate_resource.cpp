@@ -1,7 +1,9 @@
 #include "requests/certificate_resource.h"
 
-#include "core/constants.h"
 #include "core/logger.h"
+#include "core/protocol/certificate_defaults.h"
+#include "core/protocol/keys.h"
+#include "core/protocol/redfish_names.h"
 #include "core/redis_commands.h"
 #include "requests/identifiers.h"
 #include "store/resource_store.h"
@@ -23,17 +25,12 @@ nlohmann::json identifierObject(const std::unordered_map<std::string, std::strin
     return object;
 }
 
-std::string referenceEntry(const std::string& uri) {
-    return OBJECT_REF_MARKER + " " + uri;
-}
-
 } // namespace
 
 bool isSupportedCertificateType(redisContext* context, const std::string& collectionUri,
                                 const std::string& certificateType) {
     std::vector<std::string> supported;
-    (void)redisLRange(context, MARKER_PREFIX + collectionUri + "/@Redfish.SupportedCertificates",
-                      supported);
+    (void)redisLRange(context, supportedTypesKey(collectionUri), supported);
     const std::string jsonText = '"' + certificateType + '"';
     return std::find(supported.begin(), supported.end(), jsonText) != supported.end();
 }
@@ -61,8 +58,7 @@ bool createCertificateResource(redisContext* context, nlohmann::json& body,
 bool addCollectionMember(redisContext* context, const std::string& newUri,
                          const std::string& collectionUri) {
     int count = 0;
-    if (redisLPush(context, MARKER_PREFIX + collectionUri + "/Members", referenceEntry(newUri),
-                   count) == 0) {
+    if (redisLPush(context, memberListKey(collectionUri), referenceEntry(newUri), count) == 0) {
         return false;
     }
     const nlohmann::json change = {{MEMBERS_ODATA_COUNT, count}, {ODATA_ETAG, generateEtag()}};

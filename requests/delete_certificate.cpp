@@ -1,7 +1,9 @@
 #include "requests/delete_certificate.h"
 
-#include "core/constants.h"
 #include "core/logger.h"
+#include "core/protocol/fields.h"
+#include "core/protocol/keys.h"
+#include "core/protocol/status_words.h"
 #include "platform/certificate_backend.h"
 #include "requests/collection_lock.h"
 #include "requests/event_group.h"

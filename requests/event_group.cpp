@@ -1,7 +1,8 @@
 #include "requests/event_group.h"
 
-#include "core/constants.h"
 #include "core/logger.h"
+#include "core/protocol/redfish_names.h"
+#include "core/protocol/shared_records.h"
 #include "core/redis_commands.h"
 
 #include <atomic>
@@ -9,10 +10,6 @@
 #include <stdexcept>
 
 namespace {
-
-const std::string EVENT_SERVICE_URI = "/redfish/v1/EventService";
-const std::string EVENT_GROUP_COUNTER_FIELD = "&&EVENT_GROUP_ID_COUNTER";
-const std::string MAX_EVENT_GROUP_ID_FIELD = "MAX_EVENT_GROUP_ID";
 
 // Stands both for "not read yet" and for the maximum when the setting is unusable.
 constexpr std::int32_t UNSET_MAXIMUM = std::numeric_limits<std::int32_t>::max();
@@ -44,7 +41,8 @@ void setCounter(redisContext* context, const std::string& value, Logger* logger)
 std::int32_t advanceCounter(redisContext* context, Logger* logger) {
     int counter = 0;
     if (redisHIncrBy(context, EVENT_SERVICE_URI, EVENT_GROUP_COUNTER_FIELD, 1, counter) == 0) {
-        logDebugText(logger, "Failed to increase the counter " + EVENT_GROUP_COUNTER_FIELD);
+        logDebugText(logger,
+                     std::string("Failed to increase the counter ") + EVENT_GROUP_COUNTER_FIELD);
         counter = 1;
         setCounter(context, std::to_string(counter), logger);
     }
@@ -58,7 +56,7 @@ std::uint32_t getMaxEventGroupId(redisContext* context, Logger* logger) {
     if (known != UNSET_MAXIMUM) {
         return static_cast<std::uint32_t>(known);
     }
-    const std::string text = redisHGet(context, WEB_DEFAULT_VALUE, MAX_EVENT_GROUP_ID_FIELD);
+    const std::string text = redisHGet(context, WEB_DEFAULT_VALUE, MAX_EVENT_GROUP_ID);
     if (text.find('.') != std::string::npos) {
         return UNSET_MAXIMUM;
     }

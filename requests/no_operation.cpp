@@ -1,6 +1,9 @@
 #include "requests/no_operation.h"
 
-#include "core/constants.h"
+#include "core/protocol/fields.h"
+#include "core/protocol/keys.h"
+#include "core/protocol/message_ids.h"
+#include "core/protocol/status_words.h"
 #include "core/redis_commands.h"
 
 namespace {
@@ -30,7 +33,7 @@ const std::string BODY_END = R"(",
 
 void writeNoOperationResponse(redisContext* context, const std::string& statusKey,
                               const std::string& messageId) {
-    const std::string responseKey = statusKey + "/ResponseData";
+    const std::string responseKey = responseDataKey(statusKey);
     const std::string body = BODY_START + MESSAGE_ODATA_TYPE + BODY_AFTER_TYPE + messageId +
                              BODY_AFTER_MESSAGE_ID + messageId + BODY_END;
     (void)redisHSet(context, statusKey, RETURN_STATUS_FIELD, STATUS_OK_RES);

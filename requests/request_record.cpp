@@ -5,7 +5,3 @@
 std::string stringMember(nlohmann::json& record, const std::string& name) {
     return record[name].get<std::string>();
 }
-
-std::string parentUri(const std::string& uri) {
-    return uri.substr(0, uri.find_last_of('/'));
-}

@@ -9,6 +9,3 @@
 // The string member of a record or request body. Throws nlohmann::json::type_error when it is
 // missing or no string; the listeners let it end the daemon.
 [[nodiscard]] std::string stringMember(nlohmann::json& record, const std::string& name);
-
-// The URI up to, not including, its last "/"; the whole URI when it has none.
-[[nodiscard]] std::string parentUri(const std::string& uri);

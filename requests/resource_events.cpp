@@ -1,22 +1,21 @@
 #include "requests/resource_events.h"
 
-#include "core/constants.h"
 #include "core/logger.h"
+#include "core/protocol/fields.h"
+#include "core/protocol/redfish_names.h"
+#include "core/protocol/shared_records.h"
+#include "core/protocol/status_words.h"
 #include "core/redis_commands.h"
 #include "core/redis_reply.h"
-#include "platform/configuration.h"
+#include "core/settings.h"
 #include "requests/event_group.h"
 #include "requests/return_status.h"
-#include "store/read_passes.h"
 
 #include <atomic>
 
 namespace {
 
-const std::string SCRIPT_DIGESTS_KEY = "redisSHAScripts";
-const std::string RESOURCE_CHANGE_FIELD = "resourceChange";
-const std::string EVENT_GROUP_ID_WORD = "EventGroupId";
-constexpr int CONFIG_VALUE_SIZE = 128;
+constexpr const char* EVENT_GROUP_ID_WORD = "EventGroupId";
 
 // Points at one of the texts below. Threads that raise their first events at the same time may both
 // read the configuration; they store the same value.
@@ -26,8 +25,7 @@ constexpr const char* EVENTS_OFF = "false";
 std::atomic<const char*> gGenerateResourceEvent = NOT_INIT;
 
 const char* readEventSetting() {
-    const bool off =
-        getConfigValue(CONFIG_FILE, "GenerateResourceEvent", CONFIG_VALUE_SIZE) == EVENTS_OFF;
+    const bool off = readSetting("GenerateResourceEvent") == EVENTS_OFF;
     const char* setting = off ? EVENTS_OFF : EVENTS_ON;
     gGenerateResourceEvent.store(setting, std::memory_order_relaxed);
     gLogger->debug(
@@ -120,7 +118,7 @@ int runResourceChangeScript(redisContext* context, const std::vector<std::string
     }
     // The whole text is the command format: hiredis parts it at blanks.
     const std::string format = escapeFormat(scriptCommand(digest, arguments));
-    const RedisReply reply = sendRedisCommand(context, format.c_str());
+    const RedisReply reply(static_cast<redisReply*>(redisCommand(context, format.c_str())));
     return reply ? readScriptReply(*reply, logger) : 0;
 }
 

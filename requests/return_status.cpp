@@ -1,7 +1,11 @@
 #include "requests/return_status.h"
 
-#include "core/constants.h"
 #include "core/logger.h"
+#include "core/protocol/fields.h"
+#include "core/protocol/keys.h"
+#include "core/protocol/message_ids.h"
+#include "core/protocol/shared_records.h"
+#include "core/protocol/status_words.h"
 #include "core/redis_commands.h"
 #include "store/resource_store.h"
 
@@ -17,20 +21,6 @@ constexpr int DEFAULT_LIFETIME = 6; // seconds
 constexpr std::int64_t MILLISECONDS_PER_SECOND = 1000;
 constexpr std::int32_t BAD_REQUEST = 400;
 constexpr const char* SECONDS_TO_WAIT = "1";
-
-struct ExtendedInfoKeys {
-    std::string info;
-    std::string element;
-    std::string arguments;
-    std::string related;
-};
-
-ExtendedInfoKeys extendedInfoKeys(const std::string& statusKey) {
-    // Without a "/" find_last_of gives npos, and npos + 1 keeps nothing of the key.
-    const std::string info = statusKey.substr(0, statusKey.find_last_of('/') + 1) + "ExtendedInfo";
-    const std::string element = info + "/1";
-    return {info, element, element + "/MessageArgs", element + "/RelatedProperties"};
-}
 
 // Seconds that the extended information lives: a little longer than the front end waits.
 int readLifetime(redisContext* context) {
@@ -142,11 +132,11 @@ void writeErrorReturnStatus(redisContext* context, const std::string& statusKey,
                             true);
 }
 
-const std::string& errorStatus(std::int32_t code) {
+const char* errorStatus(std::int32_t code) {
     return code == BAD_REQUEST ? STATUS_FAILURE : STATUS_EXCEPTION;
 }
 
-const std::string& errorMessageId(std::int32_t code, const MessageInfo& info) {
+std::string errorMessageId(std::int32_t code, const MessageInfo& info) {
     if (!info.MessageId.empty()) {
         return info.MessageId;
     }

@@ -52,10 +52,10 @@ void writeErrorReturnStatus(redisContext* context, const std::string& statusKey,
                             const MessageInfo& info);
 
 // The status word of a failed backend result: "FAILURE" for 400, "EXCEPTION" for any other code.
-[[nodiscard]] const std::string& errorStatus(std::int32_t code);
+[[nodiscard]] const char* errorStatus(std::int32_t code);
 
 // The message identifier of a failed backend result: the backend's own, or a general one.
-[[nodiscard]] const std::string& errorMessageId(std::int32_t code, const MessageInfo& info);
+[[nodiscard]] std::string errorMessageId(std::int32_t code, const MessageInfo& info);
 
 // Tells the front end that the record is there.
 void publishReply(redisContext* context, const std::string& returnChannel,

@@ -1,5 +1,6 @@
 #include "store/array_elements.h"
 
+#include "core/protocol/keys.h"
 #include "core/redis_reply.h"
 #include "store/remove_resource.h"
 #include "store/resource_encoding.h"
@@ -7,12 +8,11 @@
 #include "store/store_log.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace {
 
 bool removedNothing(const RedisReply& reply) {
-    return reply->type == REDIS_REPLY_INTEGER && reply->integer == 0;
+    return isInteger(reply) && reply->integer == 0;
 }
 
 bool hasKey(const ReadQueue& keys, const std::string& key) {
@@ -27,7 +27,7 @@ int trimToNothing(redisContext* context, const std::string& key, long long lengt
         logStoreError("The redis LTRIM command failed with NULL result.");
         return STORE_MISSING;
     }
-    if (reply->type != REDIS_REPLY_STATUS || std::strcmp(reply->str, "OK") != 0) {
+    if (!isStatusOk(reply)) {
         logStoreError("Clears array elements failed.");
         return STORE_NOT_CLEARED;
     }

@@ -1,5 +1,7 @@
 #include "store/markers.h"
 
+#include "core/protocol/fields.h"
+
 #include <array>
 
 namespace {
@@ -35,7 +37,7 @@ MarkerKind markerKind(std::string_view keyword) {
     if (keyword == ARRAY_MARKER) {
         return MarkerKind::ARRAY;
     }
-    return keyword == REFERENCE_MARKER ? MarkerKind::REFERENCE : MarkerKind::NONE;
+    return keyword == OBJECT_REF_MARKER ? MarkerKind::REFERENCE : MarkerKind::NONE;
 }
 
 // keyword( +[^ ]+){tokens}
@@ -55,7 +57,7 @@ bool startsWithTokens(std::string_view text, std::string_view keyword, int token
 } // namespace
 
 bool hasMarkerPrefix(std::string_view text) {
-    return text.starts_with("&&");
+    return text.starts_with(MARKER_PREFIX);
 }
 
 Marker parseHashMarker(std::string_view field) {
@@ -75,11 +77,11 @@ Marker parseListMarker(std::string_view entry) {
 }
 
 bool isHashReference(std::string_view marker) {
-    return startsWithTokens(marker, REFERENCE_MARKER, 2);
+    return startsWithTokens(marker, OBJECT_REF_MARKER, 2);
 }
 
 bool isListReference(std::string_view marker) {
-    return startsWithTokens(marker, REFERENCE_MARKER, 1);
+    return startsWithTokens(marker, OBJECT_REF_MARKER, 1);
 }
 
 std::string nestedKeyOf(std::string_view listEntry) {

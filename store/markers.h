@@ -11,10 +11,6 @@
 #include <string>
 #include <string_view>
 
-inline constexpr std::string_view OBJECT_MARKER = "&&Object";
-inline constexpr std::string_view ARRAY_MARKER = "&&Array";
-inline constexpr std::string_view REFERENCE_MARKER = "&&ObjectRef";
-
 enum class MarkerKind { NONE, OBJECT, ARRAY, REFERENCE };
 
 // The views point into the text that was split.

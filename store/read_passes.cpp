@@ -36,7 +36,3 @@ bool takeContent(redisContext* context, const ReadEntry& entry, RedisReply& cont
     }
     return true;
 }
-
-std::string_view replyText(const redisReply& reply) {
-    return reply.str == nullptr ? std::string_view() : std::string_view(reply.str, reply.len);
-}

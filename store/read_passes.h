@@ -42,9 +42,6 @@ void appendReadCommand(redisContext* context, const ReadEntry& entry);
 // Takes the content of the entry. False, told on standard error, when there is no reply.
 [[nodiscard]] bool takeContent(redisContext* context, const ReadEntry& entry, RedisReply& content);
 
-// The text of a reply or of an element of one; empty when it carries none.
-[[nodiscard]] std::string_view replyText(const redisReply& reply);
-
 // Reads everything queued, and what the handler queues meanwhile. The handler is called as
 // int handler(const ReadEntry&, const redisReply&); a result other than STORE_OK ends the walk,
 // after the replies still outstanding have been taken, so that the connection stays usable.

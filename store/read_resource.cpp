@@ -5,7 +5,7 @@
 // depth. A place stays valid until its key is read: containers of one level only grow while the
 // level above is being read.
 
-#include "core/constants.h"
+#include "core/protocol/redfish_names.h"
 #include "store/markers.h"
 #include "store/read_passes.h"
 #include "store/resource_store.h"

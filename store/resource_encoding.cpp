@@ -1,6 +1,8 @@
 #include "store/resource_encoding.h"
 
-#include "core/constants.h"
+#include "core/protocol/fields.h"
+#include "core/protocol/keys.h"
+#include "core/protocol/redfish_names.h"
 #include "store/markers.h"
 #include "store/sequence_id.h"
 #include "store/value_text.h"
@@ -41,19 +43,12 @@ std::string makeMarker(MarkerMode mode, const nlohmann::json& value, std::string
                        const std::string& memberName) {
     addMarkerPrefix(nestedKey);
     const std::string* uri = referencedUri(value);
-    std::string marker(uri != nullptr     ? REFERENCE_MARKER
-                       : value.is_array() ? ARRAY_MARKER
-                                          : OBJECT_MARKER);
+    const char* keyword = value.is_array() ? ARRAY_MARKER : OBJECT_MARKER;
+    std::string marker = uri != nullptr ? OBJECT_REF_MARKER : keyword;
     if (mode == MarkerMode::OBJECT_MEMBER) {
         marker += " " + memberName;
     }
     return marker + " " + (uri != nullptr ? *uri : nestedKey);
-}
-
-void addMarkerPrefix(std::string& key) {
-    if (!hasMarkerPrefix(key)) {
-        key.insert(0, MARKER_PREFIX);
-    }
 }
 
 std::string elementText(const nlohmann::json& value, std::string valueText) {

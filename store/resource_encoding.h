@@ -49,8 +49,5 @@ enum class MarkerMode { OBJECT_MEMBER = 0, ARRAY_ELEMENT = 1 };
 [[nodiscard]] std::string makeMarker(MarkerMode mode, const nlohmann::json& value,
                                      std::string& nestedKey, const std::string& memberName);
 
-// Puts "&&" in front of the key when it is missing.
-void addMarkerPrefix(std::string& key);
-
 // What is pushed for a scalar element, given the entry's value text.
 [[nodiscard]] std::string elementText(const nlohmann::json& value, std::string valueText);

@@ -2,7 +2,6 @@
 
 #include "core/redis_reply.h"
 
-#include <cstring>
 #include <limits>
 
 const std::string ARRAY_SEQUENCE_ID_KEY = "Array-Member-Sequence-ID";
@@ -13,16 +12,15 @@ constexpr std::int64_t FIRST_ID = 1;
 constexpr std::int64_t LARGEST_ID = std::numeric_limits<std::int64_t>::max();
 
 bool setCounter(redisContext* context, const std::string& value) {
-    const RedisReply reply =
-        sendRedisCommand(context, "SET %s %s", ARRAY_SEQUENCE_ID_KEY.c_str(), value.c_str());
-    return reply && reply->type == REDIS_REPLY_STATUS && std::strcmp(reply->str, "OK") == 0;
+    return isStatusOk(
+        sendRedisCommand(context, "SET %s %s", ARRAY_SEQUENCE_ID_KEY.c_str(), value.c_str()));
 }
 
 } // namespace
 
 std::int64_t nextArraySequenceId(redisContext* context) {
     const RedisReply reply = sendRedisCommand(context, "INCR %s", ARRAY_SEQUENCE_ID_KEY.c_str());
-    if (reply && reply->type == REDIS_REPLY_INTEGER) {
+    if (isInteger(reply)) {
         return reply->integer;
     }
     return setCounter(context, std::to_string(FIRST_ID)) ? FIRST_ID : NO_SEQUENCE_ID;

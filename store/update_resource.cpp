@@ -1,5 +1,6 @@
 #include "store/update_resource.h"
 
+#include "core/protocol/keys.h"
 #include "store/resource_encoding.h"
 #include "store/resource_store.h"
 #include "store/sequence_id.h"

@@ -1,7 +1,7 @@
 // Recognising certificate resources, against the pattern that says what a certificate is.
 
 #include "actions/certificate_type.h"
-#include "core/constants.h"
+#include "core/protocol/redfish_names.h"
 
 #include <gtest/gtest.h>
 

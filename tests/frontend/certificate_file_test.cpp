@@ -1,7 +1,7 @@
 // Certificate files and what is no certificate.
 
-#include "frontend/certificate_file.h"
-#include "frontend/front_end_error.h"
+#include "frontend/ctl/certificate_file.h"
+#include "frontend/exchange/front_end_error.h"
 #include "tests/support/certificates.h"
 #include "tests/support/temp_files.h"
 

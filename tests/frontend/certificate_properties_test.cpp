@@ -1,6 +1,6 @@
 // Properties taken from a certificate's text.
 
-#include "frontend/certificate_properties.h"
+#include "frontend/records/certificate_properties.h"
 #include "tests/support/certificates.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // The challenge password and its key file.
 
-#include "frontend/front_end_error.h"
-#include "frontend/password_key.h"
+#include "frontend/exchange/front_end_error.h"
+#include "frontend/exchange/password_key.h"
 #include "platform/data_decryption.h"
 #include "tests/support/output_capture.h"
 #include "tests/support/temp_files.h"

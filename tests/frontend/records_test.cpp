@@ -1,9 +1,9 @@
 // What a front end keeps: seeded, added to, tidied after a deletion and a replacement.
 
-#include "frontend/certificate_records.h"
-#include "frontend/event_script.h"
-#include "frontend/seed_records.h"
-#include "frontend/stored_tree.h"
+#include "frontend/exchange/stored_tree.h"
+#include "frontend/records/certificate_records.h"
+#include "frontend/records/event_script.h"
+#include "frontend/records/seed_records.h"
 #include "tests/support/certificates.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"

@@ -1,6 +1,6 @@
 // Messages in words.
 
-#include "frontend/redfish_messages.h"
+#include "frontend/exchange/redfish_messages.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,7 @@
 // Texts between JSON and the stored form.
 
-#include "frontend/event_script.h"
-#include "frontend/stored_text.h"
-#include "frontend/task_state.h"
+#include "frontend/exchange/stored_text.h"
+#include "frontend/records/event_script.h"
 #include "store/value_text.h"
 
 #include <gtest/gtest.h>
@@ -74,27 +73,6 @@ TEST(PrintableText, HoldsNoControlCharacters) {
 TEST(ValidUtf8, IsToldFromOtherBytes) {
     EXPECT_TRUE(isValidUtf8("Grüße"));
     EXPECT_FALSE(isValidUtf8("Gr\xfc\xdf"));
-}
-
-TEST(TaskMessage, HasFourOrFiveWords) {
-    const auto running = parseTaskMessage("/tasks/1 Running null null");
-    ASSERT_TRUE(running.has_value());
-    EXPECT_EQ(running->taskUri, "/tasks/1");
-    EXPECT_EQ(running->state, "Running");
-    const auto failed = parseTaskMessage("/tasks/2 Exception null null &&/tasks/2/ExtendedInfo");
-    ASSERT_TRUE(failed.has_value());
-    EXPECT_EQ(failed->state, "Exception");
-    for (const char* text : {"", "/tasks/1", "/tasks/1 Running", "/tasks/1 Running null"}) {
-        EXPECT_FALSE(parseTaskMessage(text).has_value()) << text;
-    }
-}
-
-TEST(TaskState, EndsWithCompletedAndException) {
-    EXPECT_TRUE(isFinalState("Completed"));
-    EXPECT_TRUE(isFinalState("Exception"));
-    EXPECT_FALSE(isFinalState("Pending"));
-    EXPECT_FALSE(isFinalState("Running"));
-    EXPECT_FALSE(isFinalState(""));
 }
 
 TEST(ResourceEvent, IsAnObjectWithOperationAndUri) {

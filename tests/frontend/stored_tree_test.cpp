@@ -1,7 +1,7 @@
 // Reading resources for showing.
 
-#include "frontend/front_end_error.h"
-#include "frontend/stored_tree.h"
+#include "frontend/exchange/front_end_error.h"
+#include "frontend/exchange/stored_tree.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/request.h"

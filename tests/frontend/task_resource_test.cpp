@@ -1,7 +1,7 @@
 // Task resources.
 
-#include "frontend/stored_tree.h"
-#include "frontend/task_resource.h"
+#include "frontend/exchange/stored_tree.h"
+#include "frontend/records/task_resource.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/request.h"

@@ -1,0 +1,102 @@
+#include "frontend/ctl/certificate_file.h"
+
+#include "frontend/exchange/front_end_error.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string_view>
+
+namespace {
+
+constexpr std::size_t MAX_FILE_SIZE = std::size_t{1024} * 1024;
+constexpr std::string_view CERTIFICATE_BEGIN = "-----BEGIN CERTIFICATE-----";
+constexpr std::string_view PKCS7_BEGIN = "-----BEGIN PKCS7-----";
+
+struct FileEnd {
+    void operator()(std::FILE* file) const {
+        if (file != stdin && file != stdout) {
+            (void)std::fclose(file);
+        }
+    }
+};
+using File = std::unique_ptr<std::FILE, FileEnd>;
+
+FrontEndError fileError(const std::string& path, const std::string& what) {
+    return {EXIT_LOCAL_FILE, (path == "-" ? std::string("standard input") : path) + ": " + what};
+}
+
+bool contains(const std::string& text, std::string_view part) {
+    return text.find(part) != std::string::npos;
+}
+
+FrontEndError notACertificate(const std::string& path, const std::string& text) {
+    FrontEndError error = fileError(path, "is not a certificate text.");
+    error.hint = "A certificate text holds a line " + std::string(CERTIFICATE_BEGIN) + " or " +
+                 std::string(PKCS7_BEGIN) + ".";
+    if (contains(text, "-----BEGIN CERTIFICATE REQUEST-----")) {
+        error.hint = "This is a signing request. A certificate authority makes the certificate "
+                     "from it, for example `openssl x509 -req`.";
+    } else if (contains(text, "PRIVATE KEY-----")) {
+        error.hint = "There is a private key in it, but no certificate.";
+    } else if (!text.empty() && text.front() == '\x30') {
+        error.hint = "It looks like a binary (DER) certificate; "
+                     "`openssl x509 -inform der -in FILE` turns it into text.";
+    }
+    return error;
+}
+
+} // namespace
+
+std::string readTextFile(const std::string& path) {
+    if (path != "-" && std::filesystem::is_directory(path)) {
+        throw fileError(path, "is a folder.");
+    }
+    const File file(path == "-" ? stdin : std::fopen(path.c_str(), "rbe"));
+    if (!file) {
+        throw fileError(path, std::strerror(errno));
+    }
+    std::string text;
+    std::array<char, 4096> part{};
+    std::size_t length = 0;
+    while ((length = std::fread(part.data(), 1, part.size(), file.get())) > 0) {
+        text.append(part.data(), length);
+        if (text.size() > MAX_FILE_SIZE) {
+            throw fileError(path, "is longer than 1 MiB.");
+        }
+    }
+    if (std::ferror(file.get()) != 0) {
+        throw fileError(path, std::strerror(errno));
+    }
+    return text;
+}
+
+std::string readCertificateFile(const std::string& path) {
+    std::string text = readTextFile(path);
+    const bool isText = text.find('\0') == std::string::npos;
+    if (!isText || (!contains(text, CERTIFICATE_BEGIN) && !contains(text, PKCS7_BEGIN))) {
+        throw notACertificate(path, text);
+    }
+    return text;
+}
+
+void writeTextFile(const std::string& path, const std::string& text) {
+    const File file(path == "-" ? stdout : std::fopen(path.c_str(), "wbe"));
+    if (!file || std::fwrite(text.data(), 1, text.size(), file.get()) != text.size() ||
+        std::fflush(file.get()) != 0) {
+        throw fileError(path == "-" ? "standard output" : path, std::strerror(errno));
+    }
+}
+
+std::string guessCertificateType(const std::string& text) {
+    if (contains(text, PKCS7_BEGIN)) {
+        return "PKCS7";
+    }
+    const std::size_t first = text.find(CERTIFICATE_BEGIN);
+    const bool isChain =
+        first != std::string::npos && text.find(CERTIFICATE_BEGIN, first + 1) != std::string::npos;
+    return isChain ? "PEMchain" : "PEM";
+}

@@ -1,0 +1,148 @@
+#include "frontend/ctl/output.h"
+
+#include "core/protocol/redfish_names.h"
+#include "core/protocol/status_words.h"
+#include "frontend/exchange/front_end_error.h"
+#include "frontend/exchange/redfish_messages.h"
+#include "frontend/exchange/service_answer.h"
+#include "frontend/exchange/stored_text.h"
+
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+using nlohmann::json;
+
+const char* colourCode(Colour colour) {
+    switch (colour) {
+    case Colour::GOOD:
+        return "\033[32m";
+    case Colour::BAD:
+        return "\033[31m";
+    case Colour::SOFT:
+        return "\033[2m";
+    case Colour::NONE:
+        break;
+    }
+    return "";
+}
+
+void print(std::FILE* file, const std::string& line, Colour colour) {
+    const bool coloured =
+        colour != Colour::NONE && isatty(fileno(file)) == 1 && std::getenv("NO_COLOR") == nullptr;
+    (void)std::fprintf(file, "%s%s%s\n", coloured ? colourCode(colour) : "",
+                       printableText(line).c_str(), coloured ? "\033[0m" : "");
+    (void)std::fflush(file);
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+    std::string line;
+    for (const std::string& text : texts) {
+        line += (line.empty() ? "" : ", ") + text;
+    }
+    return line;
+}
+
+std::string memberText(const json& document, const std::string& name) {
+    const auto found = document.find(name);
+    return found != document.end() && found->is_string() ? found->get<std::string>()
+                                                         : std::string();
+}
+
+std::string nameText(const json& certificate, const std::string& name) {
+    const auto found = certificate.find(name);
+    if (found == certificate.end() || !found->is_object()) {
+        return {};
+    }
+    const std::string shown = memberText(*found, "DisplayString");
+    return shown.empty() ? memberText(*found, "CommonName") : shown;
+}
+
+} // namespace
+
+void printLine(const std::string& line, Colour colour) {
+    print(stdout, line, colour);
+}
+
+void printNote(const std::string& line, Colour colour) {
+    print(stderr, line, colour);
+}
+
+void printField(const std::string& name, const std::string& text) {
+    constexpr std::size_t WIDTH = 12;
+    std::string line = "  " + name;
+    line.append(name.size() < WIDTH ? WIDTH - name.size() : 1, ' ');
+    printLine(line + text);
+}
+
+void printJson(const nlohmann::json& document, bool compact) {
+    const std::string text =
+        document.dump(compact ? -1 : 2, ' ', false, nlohmann::json::error_handler_t::replace);
+    (void)std::fprintf(stdout, "%s\n", text.c_str());
+    (void)std::fflush(stdout);
+}
+
+int reportRefusal(const ServiceAnswer& answer, bool json) {
+    const std::string text = describeMessage(answer.messageId, answer.messageArgs);
+    printNote((answer.status == STATUS_FAILURE ? "Refused: " : "Failed: ") + text, Colour::BAD);
+    printNote("  status      " + answer.status, Colour::SOFT);
+    if (!answer.messageId.empty()) {
+        printNote("  message     " + answer.messageId, Colour::SOFT);
+    }
+    if (!answer.relatedProperties.empty()) {
+        printNote("  concerns    " + joined(answer.relatedProperties), Colour::SOFT);
+    }
+    if (json) {
+        printJson({{"status", answer.status},
+                   {"messageId", answer.messageId},
+                   {"messageArgs", answer.messageArgs},
+                   {"relatedProperties", answer.relatedProperties},
+                   {"text", text}});
+    }
+    return EXIT_REFUSED;
+}
+
+int reportError(const FrontEndError& error, bool json) {
+    printNote(std::string("certificatectl: ") + error.what(), Colour::BAD);
+    if (!error.hint.empty()) {
+        printNote("  " + error.hint, Colour::SOFT);
+    }
+    if (json) {
+        printJson({{"error", error.what()}, {"hint", error.hint}, {"exitCode", error.exitCode}});
+    }
+    return error.exitCode;
+}
+
+void printCertificate(const nlohmann::json& certificate) {
+    if (!certificate.is_object()) {
+        return;
+    }
+    printField("subject", nameText(certificate, SUBJECT));
+    printField("issuer", nameText(certificate, ISSUER));
+    printField("valid", memberText(certificate, VALID_NOT_BEFORE) + " to " +
+                            memberText(certificate, VALID_NOT_AFTER));
+    const auto usage = certificate.find(KEY_USAGE);
+    if (usage != certificate.end() && usage->is_array()) {
+        std::vector<std::string> names;
+        for (const json& name : *usage) {
+            names.push_back(name.is_string() ? name.get<std::string>() : name.dump());
+        }
+        printField("key usage", names.empty() ? "(not restricted)" : joined(names));
+    }
+    printField("type", memberText(certificate, CERTIFICATE_TYPE));
+}
+
+std::string durationText(double seconds) {
+    std::array<char, 32> text{};
+    if (seconds < 1.0) {
+        (void)std::snprintf(text.data(), text.size(), "%.0f ms", seconds * 1000.0);
+    } else {
+        (void)std::snprintf(text.data(), text.size(), "%.1f s", seconds);
+    }
+    return text.data();
+}

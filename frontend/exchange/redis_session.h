@@ -1,0 +1,29 @@
+#pragma once
+
+// The front end's connections to Redis, found and opened as the daemon does it. Functions that talk
+// to Redis throw FrontEndError with EXIT_NO_REDIS when it cannot be reached or refuses a command.
+
+#include "core/redis_connection.h"
+#include "core/redis_reply.h"
+
+#include <string>
+#include <vector>
+
+// A connected, authenticated and answering session.
+[[nodiscard]] RedisConnection openRedisSession();
+
+// Sends one command; each word is one argument and may hold any bytes. The reply is neither null
+// nor an error.
+RedisReply runCommand(redisContext* context, const std::vector<std::string>& words);
+
+// The same, for a reply that is an integer or a text; 0 or "" for a reply of another kind.
+long long runIntegerCommand(redisContext* context, const std::vector<std::string>& words);
+[[nodiscard]] std::string runTextCommand(redisContext* context,
+                                         const std::vector<std::string>& words);
+
+// For an array of texts. Empty for a reply of another kind.
+[[nodiscard]] std::vector<std::string> runListCommand(redisContext* context,
+                                                      const std::vector<std::string>& words);
+
+// The bytes of a text reply; empty for any other.
+[[nodiscard]] std::string replyBytes(const redisReply& reply);

@@ -1,0 +1,140 @@
+#include "frontend/records/task_resource.h"
+
+#include "core/protocol/fields.h"
+#include "core/protocol/keys.h"
+#include "core/protocol/messages.h"
+#include "core/protocol/redfish_names.h"
+#include "frontend/exchange/redfish_messages.h"
+#include "frontend/exchange/redis_session.h"
+#include "frontend/exchange/stored_tree.h"
+#include "frontend/records/seed_records.h"
+#include "frontend/records/timestamps.h"
+#include "store/markers.h"
+#include "store/resource_store.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace {
+
+using nlohmann::json;
+
+const std::string TASK_SERVICE_URI = "/redfish/v1/TaskService";
+const std::string TASKS_URI = "/redfish/v1/TaskService/Tasks";
+const std::string TASK_COUNTER_FIELD = "&&TASK_ID_COUNTER";
+
+void refreshCount(redisContext* context) {
+    const long long count = runIntegerCommand(context, {"LLEN", memberListKey(TASKS_URI)});
+    (void)updateResource(context, TASKS_URI,
+                         {{MEMBERS_ODATA_COUNT, count}, {ODATA_ETAG, entityTag()}}, nullptr);
+}
+
+std::string textOf(const json& document, const char* name) {
+    const auto found = document.find(name);
+    return found != document.end() && found->is_string() ? found->get<std::string>()
+                                                         : std::string();
+}
+
+json messagesOf(const ServiceAnswer& result) {
+    if (result.messageId.empty()) {
+        return json::array();
+    }
+    return json::array({{{"MessageId", result.messageId},
+                         {"MessageArgs", result.messageArgs},
+                         {"Message", describeMessage(result.messageId, result.messageArgs)}}});
+}
+
+std::string stateOf(const ServiceAnswer& result) {
+    return isAccepted(result) ? "Completed" : "Exception";
+}
+
+// An end that nobody wrote down.
+void noteEnd(redisContext* context, const std::string& taskUri, TaskSummary& task) {
+    if (isFinalTaskState(task.state)) {
+        return;
+    }
+    const std::optional<ServiceAnswer> result = readTaskResult(context, taskUri);
+    if (result) {
+        task.state = stateOf(*result);
+        setTaskState(context, taskUri, task.state);
+    }
+}
+
+} // namespace
+
+std::string createTask(redisContext* context, const std::string& name) {
+    (void)seedTaskService(context);
+    const std::string id = std::to_string(
+        runIntegerCommand(context, {"HINCRBY", TASK_SERVICE_URI, TASK_COUNTER_FIELD, "1"}));
+    std::string uri = TASKS_URI + "/" + id;
+    removeAnswer(context, taskResultKey(uri));
+    (void)writeResource(context, uri,
+                        {{ODATA_ID, uri},
+                         {ODATA_TYPE, "#Task.v1_4_3.Task"},
+                         {ODATA_ETAG, entityTag()},
+                         {ID_PROPERTY, id},
+                         {NAME_PROPERTY, name},
+                         {"TaskState", "New"},
+                         {"TaskStatus", "OK"},
+                         {"StartTime", isoTimeNow()},
+                         {"HidePayload", true},
+                         {"Messages", json::array()}});
+    (void)runCommand(context, {"RPUSH", memberListKey(TASKS_URI), referenceEntry(uri)});
+    refreshCount(context);
+    return uri;
+}
+
+void setTaskState(redisContext* context, const std::string& taskUri, const std::string& state) {
+    json change = {{"TaskState", state}, {ODATA_ETAG, entityTag()}};
+    if (isFinalTaskState(state)) {
+        const std::optional<ServiceAnswer> result = readTaskResult(context, taskUri);
+        change["TaskStatus"] = state == "Completed" ? "OK" : "Critical";
+        change["EndTime"] = isoTimeNow();
+        change["Messages"] = result ? messagesOf(*result) : json::array();
+    }
+    (void)updateResource(context, taskUri, change, nullptr);
+}
+
+std::vector<TaskSummary> listTasks(redisContext* context) {
+    std::vector<TaskSummary> tasks;
+    for (const std::string& entry :
+         runListCommand(context, {"LRANGE", memberListKey(TASKS_URI), "0", "-1"})) {
+        const Marker marker = parseListMarker(entry);
+        if (marker.kind != MarkerKind::REFERENCE) {
+            continue;
+        }
+        const std::optional<TaskSummary> task = findTask(context, std::string(marker.target));
+        if (task) {
+            tasks.push_back(*task);
+        }
+    }
+    return tasks;
+}
+
+std::optional<TaskSummary> findTask(redisContext* context, const std::string& taskUri) {
+    json document = readDocument(context, taskUri);
+    if (!document.is_object() || !document.contains("TaskState")) {
+        return std::nullopt;
+    }
+    TaskSummary task;
+    task.uri = taskUri;
+    task.state = textOf(document, "TaskState");
+    noteEnd(context, taskUri, task);
+    document = readDocument(context, taskUri);
+    task.name = textOf(document, "Name");
+    task.startTime = textOf(document, "StartTime");
+    task.endTime = textOf(document, "EndTime");
+    return task;
+}
+
+std::optional<ServiceAnswer> readTaskResult(redisContext* context, const std::string& taskUri) {
+    return readAnswer(context, taskResultKey(taskUri));
+}
+
+void removeTask(redisContext* context, const std::string& taskUri) {
+    removeStoredTree(context, taskUri);
+    removeAnswer(context, taskResultKey(taskUri));
+    (void)runCommand(context, {"LREM", memberListKey(TASKS_URI), "0", referenceEntry(taskUri)});
+    refreshCount(context);
+}

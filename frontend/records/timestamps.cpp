@@ -1,0 +1,32 @@
+#include "frontend/records/timestamps.h"
+
+#include <array>
+#include <chrono>
+#include <ctime>
+
+std::string entityTag() {
+    const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
+    const auto milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count();
+    return '"' + std::to_string(milliseconds) + '"';
+}
+
+std::string isoTime(const std::tm& utc) {
+    std::array<char, 64> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc)};
+}
+
+std::string isoTimeNow() {
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    (void)gmtime_r(&now, &utc);
+    return isoTime(utc);
+}
+
+std::string timeOfDay() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    (void)localtime_r(&now, &local);
+    std::array<char, 16> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%H:%M:%S", &local)};
+}
