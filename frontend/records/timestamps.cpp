@@ -1,5 +1,7 @@
 #include "frontend/records/timestamps.h"
 
+#include "platform/x509/dates.h"
+
 #include <array>
 #include <chrono>
 #include <ctime>
@@ -9,11 +11,6 @@ std::string entityTag() {
     const auto milliseconds =
         std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count();
     return '"' + std::to_string(milliseconds) + '"';
-}
-
-std::string isoTime(const std::tm& utc) {
-    std::array<char, 64> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc)};
 }
 
 std::string isoTimeNow() {

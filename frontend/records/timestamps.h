@@ -4,14 +4,11 @@
 
 #include <string>
 
-struct tm;
-
 // The entity tag (RFC 9110) of a resource written now: milliseconds since the epoch between double
 // quotes, as the daemon makes them.
 [[nodiscard]] std::string entityTag();
 
-// The moment as ISO 8601 text in UTC, "2026-01-31T23:59:59Z".
-[[nodiscard]] std::string isoTime(const tm& utc);
+// This moment as ISO 8601 text in UTC, "2026-01-31T23:59:59Z".
 [[nodiscard]] std::string isoTimeNow();
 
 // The local time of day, "23:59:59".

@@ -2,7 +2,7 @@
 
 // The names of a subjectAltName extension (RFC 5280, 4.2.1.6), told apart by their form.
 
-#include "platform/certificate_backend/openssl_handles.h"
+#include "platform/x509/openssl_handles.h"
 
 #include <string>
 

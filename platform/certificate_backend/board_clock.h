@@ -3,7 +3,6 @@
 // The time by which certificates are judged.
 
 #include <ctime>
-#include <string>
 
 struct BoardClock {
     std::time_t now = 0;       // seconds since the epoch
@@ -18,6 +17,3 @@ struct BoardClock {
 
 // The best that is known of the current time: the clock, or the build date when the clock is unset.
 [[nodiscard]] std::time_t knownTime(const BoardClock& clock);
-
-// The moment as ISO 8601 text in UTC, "2026-01-31T23:59:59Z".
-[[nodiscard]] std::string isoTime(const std::tm& utc);

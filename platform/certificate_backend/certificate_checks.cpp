@@ -2,8 +2,9 @@
 
 #include "platform/certificate_backend/certificate_checks.h"
 
-#include "platform/certificate_backend/certificate_chain.h"
 #include "platform/certificate_backend/key_pair.h"
+#include "platform/certificate_backend/trusted_root.h"
+#include "platform/x509/dates.h"
 
 #include <openssl/objects.h>
 
@@ -55,17 +56,16 @@ bool isSelfSigned(X509* certificate) {
 } // namespace
 
 std::string validityFault(X509* certificate, const BoardClock& clock) {
-    std::tm start{};
-    std::tm end{};
-    if (ASN1_TIME_to_tm(X509_get0_notBefore(certificate), &start) != 1 ||
-        ASN1_TIME_to_tm(X509_get0_notAfter(certificate), &end) != 1) {
+    std::optional<std::tm> start = utcTime(X509_get0_notBefore(certificate));
+    std::optional<std::tm> end = utcTime(X509_get0_notAfter(certificate));
+    if (!start || !end) {
         return "the certificate's validity dates cannot be read";
     }
-    if (timegm(&end) < knownTime(clock)) {
-        return "the certificate expired at " + isoTime(end);
+    if (timegm(&*end) < knownTime(clock)) {
+        return "the certificate expired at " + isoTime(*end);
     }
-    if (timegm(&start) > clock.now && !isUnset(clock)) {
-        return "the certificate is not valid before " + isoTime(start);
+    if (timegm(&*start) > clock.now && !isUnset(clock)) {
+        return "the certificate is not valid before " + isoTime(*start);
     }
     return {};
 }

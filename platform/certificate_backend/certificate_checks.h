@@ -7,7 +7,7 @@
 #include "platform/certificate_backend/board_clock.h"
 #include "platform/certificate_backend/certificate_text.h"
 #include "platform/certificate_backend/collection_kind.h"
-#include "platform/certificate_backend/openssl_handles.h"
+#include "platform/x509/openssl_handles.h"
 
 #include <string>
 

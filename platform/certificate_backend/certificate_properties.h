@@ -4,7 +4,7 @@
 // Subject, ValidNotBefore, ValidNotAfter).
 
 #include "platform/certificate_backend.h"
-#include "platform/certificate_backend/openssl_handles.h"
+#include "platform/x509/openssl_handles.h"
 
 #include <string>
 

@@ -2,10 +2,7 @@
 
 #include "platform/certificate_backend/certificate_text.h"
 
-#include "platform/certificate_backend/certificate_chain.h"
 #include "platform/certificate_backend/pem_blocks.h"
-
-#include <openssl/pem.h>
 
 #include <algorithm>
 #include <array>
@@ -42,15 +39,11 @@ std::string addSignedData(const SecretBytes& content, CertificateText& result) {
     if (!data || position != content.data() + content.size()) {
         return "the PKCS7 block of the text cannot be decoded";
     }
-    if (PKCS7_type_is_signed(data.get()) == 0 || data->d.sign == nullptr) {
+    if (!isSignedData(data.get())) {
         return "the PKCS7 block of the text is not signed data";
     }
-    const STACK_OF(X509)* certificates = data->d.sign->cert;
-    for (int i = 0; i < sk_X509_num(certificates); ++i) {
-        X509* certificate = sk_X509_value(certificates, i);
-        X509_up_ref(certificate);
-        result.chain.emplace_back(certificate);
-    }
+    CertificateChain certificates = certificatesOf(data.get());
+    std::move(certificates.begin(), certificates.end(), std::back_inserter(result.chain));
     return {};
 }
 
@@ -94,6 +87,17 @@ std::string countFault(std::size_t count, CertificateType type) {
                : "";
 }
 
+bool hasDuplicate(const CertificateChain& chain) {
+    for (auto one = chain.begin(); one != chain.end(); ++one) {
+        if (std::any_of(one + 1, chain.end(), [&](const CertificateHandle& other) {
+                return X509_cmp(one->get(), other.get()) == 0;
+            })) {
+            return true;
+        }
+    }
+    return false;
+}
+
 std::string textFault(std::string_view text, std::size_t longest) {
     if (text.empty()) {
         return "the text is empty";
@@ -104,25 +108,27 @@ std::string textFault(std::string_view text, std::size_t longest) {
     return text.find('\0') == std::string_view::npos ? "" : "the text holds a NUL character";
 }
 
-std::string takeText(const BioHandle& memory) {
-    char* text = nullptr;
-    const long length = BIO_get_mem_data(memory.get(), &text);
-    return {text, static_cast<std::size_t>(length)};
+std::string chainFault(CertificateChain& chain) {
+    if (hasDuplicate(chain)) {
+        return "the text holds a certificate twice";
+    }
+    return orderChain(chain, hasIssuerSignature)
+               ? ""
+               : "the certificates of the text do not form one chain";
 }
 
-bool writeSignedData(BIO* memory, const CertificateChain& chain) {
-    const SignedDataHandle data(PKCS7_new());
-    if (!data || PKCS7_set_type(data.get(), NID_pkcs7_signed) != 1 ||
-        PKCS7_content_new(data.get(), NID_pkcs7_data) != 1 ||
-        PKCS7_set_detached(data.get(), 1) != 1) {
-        return false;
-    }
+SignedDataHandle signedDataOf(const CertificateChain& chain) {
+    SignedDataHandle data(PKCS7_new());
+    bool made = data && PKCS7_set_type(data.get(), NID_pkcs7_signed) == 1 &&
+                PKCS7_content_new(data.get(), NID_pkcs7_data) == 1 &&
+                PKCS7_set_detached(data.get(), 1) == 1;
     for (const CertificateHandle& certificate : chain) {
-        if (PKCS7_add_certificate(data.get(), certificate.get()) != 1) {
-            return false;
-        }
+        made = made && PKCS7_add_certificate(data.get(), certificate.get()) == 1;
     }
-    return PEM_write_bio_PKCS7(memory, data.get()) == 1;
+    if (!made) {
+        throw std::runtime_error("cannot collect certificates as signed data");
+    }
+    return data;
 }
 
 } // namespace
@@ -153,23 +159,11 @@ CertificateText readCertificateText(std::string_view text, CertificateType type,
         result.fault = countFault(result.chain.size(), type);
     }
     if (result.fault.empty()) {
-        result.fault = orderChain(result.chain);
+        result.fault = chainFault(result.chain);
     }
     return result;
 }
 
 std::string certificateText(const CertificateChain& chain, CertificateType type) {
-    const BioHandle memory(BIO_new(BIO_s_mem()));
-    bool written = memory != nullptr;
-    if (type == CertificateType::SIGNED_DATA) {
-        written = written && writeSignedData(memory.get(), chain);
-    } else {
-        for (const CertificateHandle& certificate : chain) {
-            written = written && PEM_write_bio_X509(memory.get(), certificate.get()) == 1;
-        }
-    }
-    if (!written) {
-        throw std::runtime_error("cannot write a certificate as text");
-    }
-    return takeText(memory);
+    return type == CertificateType::SIGNED_DATA ? pemText(signedDataOf(chain)) : pemText(chain);
 }

@@ -2,22 +2,17 @@
 
 // The texts in which certificates come and go (Redfish Certificate 1.2, CertificateType).
 
-#include "platform/certificate_backend/openssl_handles.h"
-#include "platform/certificate_backend/secret_text.h"
+#include "platform/x509/certificate_chain.h"
 
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 enum class CertificateType {
     SINGLE,      // "PEM": one certificate (RFC 7468)
     CHAIN,       // "PEMchain": a certificate and those of its issuers, in any order
     SIGNED_DATA, // "PKCS7": the same as one PKCS #7 signed-data block (RFC 2315)
 };
-
-// A certificate, then the rest of its chain, each one followed by its issuer.
-using CertificateChain = std::vector<CertificateHandle>;
 
 struct CertificateText {
     CertificateChain chain;

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <set>
+#include <span>
 #include <string_view>
 
 namespace {
@@ -59,11 +60,11 @@ constexpr std::array<Curve, 3> CURVES = {{
 }};
 constexpr std::array<std::int32_t, 3> RSA_BITS = {2048, 3072, 4096};
 
-Refusal wrongFormat(const std::string& value, const std::string& parameter) {
+Refusal wrongFormat(std::string_view value, const std::string& parameter) {
     return parameterValueFormatError(shownInMessage(value), parameter, GENERATE_CSR_ACTION);
 }
 
-Refusal notInList(const std::string& value, const std::string& parameter) {
+Refusal notInList(std::string_view value, const std::string& parameter) {
     return parameterValueNotInList(shownInMessage(value), parameter, GENERATE_CSR_ACTION);
 }
 
@@ -82,22 +83,21 @@ bool isPassedOver(std::string_view name) {
     return name.find('@') != std::string_view::npos || name.starts_with("&&");
 }
 
-// The text parameter in its place, because a copy of a secret would outlive it; null when not
+// The text parameter in its place, because a copy of a secret would outlive it; nothing when not
 // given.
-const std::string* textOf(const CSRRequest& request, const std::string& name) {
+std::optional<std::string_view> textOf(const CSRRequest& request, const std::string& name) {
     const auto found = request.stringParameters.find(name);
-    return found == request.stringParameters.end() ? nullptr : &found->second;
+    return found == request.stringParameters.end() ? std::nullopt
+                                                   : std::optional<std::string_view>(found->second);
 }
 
 // The same for a parameter that counts as not given when it is empty.
-const std::string& optionalText(const CSRRequest& request, const std::string& name) {
-    static const std::string EMPTY;
-    const std::string* text = textOf(request, name);
-    return text == nullptr ? EMPTY : *text;
+std::string_view optionalText(const CSRRequest& request, const std::string& name) {
+    return textOf(request, name).value_or(std::string_view());
 }
 
 // One that has the wrong type or that the action does not have.
-Refusal strangeParameter(const std::string& name, const std::string& value, bool rightType) {
+Refusal strangeParameter(const std::string& name, std::string_view value, bool rightType) {
     if (rightType || isPassedOver(name)) {
         return std::nullopt;
     }
@@ -119,7 +119,7 @@ Refusal checkNames(const CSRRequest& request) {
         names.insert(name);
     }
     for (const std::string& name : names) {
-        const std::string* text = textOf(request, name);
+        const std::optional<std::string_view> text = textOf(request, name);
         Refusal refusal = text ? strangeParameter(name, *text, isTextParameter(name))
                                : strangeParameter(name, "[]", holds(ARRAY_PARAMETERS, name));
         if (refusal) {
@@ -134,20 +134,20 @@ bool isAsciiLetters(std::string_view text) {
                        [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); });
 }
 
-std::string inUpperCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
+std::string inUpperCase(std::string_view text) {
+    std::string upper(text);
+    std::transform(upper.begin(), upper.end(), upper.begin(), [](char c) {
         return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
     });
-    return text;
+    return upper;
 }
 
 // The attribute is an IA5String, so what follows the form of an address is ASCII as well.
-bool isEmailAddress(const std::string& text) {
-    const GeneralNameHandle name = alternativeName("email:" + text);
-    return name != nullptr;
+bool isEmailAddress(std::string_view text) {
+    return alternativeName("email:" + std::string(text)) != nullptr;
 }
 
-Refusal readSubjectAttribute(const SubjectParameter& known, const std::string& value,
+Refusal readSubjectAttribute(const SubjectParameter& known, std::string_view value,
                              CsrParameters& parameters) {
     const std::optional<std::size_t> length = printableLength(value);
     const bool country = known.attribute == NID_countryName;
@@ -157,20 +157,21 @@ Refusal readSubjectAttribute(const SubjectParameter& known, const std::string& v
         (email && !isEmailAddress(value))) {
         return wrongFormat(value, known.name);
     }
-    parameters.subject.push_back({known.attribute, country ? inUpperCase(value) : value});
+    parameters.subject.push_back(
+        {known.attribute, country ? inUpperCase(value) : std::string(value)});
     return std::nullopt;
 }
 
 Refusal readSubject(const CSRRequest& request, CsrParameters& parameters) {
-    const std::string* commonName = textOf(request, "CommonName");
-    if (commonName == nullptr) {
+    const std::optional<std::string_view> commonName = textOf(request, "CommonName");
+    if (!commonName) {
         return parameterMissing(GENERATE_CSR_ACTION, "CommonName");
     }
     if (commonName->empty()) {
         return wrongFormat("", "CommonName");
     }
     for (const SubjectParameter& known : SUBJECT_PARAMETERS) {
-        const std::string& value = optionalText(request, known.name);
+        const std::string_view value = optionalText(request, known.name);
         if (value.empty()) {
             continue;
         }
@@ -183,8 +184,8 @@ Refusal readSubject(const CSRRequest& request, CsrParameters& parameters) {
 }
 
 Refusal readAttributes(const CSRRequest& request, CsrParameters& parameters) {
-    const std::string* password = textOf(request, "ChallengePassword");
-    if (password != nullptr) {
+    const std::optional<std::string_view> password = textOf(request, "ChallengePassword");
+    if (password) {
         const std::size_t length = printableLength(*password).value_or(0);
         if (length == 0 || length > LONGEST_ATTRIBUTE) {
             return wrongFormat(HIDDEN, "ChallengePassword");
@@ -195,17 +196,17 @@ Refusal readAttributes(const CSRRequest& request, CsrParameters& parameters) {
     const std::optional<std::size_t> length = printableLength(parameters.unstructuredName);
     return length && *length <= LONGEST_ATTRIBUTE
                ? std::nullopt
-               : wrongFormat(std::string(parameters.unstructuredName), "UnstructuredName");
+               : wrongFormat(parameters.unstructuredName, "UnstructuredName");
 }
 
-const std::vector<std::string>& arrayOf(const CSRRequest& request, const std::string& name) {
-    static const std::vector<std::string> EMPTY;
+std::span<const std::string> arrayOf(const CSRRequest& request, const std::string& name) {
     const auto found = request.arrayParameters.find(name);
-    return found == request.arrayParameters.end() ? EMPTY : found->second;
+    return found == request.arrayParameters.end() ? std::span<const std::string>()
+                                                  : std::span(found->second);
 }
 
 Refusal readExtensions(const CSRRequest& request, CsrParameters& parameters) {
-    const std::vector<std::string>& names = arrayOf(request, "AlternativeNames");
+    const std::span<const std::string> names = arrayOf(request, "AlternativeNames");
     if (names.size() > MOST_ALTERNATIVE_NAMES) {
         return wrongFormat("more than " + std::to_string(MOST_ALTERNATIVE_NAMES) + " names",
                            "AlternativeNames");
@@ -227,8 +228,7 @@ Refusal readExtensions(const CSRRequest& request, CsrParameters& parameters) {
     return std::nullopt;
 }
 
-Refusal readRsaKey(const CSRRequest& request, const std::string& curveId,
-                   CsrParameters& parameters) {
+Refusal readRsaKey(const CSRRequest& request, std::string_view curveId, CsrParameters& parameters) {
     if (!curveId.empty()) {
         return wrongFormat(curveId, "KeyCurveId"); // a curve and RSA exclude each other
     }
@@ -240,8 +240,7 @@ Refusal readRsaKey(const CSRRequest& request, const std::string& curveId,
     return std::nullopt;
 }
 
-Refusal readEcKey(const CSRRequest& request, const std::string& curveId,
-                  CsrParameters& parameters) {
+Refusal readEcKey(const CSRRequest& request, std::string_view curveId, CsrParameters& parameters) {
     const auto* curve = curveId.empty()
                             ? CURVES.begin()
                             : std::find_if(CURVES.begin(), CURVES.end(), [&](const Curve& known) {
@@ -260,8 +259,8 @@ Refusal readEcKey(const CSRRequest& request, const std::string& curveId,
 // An algorithm that is not named follows from the rest: a curve means EC, a key length alone RSA,
 // and nothing at all EC on P-256.
 Refusal readKey(const CSRRequest& request, CsrParameters& parameters) {
-    const std::string& algorithm = optionalText(request, "KeyPairAlgorithm");
-    const std::string& curveId = optionalText(request, "KeyCurveId");
+    const std::string_view algorithm = optionalText(request, "KeyPairAlgorithm");
+    const std::string_view curveId = optionalText(request, "KeyCurveId");
     const bool lengthAlone = algorithm.empty() && curveId.empty() && request.keyBitLength != 0;
     if (algorithm == "TPM_ALG_RSA" || lengthAlone) {
         return readRsaKey(request, curveId, parameters);

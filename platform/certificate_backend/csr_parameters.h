@@ -3,8 +3,8 @@
 // The parameters of the Redfish action GenerateCSR (CertificateService 1.0), read and checked.
 
 #include "platform/certificate_backend.h"
-#include "platform/certificate_backend/key_usage.h"
-#include "platform/certificate_backend/openssl_handles.h"
+#include "platform/x509/key_usage.h"
+#include "platform/x509/openssl_handles.h"
 
 #include <optional>
 #include <string>

@@ -3,6 +3,7 @@
 #include "platform/certificate_backend/key_pair.h"
 
 #include "platform/certificate_backend/store_directory.h"
+#include "platform/x509/memory_text.h"
 
 #include <openssl/pem.h>
 
@@ -76,14 +77,12 @@ KeyHandle makeEcKey(const std::string& groupName) {
 }
 
 SecretText privateKeyText(EVP_PKEY* key) {
-    const BioHandle memory(BIO_new(BIO_s_mem())); // cleansed by OpenSSL when freed
-    if (!memory || PEM_write_bio_PKCS8PrivateKey(memory.get(), key, nullptr, nullptr, 0, nullptr,
-                                                 nullptr) != 1) {
+    const BioHandle memory = newMemory();
+    if (PEM_write_bio_PKCS8PrivateKey(memory.get(), key, nullptr, nullptr, 0, nullptr, nullptr) !=
+        1) {
         throw std::runtime_error("cannot write a private key as text");
     }
-    char* text = nullptr;
-    const long length = BIO_get_mem_data(memory.get(), &text);
-    return {text, static_cast<std::size_t>(length)};
+    return SecretText(writtenText(memory));
 }
 
 KeyHandle shareKey(EVP_PKEY* key) {

@@ -2,8 +2,8 @@
 
 // Private keys: making, writing, and proving to which public key they belong.
 
-#include "platform/certificate_backend/openssl_handles.h"
 #include "platform/certificate_backend/secret_text.h"
+#include "platform/x509/openssl_handles.h"
 
 #include <string>
 

@@ -5,6 +5,7 @@
 
 #include "platform/certificate_backend/key_pair.h"
 #include "platform/certificate_backend/store_directory.h"
+#include "platform/x509/memory_text.h"
 
 #include <openssl/pem.h>
 
@@ -73,9 +74,8 @@ KeyHandle findRequestKey(const std::string& directory, EVP_PKEY* publicKey) {
     if (!text) {
         return nullptr;
     }
-    const BioHandle memory(BIO_new_mem_buf(text->data(), static_cast<int>(text->size())));
-    KeyHandle key(memory ? PEM_read_bio_PrivateKey(memory.get(), nullptr, nullptr, nullptr)
-                         : nullptr);
+    const BioHandle memory = readableText(*text);
+    KeyHandle key(PEM_read_bio_PrivateKey(memory.get(), nullptr, noPassphrase, nullptr));
     if (!key || !keysBelongTogether(key.get(), publicKey)) {
         throw std::runtime_error("the key file " + name + " is damaged");
     }

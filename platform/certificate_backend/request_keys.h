@@ -7,7 +7,7 @@
 // holds the store's lock throughout. Faults of the machine are thrown as std::runtime_error or
 // std::system_error.
 
-#include "platform/certificate_backend/openssl_handles.h"
+#include "platform/x509/openssl_handles.h"
 
 #include <string>
 

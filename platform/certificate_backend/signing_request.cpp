@@ -2,6 +2,8 @@
 
 #include "platform/certificate_backend/signing_request.h"
 
+#include "platform/x509/memory_text.h"
+
 #include <openssl/objects.h>
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
@@ -128,9 +130,7 @@ RequestHandle makeRequest(const CsrParameters& parameters, EVP_PKEY* key) {
 }
 
 std::string requestText(X509_REQ* request) {
-    const BioHandle memory(BIO_new(BIO_s_mem()));
-    require(memory && PEM_write_bio_X509_REQ(memory.get(), request) == 1, "text");
-    char* text = nullptr;
-    const long length = BIO_get_mem_data(memory.get(), &text);
-    return {text, static_cast<std::size_t>(length)};
+    const BioHandle memory = newMemory();
+    require(PEM_write_bio_X509_REQ(memory.get(), request) == 1, "text");
+    return std::string(writtenText(memory));
 }

@@ -3,7 +3,7 @@
 // Making a certification request (PKCS #10, RFC 2986).
 
 #include "platform/certificate_backend/csr_parameters.h"
-#include "platform/certificate_backend/openssl_handles.h"
+#include "platform/x509/openssl_handles.h"
 
 #include <string>
 

@@ -1,24 +1,63 @@
-// The collection lock: how often it is tried, and in which order a request is unlocked and
-// answered.
+// The collection lock: how often it is tried, how long it pauses in between, and in which order a
+// request is unlocked and answered.
+//
+// This program brings its own pthread_mutex_trylock and usleep, which the lock then calls: tries
+// and pauses are counted, and no pause takes any time.
 
 #include "requests/collection_lock.h"
 #include "tests/requests/redis_proxy.h"
 #include "tests/requests/request_fixture.h"
 
-#include <chrono>
+#include <dlfcn.h>
+#include <unistd.h>
+
 #include <climits>
-#include <thread>
+#include <set>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+int gTries = 0;
+int gPauses = 0;
+std::set<useconds_t> gPauseLengths;
+int gPausesUntilFree = INT_MAX; // then gHeld is unlocked
+pthread_mutex_t* gHeld = nullptr;
+
+int tryReally(pthread_mutex_t* mutex) {
+    using Function = int (*)(pthread_mutex_t*);
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): dlsym's own interface
+    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "pthread_mutex_trylock"));
+    return real(mutex);
+}
+
+} // namespace
+
+extern "C" int pthread_mutex_trylock(pthread_mutex_t* mutex) noexcept {
+    ++gTries;
+    return tryReally(mutex);
+}
+
+extern "C" int usleep(useconds_t microseconds) {
+    gPauseLengths.insert(microseconds);
+    if (++gPauses == gPausesUntilFree) {
+        pthread_mutex_unlock(gHeld);
+    }
+    return 0;
+}
+
+namespace {
 
 class Mutex {
 public:
     Mutex() {
         pthread_mutex_init(&mMutex, nullptr);
+        gTries = 0;
+        gPauses = 0;
+        gPauseLengths.clear();
     }
     ~Mutex() {
+        gPausesUntilFree = INT_MAX;
+        (void)isFree(); // a mutex must not be destroyed while it is locked
+        pthread_mutex_unlock(&mMutex);
         pthread_mutex_destroy(&mMutex);
     }
     Mutex(const Mutex&) = delete;
@@ -30,13 +69,14 @@ public:
     void lock() {
         pthread_mutex_lock(&mMutex);
     }
-    void unlock() {
-        pthread_mutex_unlock(&mMutex);
+    void unlockAfterPauses(int pauses) {
+        gHeld = &mMutex;
+        gPausesUntilFree = pauses;
     }
     bool isFree() {
-        const bool taken = pthread_mutex_trylock(&mMutex) == 0;
+        const bool taken = tryReally(&mMutex) == 0;
         if (taken) {
-            unlock();
+            pthread_mutex_unlock(&mMutex);
         }
         return taken;
     }
@@ -45,59 +85,45 @@ private:
     pthread_mutex_t mMutex{};
 };
 
-// The whole tenths of a second that a failed try of a held mutex takes at least.
-long long tenthsToFail(Mutex& held, int seconds) {
-    const auto start = Clock::now();
-    EXPECT_FALSE(tryLockWithTimeout(held.get(), seconds));
-    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count() /
-           100;
-}
-
-TEST(TryLockWithTimeout, TakesAFreeMutex) {
+TEST(TryLockWithTimeout, TakesAFreeMutexAtTheFirstTry) {
     for (const int seconds : {0, 2, 100000}) {
         Mutex mutex;
         EXPECT_TRUE(tryLockWithTimeout(mutex.get(), seconds));
         EXPECT_FALSE(mutex.isFree());
-        mutex.unlock();
+        EXPECT_EQ(gTries, 1);
+        EXPECT_EQ(gPauses, 0);
     }
 }
 
-TEST(TryLockWithTimeout, SleepsAfterEveryFailedTry) {
-    Mutex mutex;
-    mutex.lock();
-    EXPECT_GE(tenthsToFail(mutex, 0), 1);
-    EXPECT_GE(tenthsToFail(mutex, 2), 21);
-    mutex.unlock();
+TEST(TryLockWithTimeout, PausesATenthOfASecondAfterEveryFailedTry) {
+    // 429496730 times ten is 2^32 + 4: beyond 32 bits the number of tries wraps.
+    for (const auto& [seconds, tries] :
+         std::map<int, int>{{0, 1}, {1, 11}, {2, 21}, {429496730, 5}}) {
+        Mutex mutex;
+        mutex.lock();
+        EXPECT_FALSE(tryLockWithTimeout(mutex.get(), seconds));
+        EXPECT_EQ(gTries, tries) << seconds;
+        EXPECT_EQ(gPauses, tries) << seconds;
+        EXPECT_EQ(gPauseLengths, std::set<useconds_t>{100000}) << seconds;
+    }
 }
 
-TEST(TryLockWithTimeout, NegativeTimeNeverTries) {
+TEST(TryLockWithTimeout, NeverTriesForANegativeTime) {
     // The last two are negative when multiplied by ten as a 32-bit number.
     for (const int seconds : {-1, INT_MIN / 10, 214748365, 300000000}) {
         Mutex mutex;
         EXPECT_FALSE(tryLockWithTimeout(mutex.get(), seconds)) << seconds;
-        EXPECT_TRUE(mutex.isFree());
+        EXPECT_EQ(gTries, 0) << seconds;
     }
-}
-
-TEST(TryLockWithTimeout, TimeBeyondThirtyTwoBitsWraps) {
-    Mutex mutex;
-    mutex.lock();
-    EXPECT_GE(tenthsToFail(mutex, 429496730), 5); // ten times that is 2^32 + 4
-    mutex.unlock();
 }
 
 TEST(TryLockWithTimeout, TakesAMutexThatBecomesFree) {
     Mutex mutex;
     mutex.lock();
-    std::atomic<bool> taken = false;
-    std::thread waiter([&] {
-        taken = tryLockWithTimeout(mutex.get(), 100000);
-        mutex.unlock();
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    mutex.unlock();
-    waiter.join();
-    EXPECT_TRUE(taken);
+    mutex.unlockAfterPauses(3);
+    EXPECT_TRUE(tryLockWithTimeout(mutex.get(), 2));
+    EXPECT_EQ(gTries, 4);
+    EXPECT_FALSE(mutex.isFree());
 }
 
 class CollectionLock : public RequestFixture {
@@ -118,33 +144,41 @@ protected:
     }
 };
 
-TEST_F(CollectionLock, SuccessIsAnsweredAfterTheUnlock) {
+TEST_F(CollectionLock, IsGivenBackBeforeASuccessIsAnswered) {
     EXPECT_TRUE(isFreeAtTheAnswer(true));
 }
 
-TEST_F(CollectionLock, FailureIsAnsweredBeforeTheUnlock) {
+TEST_F(CollectionLock, IsHeldUntilAFailureHasBeenAnswered) {
     EXPECT_FALSE(isFreeAtTheAnswer(false));
 }
 
-TEST_F(CollectionLock, FreeLockIsTakenSilently) {
+TEST_F(CollectionLock, IsTakenSilentlyWhenItIsFree) {
     Mutex mutex;
     CommandMonitor monitor(server);
     EXPECT_TRUE(lockCollection(context(), mutex.get(), "channel", "q/42", "Reason."));
     EXPECT_FALSE(mutex.isFree());
     EXPECT_EQ(describeCommands(monitor.commands()), "");
     EXPECT_EQ(log(), "");
-    mutex.unlock();
 }
 
-TEST_F(CollectionLock, HeldLockIsLoggedAndAnswered) {
+TEST_F(CollectionLock, IsTriedForTwoSecondsThenLoggedAndAnsweredBusy) {
     Mutex mutex;
     mutex.lock();
-    CommandMonitor monitor(server);
-    EXPECT_FALSE(lockCollection(context(), mutex.get(), "channel", "q/42", "Reason of 100 %s."));
-    EXPECT_EQ(monitor.commands().back(), (Command{"PUBLISH", "channel", "q/42"}));
+    std::string logAtTheStatus;
+    Command last;
+    const RedisProxy proxy(server, [&](const Command& command) -> std::optional<std::string> {
+        logAtTheStatus = last.empty() ? log() : logAtTheStatus;
+        last = command;
+        return std::nullopt;
+    });
+    EXPECT_FALSE(
+        lockCollection(proxy.context(), mutex.get(), "channel", "q/42", "Reason of 100 %s."));
+    EXPECT_EQ(gTries, 21);
+    EXPECT_EQ(gPauses, 21);
+    EXPECT_EQ(logAtTheStatus, "[Error]: Reason of 100 %s.\n");
+    EXPECT_EQ(log(), logAtTheStatus);
     EXPECT_EQ(answer("q/42"), "EXCEPTION Base.1.9.ServiceTemporarilyUnavailable (1)");
-    EXPECT_EQ(log(), "[Error]: Reason of 100 %s.\n");
-    mutex.unlock();
+    EXPECT_EQ(last, (Command{"PUBLISH", "channel", "q/42"}));
 }
 
 } // namespace

@@ -42,6 +42,32 @@ private:
     posix_spawn_file_actions_t mActions{};
 };
 
+// Programs start as a service manager starts them: with SIGPIPE deadly, although the test itself
+// ignores it and would hand that on.
+class Attributes {
+public:
+    Attributes() {
+        sigset_t signals;
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGPIPE);
+        posix_spawnattr_init(&mAttributes);
+        posix_spawnattr_setsigdefault(&mAttributes, &signals);
+        posix_spawnattr_setflags(&mAttributes, POSIX_SPAWN_SETSIGDEF);
+    }
+    ~Attributes() {
+        posix_spawnattr_destroy(&mAttributes);
+    }
+    Attributes(const Attributes&) = delete;
+    Attributes& operator=(const Attributes&) = delete;
+
+    [[nodiscard]] const posix_spawnattr_t* get() const {
+        return &mAttributes;
+    }
+
+private:
+    posix_spawnattr_t mAttributes{};
+};
+
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> result;
     result.reserve(texts.size() + 1);
@@ -72,6 +98,7 @@ std::vector<std::string> mergedEnvironment(const std::map<std::string, std::stri
 } // namespace
 
 ChildProcess::ChildProcess(const ChildProcessOptions& options) {
+    const Attributes attributes;
     FileActions actions;
     const int flags = O_WRONLY | O_CREAT | O_APPEND;
     actions.open(STDIN_FILENO, "/dev/null", O_RDONLY);
@@ -81,7 +108,7 @@ ChildProcess::ChildProcess(const ChildProcessOptions& options) {
     auto environment = mergedEnvironment(options.environment);
     const auto argumentPointers = pointers(arguments);
     const auto environmentPointers = pointers(environment);
-    const int error = posix_spawnp(&mPid, argumentPointers.front(), actions.get(), nullptr,
+    const int error = posix_spawnp(&mPid, argumentPointers.front(), actions.get(), attributes.get(),
                                    argumentPointers.data(), environmentPointers.data());
     if (error != 0) {
         throw std::runtime_error("cannot start " + arguments.front() + ": " +

@@ -16,7 +16,8 @@ struct ChildProcessOptions {
     std::string errorFile = "/dev/null";            // takes standard error; may be the same file
 };
 
-// Starts the program at construction and kills it, when it still runs, at destruction.
+// Starts the program at construction, with SIGPIPE deadly whatever the test does, and kills it,
+// when it still runs, at destruction.
 class ChildProcess {
 public:
     // Throws std::runtime_error when the program cannot be started.

@@ -155,6 +155,15 @@ TEST_P(ListenerMessages, arriveWithPercentSignsAndLineEnds) {
     EXPECT_THAT(answers(1), ElementsAre(request.statusKey));
 }
 
+TEST_P(ListenerMessages, keepWhatStandsBehindANulCharacter) {
+    listenForAnswers();
+    const auto request = requestOf(GetParam());
+    storeRequest(mClient, request);
+    // Commands end a text at its NUL, so that the record is found all the same.
+    publish(request.requestKey + std::string("\0more ", 6) + request.statusKey);
+    EXPECT_THAT(answers(1), ElementsAre(request.statusKey));
+}
+
 TEST_P(ListenerMessages, thatAreEmptyAreSkippedWithoutAConnection) {
     listenForAnswers();
     const auto before = connectionsSoFar();
@@ -319,6 +328,37 @@ TEST_P(Listeners, ofActionsNeedNoNewConnection) {
     listenForAnswers();
     storeAndPublish(requestOf(RequestKind::ACTION));
     EXPECT_THAT(answers(1), ElementsAre("status/1/result"));
+}
+
+// Without a work connection the listener does not subscribe at all.
+TEST(ActionListener, ConnectsForItsWorkBeforeItConnectsForItsSubscription) {
+    const RedisServer server(withTcp());
+    writeConnectionFiles(server, RedisAddress::TCP);
+    RedisClient client(server);
+    CommandMonitor monitor(server);
+    DaemonProcess daemon(loggingToFile());
+    daemon.waitUntilReady(server);
+    ASSERT_TRUE(sendRequest(server, requestOf(RequestKind::ACTION)).reply.has_value());
+    std::string subscriber;
+    std::string worker;
+    for (const auto& [from, words] : monitor.stop()) {
+        if (words == Command{"SUBSCRIBE", channelName(RequestKind::ACTION)}) {
+            subscriber = from;
+        } else if (words == Command{"TYPE", "requests/1"}) {
+            worker = from;
+        }
+    }
+    // Connections are numbered as they are made.
+    const auto number = [&](const std::string& address) {
+        for (const auto& line : splitLines(client.command("CLIENT", "LIST").text)) {
+            if (line.find(" addr=" + address + " ") != std::string::npos) {
+                return std::stol(line.substr(std::string("id=").size()));
+            }
+        }
+        return -1L;
+    };
+    EXPECT_NE(number(worker), -1);
+    EXPECT_LT(number(worker), number(subscriber));
 }
 
 // ---- exceptions ----

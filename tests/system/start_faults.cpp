@@ -34,6 +34,7 @@ DaemonOptions withFaults(const StartFaults& faults, DaemonOptions options) {
     options.environment["FAULT_HOLD_FILE"] = RELEASE_FILE;
     options.environment["FAULT_THROW"] = faults.exception;
     options.environment["FAULT_TEXT"] = faults.exceptionText;
+    options.environment["FAULT_PRINT"] = faults.printed;
     return options;
 }
 
@@ -43,4 +44,8 @@ bool waitForHeldStart() {
 
 void releaseHeldStart() {
     writeFile(RELEASE_FILE, "");
+}
+
+std::string mayLeaveCoreFile() {
+    return readFileIfAny(RELEASE_FILE + ".core");
 }

@@ -16,6 +16,7 @@ struct StartFaults {
     std::string held = {};                 // waits for releaseHeldStart()
     std::string exception = {};            // "runtime_error", "logic_error", "bad_alloc"
     std::string exceptionText = {};
+    std::string printed = {}; // on standard output, by a library
 };
 
 // The options with these faults and the steerable certificate backend.
@@ -26,3 +27,6 @@ struct StartFaults {
 
 // Lets the held call go on.
 void releaseHeldStart();
+
+// Whether the started daemon may leave a core file: "1", or "0" when it has forbidden that.
+[[nodiscard]] std::string mayLeaveCoreFile();

@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <iterator>
+#include <sstream>
 
 namespace {
 
@@ -51,6 +53,19 @@ TEST(Program, readsNoCommandLine) {
                   "fopen: No such file or directory\n"
                   "[Error]: Failed to connect to Redis.\n");
     }
+}
+
+// Each of them is listed, not the first alone.
+TEST(Program, PrintsEveryProcessOfTheLogSystemThatItFinds) {
+    ChildProcessOptions sleeper;
+    sleeper.arguments = {"sleep", "1000"};
+    const ChildProcess first(sleeper);
+    const ChildProcess second(sleeper);
+    DaemonProcess daemon({{{"LOG_SYSTEM", "sleep"}}, "", {}});
+    EXPECT_EQ(daemon.waitForExit(), 255);
+    std::istringstream printed(daemon.standardOutput());
+    EXPECT_THAT((std::vector<pid_t>{std::istream_iterator<pid_t>(printed), {}}),
+                testing::UnorderedElementsAre(first.pid(), second.pid()));
 }
 
 } // namespace

@@ -153,6 +153,24 @@ TEST(StartUpThreadsThatWait, endWithTheProcess) {
     EXPECT_EQ(logLines(daemon).back(), CREATION_JOIN);
 }
 
+// What a library has printed is still in the buffer of standard output, which is a file here.
+TEST(FailedStart, WritesOutWhatWasPrintedBeforeItEndsTheRunningThreads) {
+    const RedisServer server;
+    writeConnectionFiles(server);
+    StartFaults faults;
+    faults.failing = {"pthread_create:4"};
+    faults.printed = "a library's line\n";
+    DaemonProcess daemon(withFaults(faults, loggingToFile()));
+    EXPECT_EQ(daemon.waitForExit(), START_FAILED);
+    EXPECT_EQ(daemon.standardOutput(), faults.printed);
+}
+
+TEST(StartUp, ForbidsCoreFilesBeforeAnySecretIsRead) {
+    DaemonProcess daemon(withFaults({}, loggingToFile()));
+    EXPECT_EQ(daemon.waitForExit(), START_FAILED) << "there is no Redis";
+    EXPECT_EQ(mayLeaveCoreFile(), "0");
+}
+
 // ---- exceptions ----
 
 StartFaults throwing(const std::string& exception, const std::string& text = "") {

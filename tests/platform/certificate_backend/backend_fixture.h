@@ -4,8 +4,8 @@
 // still, and requests and expectations in one line each.
 
 #include "platform/certificate_backend.h"
-#include "platform/certificate_backend/openssl_handles.h"
 #include "platform/certificate_backend/operations.h"
+#include "platform/x509/openssl_handles.h"
 #include "tests/support/temp_files.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "platform/certificate_backend/certificate_chain.h"
 #include "platform/certificate_backend/certificate_text.h"
 #include "platform/certificate_backend/pem_blocks.h"
+#include "platform/x509/certificate_chain.h"
 #include "tests/platform/certificate_backend/backend_fixture.h"
 #include "tests/support/certificates.h"
 

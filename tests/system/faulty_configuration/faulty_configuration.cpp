@@ -11,6 +11,8 @@
 //   FAULT_THROW      reading the root CA file's name throws "runtime_error", "logic_error" or
 //                    "bad_alloc"
 //   FAULT_TEXT       the text of that exception
+//   FAULT_PRINT      reading the root CA file's name prints this text, as a library may
+// Whether the process may then leave a core file is noted in the file "FAULT_HOLD_FILE.core".
 // tests/system/start_faults.h is the test's side.
 
 #include "platform/configuration.h"
@@ -18,10 +20,12 @@
 
 #include <dlfcn.h>
 #include <pthread.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -107,10 +111,16 @@ void throwAsOrdered() {
     }
 }
 
+void noteCoreFiles() {
+    std::ofstream(environmentText("FAULT_HOLD_FILE") + ".core") << ::prctl(PR_GET_DUMPABLE);
+}
+
 } // namespace
 
 std::string getConfigValue(const std::string& path, const std::string& key, int /*maxLength*/) {
     if (key == "ROOT_CA_FILE") {
+        noteCoreFiles();
+        (void)std::printf("%s", environmentText("FAULT_PRINT").c_str());
         throwAsOrdered();
         gCounting = true;
     }

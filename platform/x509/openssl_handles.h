@@ -1,6 +1,6 @@
 #pragma once
 
-// Owners for the OpenSSL objects of the backend: each frees its object at the end of its scope.
+// Owners of OpenSSL objects: each frees its object at the end of its scope.
 
 #include <openssl/asn1.h>
 #include <openssl/bio.h>
@@ -24,6 +24,8 @@ using CertificateHandle = std::unique_ptr<X509, OpenSSLRelease<X509_free>>;
 using KeyHandle = std::unique_ptr<EVP_PKEY, OpenSSLRelease<EVP_PKEY_free>>;
 using KeyContextHandle = std::unique_ptr<EVP_PKEY_CTX, OpenSSLRelease<EVP_PKEY_CTX_free>>;
 using DigestContextHandle = std::unique_ptr<EVP_MD_CTX, OpenSSLRelease<EVP_MD_CTX_free>>;
+using CipherContextHandle =
+    std::unique_ptr<EVP_CIPHER_CTX, OpenSSLRelease<EVP_CIPHER_CTX_free>>; // wipes the expanded key
 using BioHandle = std::unique_ptr<BIO, OpenSSLRelease<BIO_free_all>>;
 using SignedDataHandle = std::unique_ptr<PKCS7, OpenSSLRelease<PKCS7_free>>;
 using StoreHandle = std::unique_ptr<X509_STORE, OpenSSLRelease<X509_STORE_free>>;

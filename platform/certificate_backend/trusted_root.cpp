@@ -1,38 +1,12 @@
-// Order comes from names and is proved by signatures; trust is OpenSSL's path validation.
-
-#include "platform/certificate_backend/certificate_chain.h"
+#include "platform/certificate_backend/trusted_root.h"
 
 #include <openssl/x509_vfy.h>
 
-#include <algorithm>
 #include <stdexcept>
 
 namespace {
 
 constexpr int AUTHENTICATION_LEVEL = 2; // 112 bits: no SHA-1, no RSA key below 2048 bits
-
-bool isNamedAsIssuer(const CertificateChain& chain, const CertificateHandle& candidate) {
-    return std::any_of(chain.begin(), chain.end(), [&](const CertificateHandle& other) {
-        return other != candidate && X509_NAME_cmp(X509_get_issuer_name(other.get()),
-                                                   X509_get_subject_name(candidate.get())) == 0;
-    });
-}
-
-bool isSignedBy(const CertificateHandle& certificate, const CertificateHandle& issuer) {
-    return X509_check_issued(issuer.get(), certificate.get()) == X509_V_OK &&
-           X509_verify(certificate.get(), X509_get0_pubkey(issuer.get())) == 1;
-}
-
-bool hasDuplicate(const CertificateChain& chain) {
-    for (auto one = chain.begin(); one != chain.end(); ++one) {
-        if (std::any_of(one + 1, chain.end(), [&](const CertificateHandle& other) {
-                return X509_cmp(one->get(), other.get()) == 0;
-            })) {
-            return true;
-        }
-    }
-    return false;
-}
 
 struct FreeStack {
     void operator()(STACK_OF(X509) * stack) const {
@@ -60,25 +34,6 @@ StoreHandle loadRoots(const std::string& rootCaFile) {
 }
 
 } // namespace
-
-std::string orderChain(CertificateChain& chain) {
-    if (hasDuplicate(chain)) {
-        return "the text holds a certificate twice";
-    }
-    auto next = std::find_if(chain.begin(), chain.end(), [&](const CertificateHandle& candidate) {
-        return !isNamedAsIssuer(chain, candidate);
-    });
-    for (auto place = chain.begin(); place != chain.end(); ++place) {
-        if (next == chain.end()) {
-            return "the certificates of the text do not form one chain";
-        }
-        std::rotate(place, next, next + 1);
-        next = std::find_if(place + 1, chain.end(), [&](const CertificateHandle& issuer) {
-            return isSignedBy(*place, issuer);
-        });
-    }
-    return {};
-}
 
 std::string rootFault(const CertificateChain& chain, const std::string& rootCaFile,
                       const BoardClock& clock) {

@@ -2,7 +2,7 @@
 
 // Key usage and extended key usage (RFC 5280, 4.2.1.3 and 4.2.1.12) under their Redfish names.
 
-#include "platform/certificate_backend/openssl_handles.h"
+#include "platform/x509/openssl_handles.h"
 
 #include <optional>
 #include <string>
@@ -24,4 +24,4 @@ struct KeyUsageValue {
 
 // The Redfish names of what the certificate's two extensions allow, in the schema's order. Purposes
 // without a Redfish name are left out.
-[[nodiscard]] std::vector<std::string> keyUsageOf(X509* certificate);
+[[nodiscard]] std::vector<std::string> keyUsageOf(const X509* certificate);

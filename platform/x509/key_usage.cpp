@@ -1,6 +1,6 @@
 // One table serves both directions: naming what a certificate holds, and requesting by name.
 
-#include "platform/certificate_backend/key_usage.h"
+#include "platform/x509/key_usage.h"
 
 #include <openssl/objects.h>
 
@@ -45,7 +45,7 @@ bool holdsPurpose(const EXTENDED_KEY_USAGE* purposes, int purpose) {
     return false;
 }
 
-std::vector<std::string> keyUsageOf(X509* certificate) {
+std::vector<std::string> keyUsageOf(const X509* certificate) {
     const BitStringHandle bits(static_cast<ASN1_BIT_STRING*>(
         X509_get_ext_d2i(certificate, NID_key_usage, nullptr, nullptr)));
     const ExtendedKeyUsageHandle purposes(static_cast<EXTENDED_KEY_USAGE*>(

@@ -1,0 +1,60 @@
+#include "platform/x509/names.h"
+
+#include "platform/x509/memory_text.h"
+
+#include <openssl/objects.h>
+
+#include <array>
+
+namespace {
+
+struct KnownPart {
+    int attribute; // OpenSSL's number
+    std::string_view property;
+};
+
+constexpr std::array<KnownPart, 7> KNOWN_PARTS = {{
+    {NID_commonName, "CommonName"},
+    {NID_organizationName, "Organization"},
+    {NID_organizationalUnitName, "OrganizationalUnit"},
+    {NID_localityName, "City"},
+    {NID_stateOrProvinceName, "State"},
+    {NID_countryName, "Country"},
+    {NID_pkcs9_emailAddress, "Email"},
+}};
+
+std::optional<std::string> utf8Of(const ASN1_STRING* value) {
+    unsigned char* text = nullptr;
+    const int length = ASN1_STRING_to_UTF8(&text, value);
+    if (length < 0) {
+        return std::nullopt;
+    }
+    std::string copy(reinterpret_cast<const char*>(text), static_cast<std::size_t>(length));
+    OPENSSL_free(text);
+    return copy;
+}
+
+// Letters outside ASCII stay readable: only the escapes of RFC 4514 are written.
+std::optional<std::string> wholeName(const X509_NAME* name) {
+    constexpr unsigned long FLAGS =
+        XN_FLAG_RFC2253 & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB);
+    const BioHandle memory = newMemory();
+    return X509_NAME_print_ex(memory.get(), name, 0, FLAGS) < 0
+               ? std::nullopt
+               : std::optional<std::string>(writtenText(memory));
+}
+
+} // namespace
+
+std::vector<NamePart> namePartsOf(const X509_NAME* name) {
+    std::vector<NamePart> parts;
+    for (const KnownPart& known : KNOWN_PARTS) {
+        const int index = X509_NAME_get_index_by_NID(name, known.attribute, -1);
+        if (index >= 0) {
+            const X509_NAME_ENTRY* entry = X509_NAME_get_entry(name, index);
+            parts.push_back({known.property, utf8Of(X509_NAME_ENTRY_get_data(entry))});
+        }
+    }
+    parts.push_back({"DisplayString", wholeName(name)});
+    return parts;
+}

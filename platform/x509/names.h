@@ -1,0 +1,23 @@
+#pragma once
+
+// Subject and issuer of a certificate under the names of Redfish's Identifier (Certificate 1.2).
+
+#include "platform/x509/openssl_handles.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct NamePart {
+    std::string_view property;        // "CommonName", "Organization", ...
+    std::optional<std::string> value; // nothing when OpenSSL cannot decode it
+};
+
+// The parts that the name has, the first of each where it is repeated, in this order: CommonName,
+// Organization, OrganizationalUnit, City, State, Country, Email; and always, at the end,
+// DisplayString: the whole name in the order and with the escapes of RFC 4514.
+//
+// A value is what stands in the certificate, converted to UTF-8. Whoever shows it checks it first:
+// it may hold control characters and anything else that a certificate's maker likes.
+[[nodiscard]] std::vector<NamePart> namePartsOf(const X509_NAME* name);
