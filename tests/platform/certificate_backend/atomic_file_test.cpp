@@ -1,5 +1,5 @@
-#include "platform/certificate_backend/atomic_file.h"
-#include "platform/certificate_backend/store_directory.h"
+#include "platform/certificate_backend/locked_directory.h"
+#include "platform/posix/atomic_file.h"
 #include "tests/support/temp_files.h"
 
 #include <fcntl.h>
@@ -29,10 +29,10 @@ protected:
 };
 
 TEST_F(AtomicFile, MakesItsDirectoriesForTheOwnerOnly) {
-    const OpenFile lock = lockStore(directory);
+    const LockedDirectory lock(directory);
     EXPECT_EQ(modeOf(directory), 0700U);
-    EXPECT_EQ(modeOf(installedDirectory(directory)), 0700U);
-    EXPECT_EQ(modeOf(requestsDirectory(directory)), 0700U);
+    EXPECT_EQ(modeOf(installedFolder(directory)), 0700U);
+    EXPECT_EQ(modeOf(requestsFolder(directory)), 0700U);
 }
 
 TEST_F(AtomicFile, WritesFilesForTheOwnerOnly) {
@@ -72,12 +72,12 @@ TEST_F(AtomicFile, LeavesNothingBehindWhenTheFinalNameIsTaken) {
 }
 
 TEST_F(AtomicFile, ClearsAwayWhatACrashLeftBehind) {
-    { const OpenFile lock = lockStore(directory); }
-    writeFile(installedDirectory(directory) + "/.new", "half a key");
-    writeFile(requestsDirectory(directory) + "/.new", "half a key");
-    const OpenFile lock = lockStore(directory);
-    EXPECT_FALSE(fileExists(installedDirectory(directory), ".new"));
-    EXPECT_FALSE(fileExists(requestsDirectory(directory), ".new"));
+    { const LockedDirectory lock(directory); }
+    writeFile(installedFolder(directory) + "/.new", "half a key");
+    writeFile(requestsFolder(directory) + "/.new", "half a key");
+    const LockedDirectory lock(directory);
+    EXPECT_FALSE(fileExists(installedFolder(directory), ".new"));
+    EXPECT_FALSE(fileExists(requestsFolder(directory), ".new"));
 }
 
 TEST_F(AtomicFile, TellsWhetherThereWasAFileToRemove) {
@@ -119,9 +119,9 @@ TEST_F(AtomicFile, NamesStepAndPathOfAFault) {
 
 TEST_F(AtomicFile, HoldsTheLockAloneAndAsLongAsItsOwnerLives) {
     makeDirectory(directory);
-    const OpenFile other(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor other(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     {
-        const OpenFile lock = lockDirectory(directory);
+        const FileDescriptor lock = lockDirectory(directory);
         EXPECT_NE(flock(other.get(), LOCK_SH | LOCK_NB), 0);
         EXPECT_EQ(errno, EWOULDBLOCK);
     }
@@ -135,7 +135,7 @@ TEST_F(AtomicFile, GivesTheLockToOneThreadAtATime) {
     std::atomic<int> turns = 0;
     const auto work = [&] {
         for (int i = 0; i < 200; ++i) {
-            const OpenFile lock = lockDirectory(directory);
+            const FileDescriptor lock = lockDirectory(directory);
             clashes += inside.fetch_add(1) == 0 ? 0 : 1;
             ++turns;
             inside.fetch_sub(1);

@@ -1,4 +1,5 @@
-#include "platform/certificate_backend/store_directory.h"
+#include "platform/certificate_backend/locked_directory.h"
+#include "platform/certificate_backend/sha256.h"
 
 #include <gtest/gtest.h>
 
