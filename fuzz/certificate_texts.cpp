@@ -119,9 +119,11 @@ void checkRefusal(const CreateCertResult& result) {
 void checkReadBack(const CreateCertRequest& request, const std::string& text) {
     const std::optional<CertificateType> type = certificateTypeOf(request.certificateType);
     require(type.has_value(), "what is installed has a type");
-    const CertificateText sent = readCertificateText(request.certificateString, *type);
-    const CertificateText kept = readCertificateText(text, *type, std::string::npos);
-    requireSame(kept.fault, "", "the certificate string can be read");
+    ChainAndKey sent;
+    ChainAndKey kept;
+    require(!readCertificateText(request.certificateString, *type, sent), "what was sent is good");
+    requireSame(readCertificateText(text, *type, kept, std::string::npos).value_or(""), "",
+                "the certificate string can be read");
     require(!kept.privateKey, "the certificate string holds no key");
     require(sent.chain.size() == kept.chain.size() &&
                 std::equal(sent.chain.begin(), sent.chain.end(), kept.chain.begin(),

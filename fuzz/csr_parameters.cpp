@@ -192,7 +192,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (refusal) {
         checkRefusal(request, *refusal);
     } else {
-        checkSigningRequest(request, requestText(makeRequest(parameters, givenKey()).get()));
+        checkSigningRequest(request, requestText(makeSigningRequest(parameters, givenKey()).get()));
     }
     if (!refusal && parameters.rsaBits != 0) {
         return 0;

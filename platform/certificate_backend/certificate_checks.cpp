@@ -25,25 +25,29 @@ bool isCurveAllowed(EVP_PKEY* key) {
            std::find(CURVES.begin(), CURVES.end(), name.data()) != CURVES.end();
 }
 
-std::string keyTypeFault(EVP_PKEY* key) {
+Fault rsaFault(EVP_PKEY* key) {
+    const int bits = EVP_PKEY_get_bits(key);
+    if (bits < SMALLEST_RSA_BITS || bits > LARGEST_RSA_BITS) {
+        return "the certificate's RSA key has " + std::to_string(bits) + " bits, not 2048 to 8192";
+    }
+    return std::nullopt;
+}
+
+Fault keyTypeFault(EVP_PKEY* key) {
     if (key == nullptr) {
         return "the certificate's public key cannot be read";
     }
     switch (EVP_PKEY_get_base_id(key)) {
     case EVP_PKEY_RSA:
-    case EVP_PKEY_RSA_PSS: {
-        const int bits = EVP_PKEY_get_bits(key);
-        return bits >= SMALLEST_RSA_BITS && bits <= LARGEST_RSA_BITS
-                   ? ""
-                   : "the certificate's RSA key has " + std::to_string(bits) +
-                         " bits, not 2048 to 8192";
-    }
+    case EVP_PKEY_RSA_PSS:
+        return rsaFault(key);
     case EVP_PKEY_EC:
-        return isCurveAllowed(key)
-                   ? ""
-                   : "the certificate's key is not on the curve P-256, P-384 or P-521";
+        if (!isCurveAllowed(key)) {
+            return "the certificate's key is not on the curve P-256, P-384 or P-521";
+        }
+        return std::nullopt;
     case EVP_PKEY_ED25519:
-        return {};
+        return std::nullopt;
     default:
         return "the certificate's key is neither RSA nor P-256, P-384, P-521 or Ed25519";
     }
@@ -53,9 +57,19 @@ bool isSelfSigned(X509* certificate) {
     return (X509_get_extension_flags(certificate) & EXFLAG_SS) != 0;
 }
 
+Fault certificateFault(X509* certificate, bool signatureCounts, const BoardClock& clock) {
+    if (Fault fault = validityFault(certificate, clock)) {
+        return fault;
+    }
+    if (Fault fault = keyFault(certificate)) {
+        return fault;
+    }
+    return signatureCounts ? signatureFault(certificate) : std::nullopt;
+}
+
 } // namespace
 
-std::string validityFault(X509* certificate, const BoardClock& clock) {
+Fault validityFault(X509* certificate, const BoardClock& clock) {
     std::optional<std::tm> start = utcTime(X509_get0_notBefore(certificate));
     std::optional<std::tm> end = utcTime(X509_get0_notAfter(certificate));
     if (!start || !end) {
@@ -67,68 +81,72 @@ std::string validityFault(X509* certificate, const BoardClock& clock) {
     if (timegm(&*start) > clock.now && !isUnset(clock)) {
         return "the certificate is not valid before " + isoTime(*start);
     }
-    return {};
+    return std::nullopt;
 }
 
-std::string keyFault(X509* certificate) {
-    return (X509_get_extension_flags(certificate) & EXFLAG_INVALID) != 0
-               ? "the certificate's extensions cannot be read"
-               : keyTypeFault(X509_get0_pubkey(certificate));
+Fault keyFault(X509* certificate) {
+    if ((X509_get_extension_flags(certificate) & EXFLAG_INVALID) != 0) {
+        return "the certificate's extensions cannot be read";
+    }
+    return keyTypeFault(X509_get0_pubkey(certificate));
 }
 
-std::string signatureFault(X509* certificate) {
+Fault signatureFault(X509* certificate) {
     int bits = 0;
     if (X509_get_signature_info(certificate, nullptr, nullptr, &bits, nullptr) == 1 &&
         bits >= LEAST_SIGNATURE_BITS) {
-        return {};
+        return std::nullopt;
     }
     const char* algorithm = OBJ_nid2ln(X509_get_signature_nid(certificate));
     return std::string("the certificate's signature is too weak: ") +
            (algorithm == nullptr ? "unknown algorithm" : algorithm);
 }
 
-std::string serverUseFault(X509* certificate) {
+Fault serverUseFault(X509* certificate) {
     const std::uint32_t flags = X509_get_extension_flags(certificate);
     if ((flags & EXFLAG_CA) != 0 && (flags & EXFLAG_SS) == 0) {
         return "the certificate is that of a certification authority";
     }
     const std::uint32_t uses = X509_get_extended_key_usage(certificate);
-    const bool forServers =
-        (flags & EXFLAG_XKUSAGE) == 0 || (uses & (XKU_SSL_SERVER | XKU_ANYEKU)) != 0;
-    return forServers ? "" : "the certificate's extended key usage lacks server authentication";
+    if ((flags & EXFLAG_XKUSAGE) != 0 && (uses & (XKU_SSL_SERVER | XKU_ANYEKU)) == 0) {
+        return "the certificate's extended key usage lacks server authentication";
+    }
+    return std::nullopt;
 }
 
-std::string privateKeyFault(const CertificateText& text, CollectionKind kind) {
-    if (!text.privateKey) {
-        return {};
+Fault privateKeyFault(const ChainAndKey& certificate, CollectionKind kind) {
+    if (!certificate.privateKey) {
+        return std::nullopt;
     }
     if (kind == CollectionKind::TRUST) {
         return "the text holds a private key, which does not belong into a collection of trusted "
                "certificates";
     }
-    return keysBelongTogether(text.privateKey.get(), X509_get0_pubkey(text.chain.front().get()))
-               ? ""
-               : "the private key of the text does not belong to the certificate";
+    if (!keysBelongTogether(certificate.privateKey.get(),
+                            X509_get0_pubkey(certificate.chain.front().get()))) {
+        return "the private key of the text does not belong to the certificate";
+    }
+    return std::nullopt;
 }
 
-std::string admissionFault(const CertificateText& text, CollectionKind kind,
-                           const std::string& rootCaFile, const BoardClock& clock) {
-    for (const CertificateHandle& certificate : text.chain) {
-        std::string fault = validityFault(certificate.get(), clock);
-        fault = fault.empty() ? keyFault(certificate.get()) : fault;
-        const bool isIdentity =
-            kind == CollectionKind::IDENTITY && certificate == text.chain.front();
-        if (fault.empty() && (isIdentity || !isSelfSigned(certificate.get()))) {
-            fault = signatureFault(certificate.get());
-        }
-        if (!fault.empty()) {
+Fault admissionFault(const ChainAndKey& certificate, CollectionKind kind,
+                     const std::string& rootCaFile, const BoardClock& clock) {
+    const CertificateHandle& first = certificate.chain.front();
+    const bool isIdentity = kind == CollectionKind::IDENTITY;
+    for (const CertificateHandle& each : certificate.chain) {
+        const bool signatureCounts = (isIdentity && each == first) || !isSelfSigned(each.get());
+        if (Fault fault = certificateFault(each.get(), signatureCounts, clock)) {
             return fault;
         }
     }
-    std::string fault = privateKeyFault(text, kind);
-    if (kind == CollectionKind::TRUST || !fault.empty()) {
+    if (Fault fault = privateKeyFault(certificate, kind)) {
         return fault;
     }
-    fault = serverUseFault(text.chain.front().get());
-    return fault.empty() && !rootCaFile.empty() ? rootFault(text.chain, rootCaFile, clock) : fault;
+    if (!isIdentity) {
+        return std::nullopt;
+    }
+    if (Fault fault = serverUseFault(first.get())) {
+        return fault;
+    }
+    return rootCaFile.empty() ? std::nullopt : rootFault(certificate.chain, rootCaFile, clock);
 }

@@ -24,7 +24,7 @@ bool fillIdentifier(const X509_NAME* name, Identifier& identifier) {
 
 } // namespace
 
-std::string fillProperties(X509* certificate, CreateCertResult& result) {
+Fault fillProperties(X509* certificate, CreateCertResult& result) {
     if (!fillIdentifier(X509_get_issuer_name(certificate), result.issuer) ||
         !fillIdentifier(X509_get_subject_name(certificate), result.subject)) {
         return "a name in the certificate is not printable text";
@@ -37,5 +37,5 @@ std::string fillProperties(X509* certificate, CreateCertResult& result) {
     result.validNotBefore = isoTime(*start);
     result.validNotAfter = isoTime(*end);
     result.keyUsage = keyUsageOf(certificate);
-    return {};
+    return std::nullopt;
 }

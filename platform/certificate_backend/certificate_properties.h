@@ -4,12 +4,11 @@
 // Subject, ValidNotBefore, ValidNotAfter).
 
 #include "platform/certificate_backend.h"
+#include "platform/fault.h"
 #include "platform/x509/openssl_handles.h"
-
-#include <string>
 
 // Fills key usage, issuer, subject and dates. The names hold CommonName, Organization,
 // OrganizationalUnit, City, State, Country and Email, each where the certificate has it, the first
 // one where it is repeated, and DisplayString with the whole name (RFC 4514 order and escapes).
-// Returns why the certificate cannot be shown, for a message; empty when all is filled.
-[[nodiscard]] std::string fillProperties(X509* certificate, CreateCertResult& result);
+// Returns why the certificate cannot be shown; the result is then not to be used.
+[[nodiscard]] Fault fillProperties(X509* certificate, CreateCertResult& result);

@@ -23,17 +23,17 @@ bool isOneOf(const Labels& labels, const std::string& label) {
     return std::find(labels.begin(), labels.end(), label) != labels.end();
 }
 
-std::string addCertificate(const SecretBytes& content, CertificateText& result) {
+Fault addCertificate(const SecretBytes& content, ChainAndKey& result) {
     const unsigned char* position = content.data();
     CertificateHandle certificate(d2i_X509(nullptr, &position, static_cast<long>(content.size())));
     if (!certificate || position != content.data() + content.size()) {
         return "a certificate of the text cannot be decoded";
     }
     result.chain.push_back(std::move(certificate));
-    return {};
+    return std::nullopt;
 }
 
-std::string addSignedData(const SecretBytes& content, CertificateText& result) {
+Fault addSignedData(const SecretBytes& content, ChainAndKey& result) {
     const unsigned char* position = content.data();
     const SignedDataHandle data(d2i_PKCS7(nullptr, &position, static_cast<long>(content.size())));
     if (!data || position != content.data() + content.size()) {
@@ -44,47 +44,56 @@ std::string addSignedData(const SecretBytes& content, CertificateText& result) {
     }
     CertificateChain certificates = certificatesOf(data.get());
     std::move(certificates.begin(), certificates.end(), std::back_inserter(result.chain));
-    return {};
+    return std::nullopt;
 }
 
-std::string addPrivateKey(const SecretBytes& content, CertificateText& result) {
+KeyHandle decodePrivateKey(const SecretBytes& content) {
+    const unsigned char* position = content.data();
+    return KeyHandle(d2i_AutoPrivateKey(nullptr, &position, static_cast<long>(content.size())));
+}
+
+Fault addPrivateKey(const SecretBytes& content, ChainAndKey& result) {
     if (result.privateKey) {
         return "the text holds more than one private key";
     }
-    const unsigned char* position = content.data();
-    result.privateKey.reset(
-        d2i_AutoPrivateKey(nullptr, &position, static_cast<long>(content.size())));
-    return result.privateKey ? "" : "the private key of the text cannot be decoded";
+    result.privateKey = decodePrivateKey(content);
+    if (!result.privateKey) {
+        return "the private key of the text cannot be decoded";
+    }
+    return std::nullopt;
 }
 
-std::string addBlock(const PemBlock& block, CertificateType type, CertificateText& result) {
+Fault addBlock(const PemBlock& block, CertificateType type, ChainAndKey& result) {
     if (block.encrypted || block.label == ENCRYPTED_KEY_LABEL) {
         return "the private key of the text is encrypted";
     }
-    if (type == CertificateType::SIGNED_DATA ? isOneOf(PKCS7_LABELS, block.label)
-                                             : isOneOf(CERTIFICATE_LABELS, block.label)) {
-        return type == CertificateType::SIGNED_DATA ? addSignedData(block.content, result)
-                                                    : addCertificate(block.content, result);
+    if (type == CertificateType::SIGNED_DATA && isOneOf(PKCS7_LABELS, block.label)) {
+        return addSignedData(block.content, result);
+    }
+    if (type != CertificateType::SIGNED_DATA && isOneOf(CERTIFICATE_LABELS, block.label)) {
+        return addCertificate(block.content, result);
     }
     if (isOneOf(KEY_LABELS, block.label)) {
         return addPrivateKey(block.content, result);
     }
-    return block.label == EC_PARAMETERS_LABEL
-               ? ""
-               : "the text holds a \"" + block.label +
-                     "\" block, which does not belong into its certificate type";
+    if (block.label != EC_PARAMETERS_LABEL) {
+        return "the text holds a \"" + block.label +
+               "\" block, which does not belong into its certificate type";
+    }
+    return std::nullopt;
 }
 
-std::string countFault(std::size_t count, CertificateType type) {
+Fault countFault(std::size_t count, CertificateType type) {
     if (count == 0) {
         return "the text holds no certificate";
     }
     if (type == CertificateType::SINGLE && count > 1) {
         return "the text holds more than one certificate; its type must be PEMchain";
     }
-    return count > MOST_CERTIFICATES
-               ? "the text holds more than " + std::to_string(MOST_CERTIFICATES) + " certificates"
-               : "";
+    if (count > MOST_CERTIFICATES) {
+        return "the text holds more than " + std::to_string(MOST_CERTIFICATES) + " certificates";
+    }
+    return std::nullopt;
 }
 
 bool hasDuplicate(const CertificateChain& chain) {
@@ -98,23 +107,27 @@ bool hasDuplicate(const CertificateChain& chain) {
     return false;
 }
 
-std::string textFault(std::string_view text, std::size_t longest) {
+Fault textFault(std::string_view text, std::size_t longest) {
     if (text.empty()) {
         return "the text is empty";
     }
     if (text.size() > longest) {
         return "the text is longer than " + std::to_string(longest) + " bytes";
     }
-    return text.find('\0') == std::string_view::npos ? "" : "the text holds a NUL character";
+    if (text.find('\0') != std::string_view::npos) {
+        return "the text holds a NUL character";
+    }
+    return std::nullopt;
 }
 
-std::string chainFault(CertificateChain& chain) {
+Fault chainFault(CertificateChain& chain) {
     if (hasDuplicate(chain)) {
         return "the text holds a certificate twice";
     }
-    return orderChain(chain, hasIssuerSignature)
-               ? ""
-               : "the certificates of the text do not form one chain";
+    if (!orderChain(chain, hasIssuerSignature)) {
+        return "the certificates of the text do not form one chain";
+    }
+    return std::nullopt;
 }
 
 SignedDataHandle signedDataOf(const CertificateChain& chain) {
@@ -143,27 +156,33 @@ std::optional<CertificateType> certificateTypeOf(std::string_view name) {
     return name == "PKCS7" ? std::optional(CertificateType::SIGNED_DATA) : std::nullopt;
 }
 
-CertificateText readCertificateText(std::string_view text, CertificateType type,
-                                    std::size_t longest) {
-    CertificateText result;
-    result.fault = textFault(text, longest);
-    if (!result.fault.empty()) {
-        return result;
+Fault readCertificateText(std::string_view text, CertificateType type, ChainAndKey& result,
+                          std::size_t longest) {
+    if (Fault fault = textFault(text, longest)) {
+        return fault;
     }
-    PemBlocks pem = splitPemBlocks(text);
-    result.fault = pem.fault;
-    for (std::size_t i = 0; i < pem.blocks.size() && result.fault.empty(); ++i) {
-        result.fault = addBlock(pem.blocks[i], type, result);
+    std::vector<PemBlock> blocks;
+    if (Fault fault = splitPemBlocks(text, blocks)) {
+        return fault;
     }
-    if (result.fault.empty()) {
-        result.fault = countFault(result.chain.size(), type);
+    for (const PemBlock& block : blocks) {
+        if (Fault fault = addBlock(block, type, result)) {
+            return fault;
+        }
     }
-    if (result.fault.empty()) {
-        result.fault = chainFault(result.chain);
+    if (Fault fault = countFault(result.chain.size(), type)) {
+        return fault;
     }
-    return result;
+    return chainFault(result.chain);
 }
 
 std::string certificateText(const CertificateChain& chain, CertificateType type) {
     return type == CertificateType::SIGNED_DATA ? pemText(signedDataOf(chain)) : pemText(chain);
+}
+
+KeyHandle readPrivateKey(std::string_view text) {
+    std::vector<PemBlock> blocks;
+    const bool isOneKey = !splitPemBlocks(text, blocks) && blocks.size() == 1 &&
+                          isOneOf(KEY_LABELS, blocks.front().label);
+    return isOneKey ? decodePrivateKey(blocks.front().content) : nullptr;
 }

@@ -1,6 +1,5 @@
-// The exported functions: the operations with the settings of the moment, and a net below each that
-// no exception passes. What failed goes to standard error; the client learns that it was not its
-// fault.
+// The exported functions: the operations in the surroundings of the moment. No exception leaves
+// them: what failed goes to standard error, and the client learns that it was not its fault.
 
 #include "platform/certificate_backend.h"
 #include "platform/certificate_backend/messages.h"
@@ -31,7 +30,7 @@ template <typename Result, typename Operation>
 Result guarded(const char* handler, Operation operation) noexcept {
     ERR_clear_error();
     try {
-        Result result = operation(currentSettings());
+        Result result = operation(currentSurroundings());
         ERR_clear_error(); // this thread's queue is not left with our failures
         return result;
     } catch (const std::exception& error) {
@@ -46,25 +45,25 @@ Result guarded(const char* handler, Operation operation) noexcept {
 } // namespace
 
 CreateCertResult createCertificateHandler(const CreateCertRequest& request) {
-    return guarded<CreateCertResult>("create", [&](const BackendSettings& settings) {
-        return installCertificate(settings, request);
+    return guarded<CreateCertResult>("create", [&](const Surroundings& surroundings) {
+        return createCertificate(surroundings, request);
     });
 }
 
 DeleteCertResult deleteCertificateHandler(const std::string& certificateUri) {
-    return guarded<DeleteCertResult>("delete", [&](const BackendSettings& settings) {
-        return uninstallCertificate(settings, certificateUri);
+    return guarded<DeleteCertResult>("delete", [&](const Surroundings& surroundings) {
+        return deleteCertificate(surroundings, certificateUri);
     });
 }
 
 CSRResult generateCSRHandler(const CSRRequest& request) {
-    return guarded<CSRResult>("signing request", [&](const BackendSettings& settings) {
-        return makeSigningRequest(settings, request);
+    return guarded<CSRResult>("signing request", [&](const Surroundings& surroundings) {
+        return generateCsr(surroundings, request);
     });
 }
 
 CreateCertResult replaceCertificateHandler(const ReplaceCertRequest& request) {
-    return guarded<CreateCertResult>("replace", [&](const BackendSettings& settings) {
-        return exchangeCertificate(settings, request);
+    return guarded<CreateCertResult>("replace", [&](const Surroundings& surroundings) {
+        return replaceCertificate(surroundings, request);
     });
 }

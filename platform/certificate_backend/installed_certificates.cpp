@@ -1,9 +1,7 @@
-// Key and certificate in one file: servers read both from it, and one rename replaces both.
-
 #include "platform/certificate_backend/installed_certificates.h"
 
 #include "platform/certificate_backend/key_pair.h"
-#include "platform/certificate_backend/store_directory.h"
+#include "platform/posix/atomic_file.h"
 
 #include <stdexcept>
 
@@ -19,35 +17,37 @@ std::string fileName(const std::string& certificateUri) {
 } // namespace
 
 std::string installedFile(const std::string& directory, const std::string& certificateUri) {
-    return installedDirectory(directory) + "/" + fileName(certificateUri);
+    return installedFolder(directory) + "/" + fileName(certificateUri);
 }
 
-bool isInstalled(const std::string& directory, const std::string& certificateUri) {
-    return fileExists(installedDirectory(directory), fileName(certificateUri));
+bool isInstalled(const LockedDirectory& directory, const std::string& certificateUri) {
+    return fileExists(installedFolder(directory.path()), fileName(certificateUri));
 }
 
-std::optional<InstalledCertificate> loadInstalled(const std::string& directory,
-                                                  const std::string& certificateUri) {
+std::optional<ChainAndKey> loadInstalled(const LockedDirectory& directory,
+                                         const std::string& certificateUri) {
     const std::optional<SecretText> content =
-        readFile(installedDirectory(directory), fileName(certificateUri));
+        readFile(installedFolder(directory.path()), fileName(certificateUri));
     if (!content) {
         return std::nullopt;
     }
-    CertificateText text = readCertificateText(*content, CertificateType::CHAIN, LONGEST_FILE);
-    if (!text.fault.empty()) {
-        throw std::runtime_error(installedFile(directory, certificateUri) +
-                                 " is damaged: " + text.fault);
+    ChainAndKey installed;
+    if (const Fault fault =
+            readCertificateText(*content, CertificateType::CHAIN, installed, LONGEST_FILE)) {
+        throw std::runtime_error(installedFile(directory.path(), certificateUri) +
+                                 " is damaged: " + *fault);
     }
-    return InstalledCertificate{std::move(text.chain), std::move(text.privateKey)};
+    return installed;
 }
 
-void storeInstalled(const std::string& directory, const std::string& certificateUri, EVP_PKEY* key,
-                    const CertificateChain& chain) {
-    SecretText content = key == nullptr ? SecretText() : privateKeyText(key);
-    content += certificateText(chain, CertificateType::CHAIN);
-    writeFileAtomically(installedDirectory(directory), fileName(certificateUri), content);
+void saveInstalled(const LockedDirectory& directory, const std::string& certificateUri,
+                   const ChainAndKey& certificate) {
+    SecretText content =
+        certificate.privateKey ? privateKeyText(certificate.privateKey.get()) : SecretText();
+    content += certificateText(certificate.chain, CertificateType::CHAIN);
+    writeFileAtomically(installedFolder(directory.path()), fileName(certificateUri), content);
 }
 
-bool removeInstalled(const std::string& directory, const std::string& certificateUri) {
-    return removeFile(installedDirectory(directory), fileName(certificateUri));
+bool removeInstalled(const LockedDirectory& directory, const std::string& certificateUri) {
+    return removeFile(installedFolder(directory.path()), fileName(certificateUri));
 }

@@ -2,7 +2,7 @@
 
 #include "platform/certificate_backend/key_pair.h"
 
-#include "platform/certificate_backend/store_directory.h"
+#include "platform/certificate_backend/sha256.h"
 #include "platform/x509/memory_text.h"
 
 #include <openssl/pem.h>

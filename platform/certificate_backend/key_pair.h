@@ -2,7 +2,7 @@
 
 // Private keys: making, writing, and proving to which public key they belong.
 
-#include "platform/certificate_backend/secret_text.h"
+#include "platform/posix/secret_text.h"
 #include "platform/x509/openssl_handles.h"
 
 #include <string>

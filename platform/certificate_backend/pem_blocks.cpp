@@ -83,7 +83,7 @@ bool takeBody(std::string_view& text, const std::string& label, std::string_view
     return true;
 }
 
-std::string takeBlock(std::string_view& text, PemBlock& block) {
+Fault takeBlock(std::string_view& text, PemBlock& block) {
     std::string_view body;
     if (!takeLabel(text, block.label)) {
         return "the text holds something that is not a PEM block";
@@ -96,19 +96,20 @@ std::string takeBlock(std::string_view& text, PemBlock& block) {
     if (!block.encrypted && !decodeBase64(body, block.content)) {
         return "a PEM block of the text is not correct base64";
     }
-    return {};
+    return std::nullopt;
 }
 
 } // namespace
 
-PemBlocks splitPemBlocks(std::string_view text) {
-    PemBlocks result;
+Fault splitPemBlocks(std::string_view text, std::vector<PemBlock>& blocks) {
     skipBlanks(text);
-    while (!text.empty() && result.fault.empty()) {
+    while (!text.empty()) {
         PemBlock block;
-        result.fault = takeBlock(text, block);
-        result.blocks.push_back(std::move(block));
+        if (Fault fault = takeBlock(text, block)) {
+            return fault;
+        }
+        blocks.push_back(std::move(block));
         skipBlanks(text);
     }
-    return result;
+    return std::nullopt;
 }

@@ -2,7 +2,8 @@
 
 // Textual encodings (RFC 7468): a text cut into its "-----BEGIN ...-----" blocks.
 
-#include "platform/certificate_backend/secret_text.h"
+#include "platform/fault.h"
+#include "platform/posix/secret_text.h"
 
 #include <string>
 #include <string_view>
@@ -14,11 +15,7 @@ struct PemBlock {
     bool encrypted = false; // a header says that the content is encrypted (RFC 1421)
 };
 
-struct PemBlocks {
-    std::vector<PemBlock> blocks;
-    std::string fault; // why the text was not understood, for a message; empty when it was
-};
-
 // Takes the text apart. Strict: between, before and after the blocks stands only white space,
-// inside a block only base64. The fault holds nothing of the text.
-[[nodiscard]] PemBlocks splitPemBlocks(std::string_view text);
+// inside a block only base64. Returns why the text is refused, in words that hold nothing of it;
+// blocks then holds those before the fault.
+[[nodiscard]] Fault splitPemBlocks(std::string_view text, std::vector<PemBlock>& blocks);

@@ -3,11 +3,9 @@
 
 #include "platform/certificate_backend/request_keys.h"
 
+#include "platform/certificate_backend/certificate_text.h"
 #include "platform/certificate_backend/key_pair.h"
-#include "platform/certificate_backend/store_directory.h"
-#include "platform/x509/memory_text.h"
-
-#include <openssl/pem.h>
+#include "platform/posix/atomic_file.h"
 
 #include <algorithm>
 #include <array>
@@ -29,14 +27,14 @@ bool isKeyFile(const std::string& name) {
                        [](char c) { return c >= '0' && c <= '9'; });
 }
 
-std::vector<std::string> keyFiles(const std::string& directory) {
-    std::vector<std::string> names = listFiles(requestsDirectory(directory));
+std::vector<std::string> keyFiles(const LockedDirectory& directory) {
+    std::vector<std::string> names = listFiles(requestsFolder(directory.path()));
     std::erase_if(names, [](const std::string& name) { return !isKeyFile(name); });
     return names;
 }
 
 // The file that holds the key of that digest; empty when there is none.
-std::string fileOfKey(const std::string& directory, EVP_PKEY* publicKey) {
+std::string fileOfKey(const LockedDirectory& directory, EVP_PKEY* publicKey) {
     const std::vector<std::string> names = keyFiles(directory);
     if (names.empty()) {
         return {}; // the digest costs more than the look
@@ -58,8 +56,8 @@ std::string numberAfter(const std::vector<std::string>& names) {
 
 } // namespace
 
-void keepRequestKey(const std::string& directory, EVP_PKEY* key, const std::string& digest) {
-    const std::string folder = requestsDirectory(directory);
+void keepRequestKey(const LockedDirectory& directory, EVP_PKEY* key, const std::string& digest) {
+    const std::string folder = requestsFolder(directory.path());
     const std::vector<std::string> older = keyFiles(directory);
     writeFileAtomically(folder, numberAfter(older) + "-" + digest + ENDING, privateKeyText(key));
     for (std::size_t i = 0; i + MOST_KEYS <= older.size(); ++i) {
@@ -67,25 +65,24 @@ void keepRequestKey(const std::string& directory, EVP_PKEY* key, const std::stri
     }
 }
 
-KeyHandle findRequestKey(const std::string& directory, EVP_PKEY* publicKey) {
+KeyHandle findRequestKey(const LockedDirectory& directory, EVP_PKEY* publicKey) {
     const std::string name = fileOfKey(directory, publicKey);
     const std::optional<SecretText> text =
-        name.empty() ? std::nullopt : readFile(requestsDirectory(directory), name);
+        name.empty() ? std::nullopt : readFile(requestsFolder(directory.path()), name);
     if (!text) {
         return nullptr;
     }
-    const BioHandle memory = readableText(*text);
-    KeyHandle key(PEM_read_bio_PrivateKey(memory.get(), nullptr, noPassphrase, nullptr));
+    KeyHandle key = readPrivateKey(*text);
     if (!key || !keysBelongTogether(key.get(), publicKey)) {
         throw std::runtime_error("the key file " + name + " is damaged");
     }
     return key;
 }
 
-void dropRequestKey(const std::string& directory, EVP_PKEY* publicKey) {
+void dropRequestKey(const LockedDirectory& directory, EVP_PKEY* publicKey) {
     const std::string name = fileOfKey(directory, publicKey);
     if (!name.empty()) {
         static_cast<void>(
-            removeFile(requestsDirectory(directory), name)); // gone already is as good
+            removeFile(requestsFolder(directory.path()), name)); // gone already is as good
     }
 }

@@ -117,7 +117,7 @@ const EVP_MD* digestFor(const CsrParameters& parameters) {
 
 } // namespace
 
-RequestHandle makeRequest(const CsrParameters& parameters, EVP_PKEY* key) {
+RequestHandle makeSigningRequest(const CsrParameters& parameters, EVP_PKEY* key) {
     RequestHandle request(X509_REQ_new());
     require(request && X509_REQ_set_version(request.get(), X509_REQ_VERSION_1) == 1, "version");
     setSubject(request.get(), parameters);

@@ -35,8 +35,8 @@ StoreHandle loadRoots(const std::string& rootCaFile) {
 
 } // namespace
 
-std::string rootFault(const CertificateChain& chain, const std::string& rootCaFile,
-                      const BoardClock& clock) {
+Fault rootFault(const CertificateChain& chain, const std::string& rootCaFile,
+                const BoardClock& clock) {
     const StoreHandle roots = loadRoots(rootCaFile);
     const StackHandle issuers = issuersOf(chain);
     const StoreContextHandle context(X509_STORE_CTX_new());
@@ -53,7 +53,7 @@ std::string rootFault(const CertificateChain& chain, const std::string& rootCaFi
         X509_VERIFY_PARAM_set_time(parameters, clock.now);
     }
     if (X509_verify_cert(context.get()) == 1) {
-        return {};
+        return std::nullopt;
     }
     return std::string("the certificate does not lead to a trusted root: ") +
            X509_verify_cert_error_string(X509_STORE_CTX_get_error(context.get()));

@@ -8,11 +8,10 @@
 #include "platform/configuration.h"
 
 #include "platform/configuration/parser.h"
-#include "platform/file_descriptor.h"
+#include "platform/posix/file_descriptor.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -42,21 +41,21 @@ std::nullopt_t unreadable(const std::string& path, int error) {
     return unreadable(path, std::generic_category().message(error));
 }
 
-std::optional<std::string> readAll(int fd, const std::string& path) {
+std::optional<std::string> readAll(const FileDescriptor& file, const std::string& path) {
     std::string text;
     std::array<char, 4096> chunk{};
-    while (text.size() <= MAX_FILE_SIZE) {
-        const auto count = ::read(fd, chunk.data(), chunk.size());
-        if (count == 0) {
-            return text;
-        }
-        if (count > 0) {
-            text.append(chunk.data(), static_cast<std::size_t>(count));
-        } else if (errno != EINTR) {
+    ssize_t count = 0;
+    do {
+        count = readUpTo(file, chunk.data(), chunk.size());
+        if (count < 0) {
             return unreadable(path, errno);
         }
-    }
-    return unreadable(path, EFBIG);
+        text.append(chunk.data(), static_cast<std::size_t>(count));
+        if (text.size() > MAX_FILE_SIZE) {
+            return unreadable(path, EFBIG);
+        }
+    } while (count == static_cast<ssize_t>(chunk.size()));
+    return text;
 }
 
 // The file's bytes. That there is no such file is a normal state and goes unreported.
@@ -76,7 +75,7 @@ std::optional<std::string> readFile(const std::string& path) {
     if (!S_ISREG(status.st_mode)) {
         return unreadable(path, "Not a regular file");
     }
-    return readAll(file.get(), path);
+    return readAll(file, path);
 }
 
 // The value of key when it and a terminating NUL fit into size characters.

@@ -8,6 +8,7 @@
 #include "platform/data_decryption.h"
 #include "platform/data_decryption/encrypted_text.h"
 #include "platform/data_decryption/key_file.h"
+#include "platform/x509/openssl_handles.h"
 
 #include <openssl/crypto.h>
 
@@ -34,8 +35,7 @@ int digitValue(char digit) {
     return -1;
 }
 
-// Fills bytes from digits and returns an empty text, or returns why they are no encrypted text.
-std::string decodeDigits(std::string_view digits, Bytes& bytes) {
+Fault decodeDigits(std::string_view digits, Bytes& bytes) {
     if (digits.size() > MAX_DIGITS) {
         return "the text has more than " + std::to_string(MAX_DIGITS) + " digits";
     }
@@ -54,13 +54,13 @@ std::string decodeDigits(std::string_view digits, Bytes& bytes) {
         }
         bytes.push_back(static_cast<unsigned char>(high * 16 + low));
     }
-    return {};
+    return std::nullopt;
 }
 
-// Fills plainText and returns an empty text, or wipes it and returns why it cannot be had.
-std::string openText(Bytes& bytes, const CipherKey& key, std::string& plainText) {
+// Decrypts into plainText, whose content is worth nothing when there is a fault.
+Fault openText(Bytes& bytes, const CipherKey& key, std::string& plainText) {
     const ErrorQueueGuard errors;
-    const CipherContext context(EVP_CIPHER_CTX_new());
+    const CipherContextHandle context(EVP_CIPHER_CTX_new());
     const unsigned char* nonce = bytes.data();
     const unsigned char* cipherText = nonce + NONCE_SIZE;
     plainText.resize(bytes.size() - NONCE_SIZE - TAG_SIZE);
@@ -74,34 +74,35 @@ std::string openText(Bytes& bytes, const CipherKey& key, std::string& plainText)
         EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_AEAD_SET_TAG, TAG_SIZE, tag) != 1 ||
         EVP_DecryptUpdate(context.get(), out, &count, cipherText,
                           static_cast<int>(plainText.size())) != 1) {
-        OPENSSL_cleanse(plainText.data(), plainText.size());
-        plainText.clear();
         return "OpenSSL refuses AES-256-GCM";
     }
     if (EVP_DecryptFinal_ex(context.get(), out + count, &count) != 1) {
-        OPENSSL_cleanse(plainText.data(), plainText.size());
-        plainText.clear();
         return "the text is damaged or was encrypted with another key";
     }
-    return {};
+    return std::nullopt;
+}
+
+Fault decrypt(const std::string& cipherHex, const std::string& keyFile, std::string& plainText) {
+    Bytes bytes;
+    CipherKey key;
+    if (Fault fault = decodeDigits(cipherHex, bytes)) {
+        return fault;
+    }
+    if (Fault fault = readKeyFile(keyFile, key)) {
+        return fault;
+    }
+    return openText(bytes, key, plainText);
 }
 
 } // namespace
 
 std::string decryptHexString(const std::string& cipherHex, const std::string& keyFile) {
     std::string plainText; // the one object that is returned: a move would leave a copy behind
-    Bytes bytes;
-    CipherKey key;
-    std::string failure = decodeDigits(cipherHex, bytes);
-    if (failure.empty()) {
-        failure = readKeyFile(keyFile, key);
-    }
-    if (failure.empty()) {
-        failure = openText(bytes, key, plainText);
-    }
-    if (!failure.empty()) {
-        failure = "data_decryption: " + failure + "\n";
-        static_cast<void>(std::fputs(failure.c_str(), stderr)); // nowhere else to complain
+    if (const Fault fault = decrypt(cipherHex, keyFile, plainText)) {
+        OPENSSL_cleanse(plainText.data(), plainText.size());
+        plainText.clear();
+        const std::string line = "data_decryption: " + *fault + "\n";
+        static_cast<void>(std::fputs(line.c_str(), stderr)); // nowhere else to complain
     }
     return plainText;
 }

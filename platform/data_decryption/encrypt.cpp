@@ -5,6 +5,7 @@
 
 #include "platform/data_decryption/encrypted_text.h"
 #include "platform/data_decryption/key_file.h"
+#include "platform/x509/openssl_handles.h"
 
 #include <openssl/rand.h>
 
@@ -30,7 +31,7 @@ std::string encodeDigits(const Bytes& bytes) {
 // Whether bytes now holds the encrypted text.
 bool sealText(const std::string& plainText, const CipherKey& key, Bytes& bytes) {
     const ErrorQueueGuard errors;
-    const CipherContext context(EVP_CIPHER_CTX_new());
+    const CipherContextHandle context(EVP_CIPHER_CTX_new());
     bytes.resize(NONCE_SIZE + plainText.size() + TAG_SIZE);
     unsigned char* nonce = bytes.data();
     unsigned char* cipherText = nonce + NONCE_SIZE;
@@ -46,8 +47,7 @@ bool sealText(const std::string& plainText, const CipherKey& key, Bytes& bytes) 
            EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_AEAD_GET_TAG, TAG_SIZE, tag) == 1;
 }
 
-// Fills bytes and returns an empty text, or returns why plainText cannot be encrypted.
-std::string encrypt(const std::string& plainText, const std::string& keyFile, Bytes& bytes) {
+Fault encrypt(const std::string& plainText, const std::string& keyFile, Bytes& bytes) {
     if (plainText.empty()) {
         return "an empty text cannot be encrypted";
     }
@@ -55,20 +55,21 @@ std::string encrypt(const std::string& plainText, const std::string& keyFile, By
         return "the text has more than " + std::to_string(MAX_PLAIN_SIZE) + " bytes";
     }
     CipherKey key;
-    std::string failure = readKeyFile(keyFile, key);
-    if (!failure.empty()) {
-        return failure;
+    if (Fault fault = readKeyFile(keyFile, key)) {
+        return fault;
     }
-    return sealText(plainText, key, bytes) ? "" : "OpenSSL refuses AES-256-GCM";
+    if (!sealText(plainText, key, bytes)) {
+        return "OpenSSL refuses AES-256-GCM";
+    }
+    return std::nullopt;
 }
 
 } // namespace
 
 std::string encryptHexString(const std::string& plainText, const std::string& keyFile) {
     Bytes bytes;
-    const std::string failure = encrypt(plainText, keyFile, bytes);
-    if (!failure.empty()) {
-        const std::string line = "data_encryption: " + failure + "\n";
+    if (const Fault fault = encrypt(plainText, keyFile, bytes)) {
+        const std::string line = "data_encryption: " + *fault + "\n";
         static_cast<void>(std::fputs(line.c_str(), stderr)); // nowhere else to complain
         return {};
     }

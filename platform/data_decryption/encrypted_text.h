@@ -3,10 +3,8 @@
 // The form of an encrypted text, as both directions need it.
 
 #include <openssl/err.h>
-#include <openssl/evp.h>
 
 #include <cstddef>
-#include <memory>
 
 // Hexadecimal digits of nonce, cipher text and tag; the cipher text is as long as the plain text.
 constexpr std::size_t NONCE_SIZE = 12;
@@ -14,13 +12,6 @@ constexpr std::size_t TAG_SIZE = 16;
 constexpr std::size_t MIN_DIGITS = 2 * (NONCE_SIZE + TAG_SIZE);
 constexpr std::size_t MAX_DIGITS = 65536;
 constexpr std::size_t MAX_PLAIN_SIZE = (MAX_DIGITS - MIN_DIGITS) / 2;
-
-struct CipherContextDeleter {
-    void operator()(EVP_CIPHER_CTX* context) const {
-        EVP_CIPHER_CTX_free(context); // clears the expanded key
-    }
-};
-using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, CipherContextDeleter>;
 
 // Leaves the thread's OpenSSL error queue, which belongs to the caller, as it was found.
 class ErrorQueueGuard {

@@ -3,14 +3,13 @@
 
 #include "platform/data_decryption/key_file.h"
 
-#include "platform/file_descriptor.h"
+#include "platform/posix/file_descriptor.h"
 
 #include <fcntl.h>
-#include <openssl/crypto.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 #include <system_error>
 
 namespace {
@@ -19,30 +18,13 @@ std::string unreadable(const std::string& path, int error) {
     return "the key file " + path + " cannot be read: " + std::generic_category().message(error);
 }
 
-// Up to size bytes, fewer only at the file's end; -1 with errno on a failure.
-ssize_t readUpTo(int fd, unsigned char* bytes, std::size_t size) {
-    std::size_t filled = 0;
-    while (filled < size) {
-        const auto count = ::read(fd, bytes + filled, size - filled);
-        if (count == 0) {
-            break;
-        }
-        if (count > 0) {
-            filled += static_cast<std::size_t>(count);
-        } else if (errno != EINTR) {
-            return -1;
-        }
-    }
-    return static_cast<ssize_t>(filled);
-}
-
 } // namespace
 
 CipherKey::~CipherKey() {
-    OPENSSL_cleanse(bytes.data(), bytes.size());
+    explicit_bzero(bytes.data(), bytes.size());
 }
 
-std::string readKeyFile(const std::string& path, CipherKey& key) {
+Fault readKeyFile(const std::string& path, CipherKey& key) {
     if (path.find('\0') != std::string::npos) {
         return "the key file's path holds a NUL character";
     }
@@ -58,9 +40,9 @@ std::string readKeyFile(const std::string& path, CipherKey& key) {
     if (!S_ISREG(status.st_mode)) {
         return "the key file " + path + " is not a regular file";
     }
-    const auto size = readUpTo(file.get(), key.bytes.data(), key.bytes.size());
+    const auto size = readUpTo(file, key.bytes.data(), key.bytes.size());
     unsigned char further = 0;
-    const auto rest = size < 0 ? size : readUpTo(file.get(), &further, 1);
+    const auto rest = size < 0 ? size : readUpTo(file, &further, 1);
     if (rest < 0) {
         return unreadable(path, errno);
     }
@@ -68,5 +50,5 @@ std::string readKeyFile(const std::string& path, CipherKey& key) {
         return "the key file " + path + " does not hold exactly " + std::to_string(KEY_SIZE) +
                " bytes";
     }
-    return {};
+    return std::nullopt;
 }

@@ -2,6 +2,8 @@
 
 // The key of encrypted texts and the file that holds it.
 
+#include "platform/fault.h"
+
 #include <array>
 #include <cstddef>
 #include <string>
@@ -18,6 +20,6 @@ struct CipherKey {
     std::array<unsigned char, KEY_SIZE> bytes{};
 };
 
-// Fills key from the file at path and returns an empty text; or returns why that is not possible,
-// as half a sentence that names the file. The file must be a regular one of exactly KEY_SIZE bytes.
-[[nodiscard]] std::string readKeyFile(const std::string& path, CipherKey& key);
+// Fills key from the file at path, which must be a regular one of exactly KEY_SIZE bytes. The fault
+// names the file.
+[[nodiscard]] Fault readKeyFile(const std::string& path, CipherKey& key);

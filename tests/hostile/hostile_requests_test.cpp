@@ -14,13 +14,54 @@ const std::string NOT_UTF8 = "\xff\xfe\xc0";
 const std::string REQUEST = "requests/1";
 const std::string BODY = "requests/1/body";
 const std::string STATUS = "status/1/result";
-const std::string INFORMATION = "status/1/ExtendedInfo";
+const std::string TYPES = "&&" + COLLECTION + "/@Redfish.SupportedCertificates";
+const std::string MEMBERS = "&&" + COLLECTION + "/Members";
+const std::string COUNTER = "Array-Member-Sequence-ID";
+const std::string DIGESTS = "redisSHAScripts";
+const std::string EVENTS = "/redfish/v1/EventService";
+const std::string RSA = R"("KeyPairAlgorithm":"TPM_ALG_RSA")";
 
-const std::string UNREADABLE = "ExtendedError.1.2.DatabaseOperationError ()";
+// Outcomes.
+const std::string UNREADABLE = "EXCEPTION ExtendedError.1.2.DatabaseOperationError ()";
+const std::string UNANSWERED = "no reply, " + UNREADABLE;
+const std::string PASSED_OVER = "no reply, no status";
+const std::string NOT_IN_LIST = "FAILURE Base.1.9.PropertyValueNotInList ";
+const std::string PEM_NOT_IN_LIST = NOT_IN_LIST + "(PEM, CertificateType)";
+const std::string MISSING = "FAILURE Base.1.9.ResourceMissingAtURI ";
+const std::string UNKNOWN_ACTION = "FAILURE Base.1.9.ActionNotSupported ";
+
+// Lines of the log and of the store.
+const std::string FAILED = "[Error]: Create certificate: create certificate error.";
+const std::string NO_BODY = "[Error]: Create certificate: get request data failed.";
+const std::string NOT_LINKED = "[Error]: Create certificate: update Certificate Collection failed.";
+const std::string NOT_LOCATED = "[Error]: Create certificate: update Certificate Locations failed.";
+const std::string NOT_DELETED = "[Error]: Delete certificate: create certificate error.";
+const std::string NO_DIGEST = "[Error]: Cannot get SHA script resourceChange.";
+const std::string NO_EVENT = "[Error]: Failed to generate life cycle event.";
+const std::string NO_CSR_BODY = "[Error]: generateCSR: get request data failed.";
+const std::string NO_COLLECTION =
+    "[Error]: generateCSR: the value of CertificateCollection is not a resource.";
+const std::string NO_NEW_BODY = "[Error]: ReplaceCertificate: get request data failed.";
 const std::string NOT_STORED = "[ERROR] Updates property reply type is incorrect.";
 
-FrontEndRequest with(FrontEndRequest request, const std::string& members) {
-    request.body = members;
+std::string notACertificate(const std::string& uri) {
+    return "[Error]: ReplaceCertificate: " + uri + " is not a certificate resource.";
+}
+
+std::string holdsItself(const std::string& key) {
+    return "[ERROR] The resource holds itself. RESOURCE=" + key;
+}
+
+std::string notText(int index) {
+    return "[ERROR] Dump JSON object error. EXCEPTION=[json.exception.type_error.316] invalid "
+           "UTF-8 byte at index " +
+           std::to_string(index) + ": 0xFF";
+}
+
+// ---- requests ----
+
+FrontEndRequest with(FrontEndRequest request, const std::string& body) {
+    request.body = body;
     return request;
 }
 
@@ -30,53 +71,84 @@ FrontEndRequest creationOf(const std::string& text, const std::string& type,
                                 R"(")" + further + "}");
 }
 
-FrontEndRequest aimedAt(FrontEndRequest request, const std::string& uri) {
+FrontEndRequest replacementBy(const std::string& text, const std::string& type) {
+    return with(replacement(""), R"({"CertificateUri":{"@odata.id":")" + CERTIFICATE +
+                                     R"("},"CertificateString":")" + text +
+                                     R"(","CertificateType":")" + type + "\"}");
+}
+
+FrontEndRequest signingFor(const std::string& collectionUri) {
+    return with(signing(""),
+                R"({"CertificateCollection":{"@odata.id":")" + collectionUri + R"("}})");
+}
+
+FrontEndRequest aimedAt(const std::string& uri, FrontEndRequest request) {
     request.targetUri = uri;
     return request;
 }
 
+FrontEndRequest asTask(const std::string& taskUri) {
+    FrontEndRequest request = signing(RSA);
+    request.fields["&&Task"] = taskUri;
+    return request;
+}
+
 // Every name that the front end chooses made of this text.
-FrontEndRequest namedBy(FrontEndRequest request, const std::string& text) {
+FrontEndRequest namedBy(const std::string& text, FrontEndRequest request) {
     request.bodyKey = "requests/" + text + "/body";
     request.statusKey = "status/" + text + "/" + text;
     request.returnChannel = "answers/" + text;
     return request;
 }
 
-// A nested resource of this depth whose keys stay short.
-void storeDeep(RedisClient& client, const std::string& key) {
-    std::string above = key;
-    for (int i = 0; i < DEEP; ++i) {
-        const std::string below = "&&requests/1/" + std::to_string(i);
-        client.command("HSET", above, "&&Object a " + below, "");
-        above = below;
-    }
-    client.command("HSET", above, "End", "1");
+FrontEndRequest answeredInItsRecord() {
+    FrontEndRequest request = creation();
+    request.statusKey = REQUEST;
+    return request;
 }
 
-void storeWide(RedisClient& client, const std::string& key, const std::string& member) {
-    const std::string listKey = "&&requests/1/wide";
-    client.command("HSET", key, "&&Array " + member + " " + listKey, "");
-    Command words = {"RPUSH", listKey};
-    words.insert(words.end(), WIDE, "\"value\"");
-    (void)client.commandList(words);
-}
+// ---- what stands in Redis ----
 
-std::function<void(RedisClient&)> spoil(const std::string& key, const std::string& type) {
+using Preparation = std::function<void(RedisClient&)>;
+
+Preparation spoil(const std::string& key, const std::string& type) {
     return [=](RedisClient& client) { storeOfType(client, key, type); };
 }
 
-std::function<void(RedisClient&)> setField(const std::string& key, const std::string& name,
-                                           const std::string& value) {
+Preparation setField(const std::string& key, const std::string& name, const std::string& value) {
     return [=](RedisClient& client) { client.command("HSET", key, name, value); };
 }
 
-std::function<void(RedisClient&)> deep(const std::string& key) {
-    return [=](RedisClient& client) { storeDeep(client, key); };
+Preparation pointAtItself(const std::string& key) {
+    return setField(key, "&&Object Self " + key, "");
 }
 
-std::function<void(RedisClient&)> wide(const std::string& key, const std::string& member) {
-    return [=](RedisClient& client) { storeWide(client, key, member); };
+// A nested resource of this depth whose keys stay short.
+Preparation deep(const std::string& key) {
+    return [=](RedisClient& client) {
+        std::string above = key;
+        for (int i = 0; i < DEEP; ++i) {
+            const std::string below = "&&requests/1/" + std::to_string(i);
+            client.command("HSET", above, "&&Object a " + below, "");
+            above = below;
+        }
+        client.command("HSET", above, "End", "1");
+    };
+}
+
+Preparation push(const std::string& listKey, std::size_t count, const std::string& entry) {
+    return [=](RedisClient& client) {
+        Command words = {"RPUSH", listKey};
+        words.insert(words.end(), count, entry);
+        (void)client.commandList(words);
+    };
+}
+
+Preparation wide(const std::string& key, const std::string& member) {
+    return [=](RedisClient& client) {
+        client.command("HSET", key, "&&Array " + member + " &&requests/1/wide", "");
+        push("&&requests/1/wide", WIDE, "\"value\"")(client);
+    };
 }
 
 // The record names the body and the body the record.
@@ -85,770 +157,264 @@ void nameEachOther(RedisClient& client) {
     client.command("HSET", BODY, "&&Object Record " + REQUEST, "");
 }
 
-void supportTypes(RedisClient& client, const std::string& uri) {
-    client.command("RPUSH", "&&" + uri + "/@Redfish.SupportedCertificates", "\"PEM\"");
+void makeTargetAnArray(RedisClient& client) {
+    client.command("HDEL", REQUEST, "&&TargetURI");
+    client.command("HSET", REQUEST, "&&Array &&TargetURI &&nowhere", "");
 }
 
-std::function<void(RedisClient&)> supporting(const std::string& uri) {
-    return [=](RedisClient& client) { supportTypes(client, uri); };
+Preparation supporting(const std::string& uri) {
+    return push("&&" + uri + "/@Redfish.SupportedCertificates", 1, "\"PEM\"");
 }
 
-std::string holdsItself(const std::string& key) {
-    return "[ERROR] The resource holds itself. RESOURCE=" + key;
+// ---- what to look at afterwards ----
+
+void backendGotTheMegabyte(RedisClient& /*client*/) {
+    EXPECT_EQ(nlohmann::json::parse(backendCalls().front())["certificateString"], megabyte());
 }
 
-std::string notText(const std::string& byte, int index) {
-    return "[ERROR] Dump JSON object error. EXCEPTION=[json.exception.type_error.316] invalid "
-           "UTF-8 byte at index " +
-           std::to_string(index) + ": 0x" + byte;
+void locationHasPercentSigns(RedisClient& client) {
+    EXPECT_TRUE(client.hash("status/" + PERCENT + "/" + PERCENT)["&&Location"].starts_with(
+        "/" + PERCENT + "/Certificates/"));
 }
 
-const std::string CREATION_FAILED = "[Error]: Create certificate: create certificate error.";
-const std::string RECORD_UNREADABLE =
-    "[Error]: Create certificate: get request data structure failed.";
-const std::string BODY_UNREADABLE = "[Error]: Create certificate: get request data failed.";
-const std::string NOT_IN_LIST = "FAILURE Base.1.9.PropertyValueNotInList ";
-
-} // namespace
-
-class HostileCreation : public HostileRoad {};
-
-TEST_P(HostileCreation, IsAnsweredOrRefusedAndHarmsNothing) {
-    run(GetParam());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, HostileCreation,
-    testing::Values(
-        HostileRow{.name = "TextOfAMegabyte",
-                   .request = creationOf(megabyte(), "PEM"),
-                   .outcome = "OK",
-                   .touches = Touches::COLLECTION_AND_LOCATIONS,
-                   .inspect =
-                       [](RedisClient&) {
-                           EXPECT_EQ(
-                               nlohmann::json::parse(backendCalls().front())["certificateString"],
-                               megabyte());
-                       }},
-        HostileRow{.name = "TypeOfAMegabyte",
-                   .request = creationOf("text", megabyte()),
-                   .outcome = NOT_IN_LIST + "(<MiB>, CertificateType)",
-                   .errors = {CREATION_FAILED}},
-        HostileRow{.name = "UriOfAMegabyte",
-                   .request = aimedAt(creation(), "/" + megabyte()),
-                   .outcome = NOT_IN_LIST + "(PEM, CertificateType)",
-                   .errors = {CREATION_FAILED}},
-        HostileRow{.name = "ParameterNameOfAMegabyte",
-                   .request = creationOf("text", "PEM", ",\"" + megabyte() + "\":1"),
-                   .outcome = "OK",
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "BodyOfTenThousandLevels",
-                   .request = creationOf("text", "unknown"),
-                   .outcome = NOT_IN_LIST + "(unknown, CertificateType)",
-                   .errors = {CREATION_FAILED},
-                   .prepare = deep(BODY)},
-        HostileRow{.name = "RecordOfTenThousandLevels",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .prepare = deep(REQUEST),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "BodyOfAHundredThousandElements",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .prepare = wide(BODY, "Further"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "HundredThousandTypes",
-                   .request = creationOf("text", "unknown"),
-                   .outcome = NOT_IN_LIST + "(unknown, CertificateType)",
-                   .errors = {CREATION_FAILED},
-                   .prepare =
-                       [](RedisClient& client) {
-                           Command words = {"RPUSH",
-                                            "&&" + COLLECTION + "/@Redfish.SupportedCertificates"};
-                           words.insert(words.end(), WIDE, "\"PKCS7\"");
-                           (void)client.commandList(words);
-                       }},
-        HostileRow{.name = "PercentSignsInTypeAndText",
-                   .request = creationOf(PERCENT, PERCENT),
-                   .outcome = NOT_IN_LIST + "(" + PERCENT + ", CertificateType)",
-                   .errors = {CREATION_FAILED}},
-        HostileRow{
-            .name = "PercentSignsInUriChannelAndKeys",
-            .request = namedBy(aimedAt(creation(), "/" + PERCENT + "/Certificates"), PERCENT),
-            .outcome = "OK",
-            .prepare = supporting("/" + PERCENT + "/Certificates"),
-            .touches = Touches::COLLECTION_AND_LOCATIONS,
-            .inspect =
-                [](RedisClient& client) {
-                    EXPECT_TRUE(
-                        client.hash("status/" + PERCENT + "/" + PERCENT)["&&Location"].starts_with(
-                            "/" + PERCENT + "/Certificates/"));
-                }},
-        HostileRow{.name = "BlanksAndLineEndsInUriChannelAndKeys",
-                   .request = namedBy(aimedAt(creation(), "/a b\nc/Certificates"), "a b\r\nc"),
-                   .outcome = "OK",
-                   .prepare = supporting("/a b\nc/Certificates"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "UriOfBlanks",
-                   .request = aimedAt(creation(), "   "),
-                   .outcome = NOT_IN_LIST + "(PEM, CertificateType)",
-                   .errors = {CREATION_FAILED}},
-        HostileRow{.name = "TextThatIsNotUtf8",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .prepare = setField(BODY, "CertificateString", NOT_UTF8),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "TypeThatIsNotUtf8",
-                   .request = creation(),
-                   .outcome = NOT_IN_LIST + "(CertificateType)",
-                   .errors = {CREATION_FAILED},
-                   .storeMessages = {notText("FF", 0)},
-                   .prepare = setField(BODY, "CertificateType", NOT_UTF8)},
-        HostileRow{.name = "FurtherMemberThatIsNotUtf8",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .storeMessages = {notText("FF", 0)},
-                   .prepare = setField(BODY, "Further", NOT_UTF8),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "UriThatIsNotUtf8",
-                   .request = aimedAt(creation(), "/\xff/Certificates"),
-                   .outcome = "OK",
-                   .storeMessages = {notText("FF", 1), notText("FF", 1)},
-                   .prepare = supporting("/\xff/Certificates"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS}),
-    rowName);
-
-INSTANTIATE_TEST_SUITE_P(
-    Markers, HostileCreation,
-    testing::Values(
-        HostileRow{.name = "RecordThatHoldsItself",
-                   .request = creation(),
-                   .outcome = "no reply, EXCEPTION " + UNREADABLE,
-                   .errors = {RECORD_UNREADABLE},
-                   .storeMessages = {holdsItself(REQUEST)},
-                   .prepare = setField(REQUEST, "&&Object Self " + REQUEST, "")},
-        HostileRow{.name = "BodyThatHoldsItself",
-                   .request = creation(),
-                   .outcome = "EXCEPTION " + UNREADABLE,
-                   .errors = {BODY_UNREADABLE, CREATION_FAILED},
-                   .storeMessages = {holdsItself(BODY)},
-                   .prepare = setField(BODY, "&&Object Self " + BODY, "")},
-        HostileRow{.name = "RecordAndBodyThatHoldEachOther",
-                   .request = creation(),
-                   .outcome = "no reply, EXCEPTION " + UNREADABLE,
-                   .errors = {RECORD_UNREADABLE},
-                   .storeMessages = {holdsItself(REQUEST)},
-                   .prepare = nameEachOther},
-        HostileRow{.name = "BodyThatNamesAMissingKey",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .prepare = setField(BODY, "&&Object Gone &&nowhere", ""),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "BodyThatNamesAKeyOfAnotherType",
-                   .request = creation(),
-                   .outcome = "EXCEPTION " + UNREADABLE,
-                   .errors = {BODY_UNREADABLE, CREATION_FAILED},
-                   .storeMessages = {"[ERROR] Gets redis resource failed. "
-                                     "RESOURCE=Array-Member-Sequence-ID"},
-                   .prepare = setField(BODY, "&&Object Number Array-Member-Sequence-ID", "")},
-        // The status takes the place of what was at its key; what that names goes with it.
-        HostileRow{.name = "StatusThatHoldsItself",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .prepare = setField(STATUS, "&&Object Self " + STATUS, ""),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "StatusThatIsTheRecord",
-                   .request =
-                       [] {
-                           FrontEndRequest request = creation();
-                           request.statusKey = REQUEST;
-                           return request;
-                       }(),
-                   .outcome = "OK",
-                   .touches = Touches::COLLECTION_AND_LOCATIONS}),
-    rowName);
-
-INSTANTIATE_TEST_SUITE_P(
-    WrongTypes, HostileCreation,
-    testing::Values(
-        HostileRow{.name = "RecordIsAString",
-                   .request = creation(),
-                   .outcome = "no reply, EXCEPTION " + UNREADABLE,
-                   .errors = {RECORD_UNREADABLE},
-                   .prepare = spoil(REQUEST, "string")},
-        HostileRow{.name = "RecordIsASet",
-                   .request = creation(),
-                   .outcome = "no reply, EXCEPTION " + UNREADABLE,
-                   .errors = {RECORD_UNREADABLE},
-                   .prepare = spoil(REQUEST, "set")},
-        HostileRow{.name = "RecordIsAList",
-                   .request = creation(),
-                   .outcome = ABORTS,
-                   .prepare = spoil(REQUEST, "list")},
-        HostileRow{.name = "BodyIsAString",
-                   .request = creation(),
-                   .outcome = "EXCEPTION " + UNREADABLE,
-                   .errors = {BODY_UNREADABLE, CREATION_FAILED},
-                   .prepare = spoil(BODY, "string")},
-        HostileRow{.name = "BodyIsASet",
-                   .request = creation(),
-                   .outcome = "EXCEPTION " + UNREADABLE,
-                   .errors = {BODY_UNREADABLE, CREATION_FAILED},
-                   .prepare = spoil(BODY, "set")},
-        HostileRow{.name = "BodyIsAList",
-                   .request = creation(),
-                   .outcome = ABORTS,
-                   .prepare = spoil(BODY, "list")},
-        HostileRow{.name = "RecordFieldIsANumber",
-                   .request = creation(),
-                   .outcome = ABORTS,
-                   .prepare =
-                       [](RedisClient& client) {
-                           client.command("HDEL", REQUEST, "&&TargetURI");
-                           client.command("HSET", REQUEST, "&&Array &&TargetURI &&nowhere", "");
-                       }},
-        HostileRow{
-            .name = "TypesAreAString",
-            .request = creation(),
-            .outcome = NOT_IN_LIST + "(PEM, CertificateType)",
-            .errors = {CREATION_FAILED},
-            .prepare = spoil("&&" + COLLECTION + "/@Redfish.SupportedCertificates", "string")},
-        HostileRow{.name = "TypesAreAHash",
-                   .request = creation(),
-                   .outcome = NOT_IN_LIST + "(PEM, CertificateType)",
-                   .errors = {CREATION_FAILED},
-                   .prepare = spoil("&&" + COLLECTION + "/@Redfish.SupportedCertificates", "hash")},
-        HostileRow{.name = "MembersAreAHash",
-                   .request = creation(),
-                   .outcome = "EXCEPTION " + UNREADABLE,
-                   .errors = {"[Error]: Create certificate: update Certificate Collection failed.",
-                              CREATION_FAILED},
-                   .prepare = spoil("&&" + COLLECTION + "/Members", "hash"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "MembersAreASet",
-                   .request = creation(),
-                   .outcome = "EXCEPTION " + UNREADABLE,
-                   .errors = {"[Error]: Create certificate: update Certificate Collection failed.",
-                              CREATION_FAILED},
-                   .prepare = spoil("&&" + COLLECTION + "/Members", "set"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "CollectionIsAString",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .storeMessages = {NOT_STORED, NOT_STORED},
-                   .prepare = spoil(COLLECTION, "string"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "CollectionIsAList",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .storeMessages = {NOT_STORED, NOT_STORED},
-                   .prepare = spoil(COLLECTION, "list"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "LinksAreAString",
-                   .request = creation(),
-                   .outcome = "EXCEPTION " + UNREADABLE,
-                   .errors = {"[Error]: Create certificate: update Certificate Locations failed.",
-                              CREATION_FAILED},
-                   .prepare = spoil(LINKS, "string"),
-                   .spoiledKeys = {LINKS},
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "LocationsAreASet",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .prepare = spoil(LOCATIONS, "set"),
-                   .spoiledKeys = {LOCATIONS},
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "StatusIsAString",
-                   .request = creation(),
-                   .outcome = "no status",
-                   .storeMessages = {NOT_STORED, NOT_STORED},
-                   .prepare = spoil(STATUS, "string"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "StatusIsASet",
-                   .request = creation(),
-                   .outcome = "no status",
-                   .storeMessages = {NOT_STORED, NOT_STORED},
-                   .prepare = spoil(STATUS, "set"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "StatusIsAList",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .prepare = spoil(STATUS, "list"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "InformationIsAString",
-                   .request = creationOf("text", "unknown"),
-                   .outcome = "FAILURE",
-                   .errors = {CREATION_FAILED},
-                   .storeMessages = {NOT_STORED},
-                   .prepare = spoil(INFORMATION, "string")},
-        HostileRow{.name = "EventCounterIsAString",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .prepare = spoil("/redfish/v1/EventService", "string"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "DefaultsAreAString",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .prepare = spoil("webDefaultValue", "string"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "ScriptDigestsAreAList",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .errors = {"[Error]: Cannot get SHA script resourceChange.", CREATION_FAILED},
-                   .prepare = spoil("redisSHAScripts", "list"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "ScriptDigestHasPercentSignsAndBlanks",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .errors = {"[Error]: Failed to generate life cycle event.",
-                              "[Error]: NOSCRIPT No matching script. Please use EVAL.",
-                              CREATION_FAILED},
-                   .prepare = setField("redisSHAScripts", "resourceChange", "%n %s"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "SequenceCounterIsAHash",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .prepare = spoil("Array-Member-Sequence-ID", "hash"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "SequenceCounterIsNoNumber",
-                   .request = creation(),
-                   .outcome = "OK",
-                   .prepare = spoil("Array-Member-Sequence-ID", "string"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS}),
-    rowName);
-
-INSTANTIATE_TEST_SUITE_P(
-    EmptyWords, HostileCreation,
-    testing::Values(
-        HostileRow{.name = "RequestKeyAndBlank",
-                   .request = creation(),
-                   .outcome = "no reply, no status",
-                   .errors = {"[Error]: Create certificate: request data structure error."},
-                   .message = REQUEST + " "},
-        HostileRow{.name = "BlankAndStatusKey",
-                   .request = creation(),
-                   .outcome = "no reply, EXCEPTION " + UNREADABLE,
-                   .errors = {"[Error]: Create certificate: request data structure error."},
-                   .message = " " + STATUS},
-        HostileRow{.name = "BlankAlone",
-                   .request = creation(),
-                   .outcome = "no reply, no status",
-                   .errors = {"[Error]: Create certificate: request data structure error."},
-                   .message = " "},
-        HostileRow{.name = "PercentSignsAlone",
-                   .request = creation(),
-                   .outcome = "no reply, no status",
-                   .errors = {RECORD_UNREADABLE},
-                   .message = "requests/" + PERCENT},
-        HostileRow{.name = "MegabyteWithoutBlank",
-                   .request = creation(),
-                   .outcome = "no reply, no status",
-                   .errors = {RECORD_UNREADABLE},
-                   .message = "status/" + megabyte()}),
-    rowName);
-
-class HostileDeletion : public HostileRoad {};
-
-TEST_P(HostileDeletion, IsAnsweredOrRefusedAndHarmsNothing) {
-    run(GetParam());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, HostileDeletion,
-    testing::Values(
-        HostileRow{.name = "UriOfAMegabyte",
-                   .request = deletion("/c/" + megabyte()),
-                   .outcome = "OK_EMPTY",
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        // The collection's URI is empty: the event command is a word short.
-        HostileRow{.name = "UriWithoutCollection",
-                   .request = deletion("/" + PERCENT),
-                   .outcome = "OK_EMPTY",
-                   .errors = {"[Error]: Failed to generate life cycle event.",
-                              "[Error]: ERR Number of keys can't be greater than number of args",
-                              "[Error]: Delete certificate: create certificate error."},
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "RecordOfTenThousandLevels",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = "OK_EMPTY",
-                   .prepare = deep(REQUEST),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "RecordOfAHundredThousandElements",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = "OK_EMPTY",
-                   .prepare = wide(REQUEST, "Further"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "PercentSignsInUriChannelAndKeys",
-                   .request = namedBy(deletion("/" + PERCENT + "/" + PERCENT), PERCENT),
-                   .outcome = "OK_EMPTY",
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "BlanksAndLineEndsInUriChannelAndKeys",
-                   .request = namedBy(deletion("/a b\nc/1"), "a b\r\nc"),
-                   .outcome = "OK_EMPTY",
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "UriWithoutSlash",
-                   .request = deletion("x"),
-                   .outcome = "OK_EMPTY",
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "UriThatIsNotUtf8",
-                   .request = deletion("/c/" + NOT_UTF8),
-                   .outcome = "OK_EMPTY",
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "RefusalWithPercentSigns",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = "FAILURE " + PERCENT + " (" + PERCENT + ")",
-                   .backendAnswers = R"({"delete":{"code":400,"message":{"MessageId":")" + PERCENT +
-                                     R"(","MessageArgs":[")" + PERCENT + R"("]}}})"},
-        HostileRow{.name = "RecordThatHoldsItself",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = "no reply, EXCEPTION " + UNREADABLE,
-                   .errors = {"[Error]: Delete certificate: get request data structure failed."},
-                   .storeMessages = {holdsItself(REQUEST)},
-                   .prepare = setField(REQUEST, "&&Object Self " + REQUEST, "")},
-        HostileRow{.name = "RecordIsAString",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = "no reply, EXCEPTION " + UNREADABLE,
-                   .errors = {"[Error]: Delete certificate: get request data structure failed."},
-                   .prepare = spoil(REQUEST, "string")},
-        HostileRow{.name = "RecordIsASet",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = "no reply, EXCEPTION " + UNREADABLE,
-                   .errors = {"[Error]: Delete certificate: get request data structure failed."},
-                   .prepare = spoil(REQUEST, "set")},
-        HostileRow{.name = "RecordIsAList",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = ABORTS,
-                   .prepare = spoil(REQUEST, "list")},
-        HostileRow{.name = "StatusIsAString",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = "no status",
-                   .storeMessages = {NOT_STORED},
-                   .prepare = spoil(STATUS, "string"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "StatusIsAList",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = "OK_EMPTY",
-                   .prepare = spoil(STATUS, "list"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "EventCounterIsAList",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = "OK_EMPTY",
-                   .prepare = spoil("/redfish/v1/EventService", "list"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "ScriptDigestsAreAString",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = "OK_EMPTY",
-                   .errors = {"[Error]: Cannot get SHA script resourceChange.",
-                              "[Error]: Delete certificate: create certificate error."},
-                   .prepare = spoil("redisSHAScripts", "string"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "RequestKeyAndBlank",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = "no reply, no status",
-                   .errors = {"[Error]: Delete certificate: request data structure error."},
-                   .message = REQUEST + " "},
-        HostileRow{.name = "BlankAndStatusKey",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = "no reply, EXCEPTION " + UNREADABLE,
-                   .errors = {"[Error]: Delete certificate: request data structure error."},
-                   .message = " " + STATUS},
-        HostileRow{.name = "BlankAlone",
-                   .request = deletion(CERTIFICATE),
-                   .outcome = "no reply, no status",
-                   .errors = {"[Error]: Delete certificate: request data structure error."},
-                   .message = " "}),
-    rowName);
-
-namespace {
-
-const std::string ACTION_RECORD_UNREADABLE =
-    "[Error]: Certificate action: get request data structure failed.";
-const std::string ACTION_WITHOUT_KEYS =
-    "[Error]: Certificate action: request data structure error.";
-const std::string SIGNING_BODY_UNREADABLE = "[Error]: generateCSR: get request data failed.";
-const std::string REPLACEMENT_BODY_UNREADABLE =
-    "[Error]: ReplaceCertificate: get request data failed.";
-const std::string NO_RESOURCE =
-    "[Error]: generateCSR: the value of CertificateCollection is not a resource.";
-const std::string RSA = R"("KeyPairAlgorithm":"TPM_ALG_RSA")";
-
-FrontEndRequest signingFor(const std::string& collectionUri) {
-    return with(signing(""),
-                R"({"CertificateCollection":{"@odata.id":")" + collectionUri + R"("}})");
-}
-
-FrontEndRequest withTask(FrontEndRequest request, const std::string& taskUri) {
-    request.fields["&&Task"] = taskUri;
-    return request;
-}
-
-std::string notACertificate(const std::string& uri) {
-    return "[Error]: ReplaceCertificate: " + uri + " is not a certificate resource.";
-}
-
-// Waits until the task's end has been announced; without that the worker may still be at work.
-std::function<void(RedisClient&)> taskEnds(const std::string& taskUri, const std::string& word) {
+// Waits until the task's end has been written; without that the worker may still be at work.
+Preparation taskEnds(const std::string& taskUri) {
     return [=](RedisClient& client) {
         const std::string key = "&&" + taskUri + "/Result";
-        EXPECT_TRUE(waitUntil([&] { return client.hash(key)["&&ReturnStatus"] == word; }));
+        EXPECT_TRUE(waitUntil([&] { return client.hash(key)["&&ReturnStatus"] == "OK_RES"; }));
     };
 }
 
+void taskLeavesItsResultAlone(RedisClient& client) {
+    EXPECT_TRUE(waitUntil(
+        [&] { return client.command("EXISTS", "&&/tasks/1/ExtendedInfo").integer == 1; }));
+    EXPECT_EQ(client.command("GET", "&&/tasks/1/Result").text, "kept");
+}
+
+// ---- rows ----
+
+// What every handler does with such records and messages.
+struct Handler {
+    FrontEndRequest request;
+    std::string operation; // in the log
+    std::string success;
+    std::string unreadable; // outcome of a record that cannot be read
+    std::string noKey;      // outcome of a message without a request key
+};
+
+// clang-format off
+std::vector<HostileRow> recordRows(const Handler& handler) {
+    const auto& [request, operation, success, unreadable, noKey] = handler;
+    const Texts unread = {"[Error]: " + operation + ": get request data structure failed."};
+    const Texts keyless = {"[Error]: " + operation + ": request data structure error."};
+    return {
+        {"RecordIsAString", request, unreadable, spoil(REQUEST, "string"), unread},
+        {"RecordIsASet", request, unreadable, spoil(REQUEST, "set"), unread},
+        {"RecordIsAList", request, ABORTS, spoil(REQUEST, "list")},
+        {"RecordFieldIsAnArray", request, ABORTS, makeTargetAnArray},
+        {"RecordOfTenThousandLevels", request, success, deep(REQUEST)},
+        {"RecordOfAHundredThousandElements", request, success, wide(REQUEST, "Further")},
+        {"RecordThatHoldsItself", request, unreadable, pointAtItself(REQUEST), unread,
+         {holdsItself(REQUEST)}},
+        {"RecordAndBodyThatHoldEachOther", request, unreadable, nameEachOther, unread,
+         {holdsItself(REQUEST)}},
+        HostileRow{"RequestKeyAndBlank", request, PASSED_OVER, {}, keyless}
+            .announcing(REQUEST + " "),
+        HostileRow{"BlankAndStatusKey", request, noKey, {}, keyless}.announcing(" " + STATUS),
+        HostileRow{"BlankAlone", request, PASSED_OVER, {}, keyless}.announcing(" "),
+        HostileRow{"PercentSignsAlone", request, PASSED_OVER, {}, unread}
+            .announcing("requests/" + PERCENT),
+        HostileRow{"MegabyteWithoutBlank", request, PASSED_OVER, {}, unread}
+            .announcing("status/" + megabyte()),
+    };
+}
+
+const HostileRow CREATIONS[] = {
+    HostileRow{"TextOfAMegabyte", creationOf(megabyte(), "PEM"), "OK"}
+        .inspecting(backendGotTheMegabyte),
+    {"TypeOfAMegabyte", creationOf("text", megabyte()), NOT_IN_LIST + "(<MiB>, CertificateType)",
+     {}, {FAILED}},
+    {"UriOfAMegabyte", aimedAt("/" + megabyte(), creation()), PEM_NOT_IN_LIST, {}, {FAILED}},
+    {"ParameterNameOfAMegabyte", creationOf("text", "PEM", ",\"" + megabyte() + "\":1"), "OK"},
+    {"BodyOfTenThousandLevels", creationOf("text", "unknown"),
+     NOT_IN_LIST + "(unknown, CertificateType)", deep(BODY), {FAILED}},
+    {"BodyOfAHundredThousandElements", creation(), "OK", wide(BODY, "Further")},
+    {"HundredThousandTypes", creationOf("text", "unknown"),
+     NOT_IN_LIST + "(unknown, CertificateType)", push(TYPES, WIDE, "\"PKCS7\""), {FAILED}},
+    {"PercentSignsInTypeAndText", creationOf(PERCENT, PERCENT),
+     NOT_IN_LIST + "(" + PERCENT + ", CertificateType)", {}, {FAILED}},
+    HostileRow{"PercentSignsInUriChannelAndKeys",
+               namedBy(PERCENT, aimedAt("/" + PERCENT + "/Certificates", creation())), "OK",
+               supporting("/" + PERCENT + "/Certificates")}.inspecting(locationHasPercentSigns),
+    {"BlanksAndLineEndsInUriChannelAndKeys",
+     namedBy("a b\r\nc", aimedAt("/a b\nc/Certificates", creation())), "OK",
+     supporting("/a b\nc/Certificates")},
+    {"UriOfBlanks", aimedAt("   ", creation()), PEM_NOT_IN_LIST, {}, {FAILED}},
+    {"TextThatIsNotUtf8", creation(), "OK", setField(BODY, "CertificateString", NOT_UTF8)},
+    {"TypeThatIsNotUtf8", creation(), NOT_IN_LIST + "(CertificateType)",
+     setField(BODY, "CertificateType", NOT_UTF8), {FAILED}, {notText(0)}},
+    {"FurtherMemberThatIsNotUtf8", creation(), "OK", setField(BODY, "Further", NOT_UTF8), {},
+     {notText(0)}},
+    {"UriThatIsNotUtf8", aimedAt("/\xff/Certificates", creation()), "OK",
+     supporting("/\xff/Certificates"), {}, {notText(1), notText(1)}},
+    {"BodyThatHoldsItself", creation(), UNREADABLE, pointAtItself(BODY), {NO_BODY, FAILED},
+     {holdsItself(BODY)}},
+    {"BodyThatNamesAMissingKey", creation(), "OK", setField(BODY, "&&Object Gone &&nowhere", "")},
+    {"BodyThatNamesAKeyOfAnotherType", creation(), UNREADABLE,
+     setField(BODY, "&&Object Number " + COUNTER, ""), {NO_BODY, FAILED},
+     {"[ERROR] Gets redis resource failed. RESOURCE=" + COUNTER}},
+    {"BodyIsAString", creation(), UNREADABLE, spoil(BODY, "string"), {NO_BODY, FAILED}},
+    {"BodyIsASet", creation(), UNREADABLE, spoil(BODY, "set"), {NO_BODY, FAILED}},
+    {"BodyIsAList", creation(), ABORTS, spoil(BODY, "list")},
+    {"TypesAreAString", creation(), PEM_NOT_IN_LIST, spoil(TYPES, "string"), {FAILED}},
+    {"TypesAreAHash", creation(), PEM_NOT_IN_LIST, spoil(TYPES, "hash"), {FAILED}},
+    HostileRow{"MembersAreAHash", creation(), UNREADABLE, spoil(MEMBERS, "hash"),
+               {NOT_LINKED, FAILED}}.failingHalfWay(),
+    HostileRow{"MembersAreASet", creation(), UNREADABLE, spoil(MEMBERS, "set"),
+               {NOT_LINKED, FAILED}}.failingHalfWay(),
+    {"CollectionIsAString", creation(), "OK", spoil(COLLECTION, "string"), {},
+     {NOT_STORED, NOT_STORED}},
+    {"CollectionIsAList", creation(), "OK", spoil(COLLECTION, "list"), {},
+     {NOT_STORED, NOT_STORED}},
+    HostileRow{"LinksAreAString", creation(), UNREADABLE, spoil(LINKS, "string"),
+               {NOT_LOCATED, FAILED}}.failingHalfWay().leavingSpoiled(LINKS),
+    HostileRow{"LocationsAreASet", creation(), "OK", spoil(LOCATIONS, "set")}
+        .leavingSpoiled(LOCATIONS),
+    // The status takes the place of what was at its key; what that names goes with it.
+    {"StatusThatHoldsItself", creation(), "OK", pointAtItself(STATUS)},
+    {"StatusThatIsTheRecord", answeredInItsRecord(), "OK"},
+    {"StatusIsAString", creation(), "no status", spoil(STATUS, "string"), {},
+     {NOT_STORED, NOT_STORED}},
+    {"StatusIsASet", creation(), "no status", spoil(STATUS, "set"), {}, {NOT_STORED, NOT_STORED}},
+    {"StatusIsAList", creation(), "OK", spoil(STATUS, "list")},
+    {"InformationIsAString", creationOf("text", "unknown"), "FAILURE",
+     spoil("status/1/ExtendedInfo", "string"), {FAILED}, {NOT_STORED}},
+    {"EventCounterIsAString", creation(), "OK", spoil(EVENTS, "string")},
+    {"DefaultsAreAString", creation(), "OK", spoil("webDefaultValue", "string")},
+    {"ScriptDigestsAreAList", creation(), "OK", spoil(DIGESTS, "list"), {NO_DIGEST, FAILED}},
+    {"ScriptDigestHasPercentSignsAndBlanks", creation(), "OK",
+     setField(DIGESTS, "resourceChange", "%n %s"),
+     {NO_EVENT, "[Error]: NOSCRIPT No matching script. Please use EVAL.", FAILED}},
+    {"SequenceCounterIsAHash", creation(), "OK", spoil(COUNTER, "hash")},
+    {"SequenceCounterIsNoNumber", creation(), "OK", spoil(COUNTER, "string")},
+};
+
+const HostileRow DELETIONS[] = {
+    {"UriOfAMegabyte", deletion("/c/" + megabyte()), "OK_EMPTY"},
+    // The collection's URI is empty: the event command is a word short.
+    {"UriWithoutCollection", deletion("/" + PERCENT), "OK_EMPTY", {},
+     {NO_EVENT, "[Error]: ERR Number of keys can't be greater than number of args", NOT_DELETED}},
+    {"UriWithoutSlash", deletion("x"), "OK_EMPTY"},
+    {"UriThatIsNotUtf8", deletion("/c/" + NOT_UTF8), "OK_EMPTY"},
+    {"PercentSignsInUriChannelAndKeys",
+     namedBy(PERCENT, deletion("/" + PERCENT + "/" + PERCENT)), "OK_EMPTY"},
+    {"BlanksAndLineEndsInUriChannelAndKeys", namedBy("a b\r\nc", deletion("/a b\nc/1")),
+     "OK_EMPTY"},
+    HostileRow{"RefusalWithPercentSigns", deletion(CERTIFICATE),
+               "FAILURE " + PERCENT + " (" + PERCENT + ")"}
+        .answeredByTheBackend(R"({"delete":{"code":400,"message":{"MessageId":")" + PERCENT +
+                              R"(","MessageArgs":[")" + PERCENT + R"("]}}})"),
+    {"StatusIsAString", deletion(CERTIFICATE), "no status", spoil(STATUS, "string"), {},
+     {NOT_STORED}},
+    {"StatusIsAList", deletion(CERTIFICATE), "OK_EMPTY", spoil(STATUS, "list")},
+    {"EventCounterIsAList", deletion(CERTIFICATE), "OK_EMPTY", spoil(EVENTS, "list")},
+    {"ScriptDigestsAreAString", deletion(CERTIFICATE), "OK_EMPTY", spoil(DIGESTS, "string"),
+     {NO_DIGEST, NOT_DELETED}},
+};
+
+const HostileRow SIGNING_REQUESTS[] = {
+    {"ParameterOfAMegabyte", signing(R"("City":")" + megabyte() + "\""), "OK_RES"},
+    {"ParameterNameOfAMegabyte", signing("\"" + megabyte() + R"(":"x")"), "OK_RES"},
+    {"CollectionOfAMegabyte", signingFor("/" + megabyte()), MISSING + "(/<MiB>)", {},
+     {NO_COLLECTION}},
+    {"ActionOfAMegabyte", aimedAt("/" + megabyte(), signing("")), UNKNOWN_ACTION + "(/<MiB>)"},
+    {"ParameterOfTenThousandLevels", signing(""), ABORTS, deep(BODY)},
+    {"ParameterOfAHundredThousandElements", signing(""), "OK_RES", wide(BODY, "AlternativeNames")},
+    {"PercentSignsInParametersChannelAndKeys",
+     namedBy(PERCENT, signing("\"" + PERCENT + "\":\"" + PERCENT + "\"")), "OK_RES"},
+    {"PercentSignsInCollection", signingFor("/" + PERCENT), MISSING + "(/" + PERCENT + ")", {},
+     {NO_COLLECTION}},
+    {"BlanksInCollection", signingFor("/a b/Certificates"), ABORTS},
+    {"PercentSignsInAction", aimedAt(PERCENT, signing("")), UNKNOWN_ACTION + "(" + PERCENT + ")"},
+    HostileRow{"PercentSignsInTask", asTask("/tasks/" + PERCENT), "PROCESSING"}
+        .inspecting(taskEnds("/tasks/" + PERCENT)),
+    HostileRow{"BlanksAndLineEndsInTask", asTask("/tasks/a b\nc"), "PROCESSING"}
+        .inspecting(taskEnds("/tasks/a b\nc")),
+    {"BlanksAndLineEndsInChannelAndKeys", namedBy("a b\r\nc", signing("")), "OK_RES"},
+    {"ParameterThatIsNotUtf8", signing(""), "OK_RES", setField(BODY, "City", NOT_UTF8)},
+    {"ActionThatIsNotUtf8", aimedAt(NOT_UTF8, signing("")), UNKNOWN_ACTION + "()", {}, {},
+     {notText(0)}},
+    {"BodyThatHoldsItself", signing(""), UNREADABLE, pointAtItself(BODY), {NO_CSR_BODY},
+     {holdsItself(BODY)}},
+    {"BodyIsASet", signing(""), UNREADABLE, spoil(BODY, "set"), {NO_CSR_BODY}},
+    {"BodyIsAList", signing(""), ABORTS, spoil(BODY, "list")},
+    {"CollectionIsAString", signing(""), MISSING + "(" + COLLECTION + ")",
+     spoil(COLLECTION, "string"), {NO_COLLECTION}},
+    {"CollectionIsAList", signing(""), MISSING + "(" + COLLECTION + ")", spoil(COLLECTION, "list"),
+     {NO_COLLECTION}},
+    {"StatusIsAString", signing(""), "no status", spoil(STATUS, "string"), {},
+     {NOT_STORED, NOT_STORED}},
+    {"ResponseIsASet", signing(""), "OK_RES", spoil(STATUS + "/ResponseData", "set"), {},
+     {NOT_STORED, NOT_STORED}},
+    HostileRow{"TaskResultIsAList", signing(RSA), "PROCESSING", spoil("&&/tasks/1/Result", "list")}
+        .inspecting(taskEnds("/tasks/1")),
+    HostileRow{"TaskResultIsAString", signing(RSA), "PROCESSING",
+               spoil("&&/tasks/1/Result", "string"), {}, {NOT_STORED, NOT_STORED}}
+        .inspecting(taskLeavesItsResultAlone),
+};
+
+const HostileRow REPLACEMENTS[] = {
+    {"TextOfAMegabyte", replacementBy(megabyte(), "PEM"), "OK_RES"},
+    {"TypeOfAMegabyte", replacementBy("x", megabyte()), NOT_IN_LIST + "(<MiB>, CertificateType)"},
+    {"CertificateOfAMegabyte", replacement("/" + megabyte()), MISSING + "(/<MiB>)", {},
+     {notACertificate("/<MiB>")}},
+    {"BodyOfTenThousandLevels", replacement(CERTIFICATE), "OK_RES", deep(BODY)},
+    {"BodyOfAHundredThousandElements", replacement(CERTIFICATE), "OK_RES", wide(BODY, "Further")},
+    {"PercentSignsInCertificate", namedBy(PERCENT, replacement("/" + PERCENT)),
+     MISSING + "(/" + PERCENT + ")", {}, {notACertificate("/" + PERCENT)}},
+    // A reference to a URI with a blank is none, so that the body has no "CertificateUri".
+    {"BlanksInCertificate", replacement("/a b/c"), ABORTS},
+    {"BlanksAndLineEndsInChannelAndKeys", namedBy("a b\r\nc", replacement(CERTIFICATE)), "OK_RES"},
+    {"TextThatIsNotUtf8", replacement(CERTIFICATE), "OK_RES",
+     setField(BODY, "CertificateString", NOT_UTF8)},
+    {"TypeThatIsNotUtf8", replacement(CERTIFICATE), NOT_IN_LIST + "(CertificateType)",
+     setField(BODY, "CertificateType", NOT_UTF8), {}, {notText(0)}},
+    {"BodyThatHoldsItself", replacement(CERTIFICATE), UNREADABLE, pointAtItself(BODY),
+     {NO_NEW_BODY}, {holdsItself(BODY)}},
+    {"BodyIsAString", replacement(CERTIFICATE), UNREADABLE, spoil(BODY, "string"), {NO_NEW_BODY}},
+    {"BodyIsAList", replacement(CERTIFICATE), ABORTS, spoil(BODY, "list")},
+    {"CertificateIsAString", replacement(CERTIFICATE), MISSING + "(" + CERTIFICATE + ")",
+     spoil(CERTIFICATE, "string"), {notACertificate(CERTIFICATE)}},
+    {"TypesAreASet", replacement(CERTIFICATE), PEM_NOT_IN_LIST, spoil(TYPES, "set")},
+    {"StatusIsAString", replacement(CERTIFICATE), "no status", spoil(STATUS, "string")},
+    {"EventCounterIsAString", replacement(CERTIFICATE), "OK_RES", spoil(EVENTS, "string")},
+    HostileRow{"ScriptDigestsAreAString", replacement(CERTIFICATE), UNREADABLE,
+               spoil(DIGESTS, "string"), {NO_DIGEST, "[Error]: Failed to generate event."}}
+        .failingHalfWay(),
+};
+
+const Handler CREATION = {creation(), "Create certificate", "OK", UNANSWERED, UNANSWERED};
+const Handler DELETION = {deletion(CERTIFICATE), "Delete certificate", "OK_EMPTY", UNANSWERED,
+                          UNANSWERED};
+const Handler ACTION = {signing(""), "Certificate action", "OK_RES", PASSED_OVER, PASSED_OVER};
+// clang-format on
+
+using HostileRequest = HostileRoad;
+
+TEST_P(HostileRequest, IsAnsweredOrRefusedAndHarmsNothing) {
+    run(GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(Creation, HostileRequest, testing::ValuesIn(CREATIONS), rowName);
+INSTANTIATE_TEST_SUITE_P(Deletion, HostileRequest, testing::ValuesIn(DELETIONS), rowName);
+INSTANTIATE_TEST_SUITE_P(SigningRequest, HostileRequest, testing::ValuesIn(SIGNING_REQUESTS),
+                         rowName);
+INSTANTIATE_TEST_SUITE_P(Replacement, HostileRequest, testing::ValuesIn(REPLACEMENTS), rowName);
+INSTANTIATE_TEST_SUITE_P(CreationRecord, HostileRequest, testing::ValuesIn(recordRows(CREATION)),
+                         rowName);
+INSTANTIATE_TEST_SUITE_P(DeletionRecord, HostileRequest, testing::ValuesIn(recordRows(DELETION)),
+                         rowName);
+INSTANTIATE_TEST_SUITE_P(ActionRecord, HostileRequest, testing::ValuesIn(recordRows(ACTION)),
+                         rowName);
+
 } // namespace
-
-class HostileSigning : public HostileRoad {};
-
-TEST_P(HostileSigning, IsAnsweredOrRefusedAndHarmsNothing) {
-    run(GetParam());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, HostileSigning,
-    testing::Values(
-        HostileRow{.name = "ParameterOfAMegabyte",
-                   .request = signing(R"("City":")" + megabyte() + "\""),
-                   .outcome = "OK_RES"},
-        HostileRow{.name = "ParameterNameOfAMegabyte",
-                   .request = signing("\"" + megabyte() + R"(":"x")"),
-                   .outcome = "OK_RES"},
-        HostileRow{.name = "CollectionOfAMegabyte",
-                   .request = signingFor("/" + megabyte()),
-                   .outcome = "FAILURE Base.1.9.ResourceMissingAtURI (/<MiB>)",
-                   .errors = {NO_RESOURCE}},
-        HostileRow{.name = "ActionOfAMegabyte",
-                   .request = aimedAt(signing(""), "/" + megabyte()),
-                   .outcome = "FAILURE Base.1.9.ActionNotSupported (/<MiB>)"},
-        HostileRow{.name = "RecordOfTenThousandLevels",
-                   .request = signing(""),
-                   .outcome = "OK_RES",
-                   .prepare = deep(REQUEST)},
-        HostileRow{.name = "ParameterOfTenThousandLevels",
-                   .request = signing(""),
-                   .outcome = ABORTS,
-                   .prepare = deep(BODY)},
-        HostileRow{.name = "ParameterOfAHundredThousandElements",
-                   .request = signing(""),
-                   .outcome = "OK_RES",
-                   .prepare = wide(BODY, "AlternativeNames")},
-        HostileRow{.name = "PercentSignsInParametersChannelAndKeys",
-                   .request = namedBy(signing("\"" + PERCENT + "\":\"" + PERCENT + "\""), PERCENT),
-                   .outcome = "OK_RES"},
-        HostileRow{.name = "PercentSignsInCollection",
-                   .request = signingFor("/" + PERCENT),
-                   .outcome = "FAILURE Base.1.9.ResourceMissingAtURI (/" + PERCENT + ")",
-                   .errors = {NO_RESOURCE}},
-        HostileRow{.name = "BlanksInCollection",
-                   .request = signingFor("/a b/Certificates"),
-                   .outcome = ABORTS},
-        HostileRow{.name = "PercentSignsInAction",
-                   .request = aimedAt(signing(""), PERCENT),
-                   .outcome = "FAILURE Base.1.9.ActionNotSupported (" + PERCENT + ")"},
-        HostileRow{.name = "PercentSignsInTask",
-                   .request = withTask(signing(RSA), "/tasks/" + PERCENT),
-                   .outcome = "PROCESSING",
-                   .inspect = taskEnds("/tasks/" + PERCENT, "OK_RES")},
-        HostileRow{.name = "BlanksAndLineEndsInTask",
-                   .request = withTask(signing(RSA), "/tasks/a b\nc"),
-                   .outcome = "PROCESSING",
-                   .inspect = taskEnds("/tasks/a b\nc", "OK_RES")},
-        HostileRow{.name = "BlanksAndLineEndsInChannelAndKeys",
-                   .request = namedBy(signing(""), "a b\r\nc"),
-                   .outcome = "OK_RES"},
-        HostileRow{.name = "ParameterThatIsNotUtf8",
-                   .request = signing(""),
-                   .outcome = "OK_RES",
-                   .prepare = setField(BODY, "City", NOT_UTF8)},
-        HostileRow{.name = "ActionThatIsNotUtf8",
-                   .request = aimedAt(signing(""), NOT_UTF8),
-                   .outcome = "FAILURE Base.1.9.ActionNotSupported ()",
-                   .storeMessages = {notText("FF", 0)}},
-        HostileRow{.name = "RecordThatHoldsItself",
-                   .request = signing(""),
-                   .outcome = "no reply, no status",
-                   .errors = {ACTION_RECORD_UNREADABLE},
-                   .storeMessages = {holdsItself(REQUEST)},
-                   .prepare = setField(REQUEST, "&&Object Self " + REQUEST, "")},
-        HostileRow{.name = "BodyThatHoldsItself",
-                   .request = signing(""),
-                   .outcome = "EXCEPTION " + UNREADABLE,
-                   .errors = {SIGNING_BODY_UNREADABLE},
-                   .storeMessages = {holdsItself(BODY)},
-                   .prepare = setField(BODY, "&&Object Self " + BODY, "")},
-        HostileRow{.name = "RecordAndBodyThatHoldEachOther",
-                   .request = signing(""),
-                   .outcome = "no reply, no status",
-                   .errors = {ACTION_RECORD_UNREADABLE},
-                   .storeMessages = {holdsItself(REQUEST)},
-                   .prepare = nameEachOther},
-        HostileRow{.name = "RecordIsAString",
-                   .request = signing(""),
-                   .outcome = "no reply, no status",
-                   .errors = {ACTION_RECORD_UNREADABLE},
-                   .prepare = spoil(REQUEST, "string")},
-        HostileRow{.name = "RecordIsAList",
-                   .request = signing(""),
-                   .outcome = ABORTS,
-                   .prepare = spoil(REQUEST, "list")},
-        HostileRow{.name = "BodyIsASet",
-                   .request = signing(""),
-                   .outcome = "EXCEPTION " + UNREADABLE,
-                   .errors = {SIGNING_BODY_UNREADABLE},
-                   .prepare = spoil(BODY, "set")},
-        HostileRow{.name = "BodyIsAList",
-                   .request = signing(""),
-                   .outcome = ABORTS,
-                   .prepare = spoil(BODY, "list")},
-        HostileRow{.name = "CollectionIsAString",
-                   .request = signing(""),
-                   .outcome = "FAILURE Base.1.9.ResourceMissingAtURI (" + COLLECTION + ")",
-                   .errors = {NO_RESOURCE},
-                   .prepare = spoil(COLLECTION, "string")},
-        HostileRow{.name = "CollectionIsAList",
-                   .request = signing(""),
-                   .outcome = "FAILURE Base.1.9.ResourceMissingAtURI (" + COLLECTION + ")",
-                   .errors = {NO_RESOURCE},
-                   .prepare = spoil(COLLECTION, "list")},
-        HostileRow{.name = "StatusIsAString",
-                   .request = signing(""),
-                   .outcome = "no status",
-                   .storeMessages = {NOT_STORED, NOT_STORED},
-                   .prepare = spoil(STATUS, "string")},
-        HostileRow{.name = "ResponseIsASet",
-                   .request = signing(""),
-                   .outcome = "OK_RES",
-                   .storeMessages = {NOT_STORED, NOT_STORED},
-                   .prepare = spoil(STATUS + "/ResponseData", "set")},
-        HostileRow{.name = "TaskResultIsAList",
-                   .request = signing(RSA),
-                   .outcome = "PROCESSING",
-                   .prepare = spoil("&&/tasks/1/Result", "list"),
-                   .inspect = taskEnds("/tasks/1", "OK_RES")},
-        HostileRow{
-            .name = "TaskResultIsAString",
-            .request = signing(RSA),
-            .outcome = "PROCESSING",
-            .storeMessages = {NOT_STORED, NOT_STORED},
-            .prepare = spoil("&&/tasks/1/Result", "string"),
-            .inspect =
-                [](RedisClient& client) {
-                    EXPECT_TRUE(waitUntil([&] {
-                        return client.command("EXISTS", "&&/tasks/1/ExtendedInfo").integer == 1;
-                    }));
-                    EXPECT_EQ(client.command("GET", "&&/tasks/1/Result").text, "kept");
-                }},
-        HostileRow{.name = "RequestKeyAndBlank",
-                   .request = signing(""),
-                   .outcome = "no reply, no status",
-                   .errors = {ACTION_WITHOUT_KEYS},
-                   .message = REQUEST + " "},
-        HostileRow{.name = "BlankAndStatusKey",
-                   .request = signing(""),
-                   .outcome = "no reply, no status",
-                   .errors = {ACTION_WITHOUT_KEYS},
-                   .message = " " + STATUS},
-        HostileRow{.name = "BlankAlone",
-                   .request = signing(""),
-                   .outcome = "no reply, no status",
-                   .errors = {ACTION_WITHOUT_KEYS},
-                   .message = " "}),
-    rowName);
-
-class HostileReplacement : public HostileRoad {};
-
-TEST_P(HostileReplacement, IsAnsweredOrRefusedAndHarmsNothing) {
-    run(GetParam());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, HostileReplacement,
-    testing::Values(
-        HostileRow{.name = "TextOfAMegabyte",
-                   .request = with(replacement(""), R"({"CertificateUri":{"@odata.id":")" +
-                                                        CERTIFICATE +
-                                                        R"("},"CertificateString":")" + megabyte() +
-                                                        R"(","CertificateType":"PEM"})"),
-                   .outcome = "OK_RES",
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "TypeOfAMegabyte",
-                   .request = with(replacement(""),
-                                   R"({"CertificateUri":{"@odata.id":")" + CERTIFICATE +
-                                       R"("},"CertificateString":"x","CertificateType":")" +
-                                       megabyte() + "\"}"),
-                   .outcome = NOT_IN_LIST + "(<MiB>, CertificateType)"},
-        HostileRow{.name = "CertificateOfAMegabyte",
-                   .request = replacement("/" + megabyte()),
-                   .outcome = "FAILURE Base.1.9.ResourceMissingAtURI (/<MiB>)",
-                   .errors = {notACertificate("/<MiB>")}},
-        HostileRow{.name = "BodyOfTenThousandLevels",
-                   .request = replacement(CERTIFICATE),
-                   .outcome = "OK_RES",
-                   .prepare = deep(BODY),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "BodyOfAHundredThousandElements",
-                   .request = replacement(CERTIFICATE),
-                   .outcome = "OK_RES",
-                   .prepare = wide(BODY, "Further"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "PercentSignsInCertificate",
-                   .request = namedBy(replacement("/" + PERCENT), PERCENT),
-                   .outcome = "FAILURE Base.1.9.ResourceMissingAtURI (/" + PERCENT + ")",
-                   .errors = {notACertificate("/" + PERCENT)}},
-        // A reference to a URI with a blank is none, so that the body has no "CertificateUri".
-        HostileRow{
-            .name = "BlanksInCertificate", .request = replacement("/a b/c"), .outcome = ABORTS},
-        HostileRow{.name = "BlanksAndLineEndsInChannelAndKeys",
-                   .request = namedBy(replacement(CERTIFICATE), "a b\r\nc"),
-                   .outcome = "OK_RES",
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "TextThatIsNotUtf8",
-                   .request = replacement(CERTIFICATE),
-                   .outcome = "OK_RES",
-                   .prepare = setField(BODY, "CertificateString", NOT_UTF8),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "TypeThatIsNotUtf8",
-                   .request = replacement(CERTIFICATE),
-                   .outcome = NOT_IN_LIST + "(CertificateType)",
-                   .storeMessages = {notText("FF", 0)},
-                   .prepare = setField(BODY, "CertificateType", NOT_UTF8)},
-        HostileRow{.name = "BodyThatHoldsItself",
-                   .request = replacement(CERTIFICATE),
-                   .outcome = "EXCEPTION " + UNREADABLE,
-                   .errors = {REPLACEMENT_BODY_UNREADABLE},
-                   .storeMessages = {holdsItself(BODY)},
-                   .prepare = setField(BODY, "&&Object Self " + BODY, "")},
-        HostileRow{.name = "BodyIsAString",
-                   .request = replacement(CERTIFICATE),
-                   .outcome = "EXCEPTION " + UNREADABLE,
-                   .errors = {REPLACEMENT_BODY_UNREADABLE},
-                   .prepare = spoil(BODY, "string")},
-        HostileRow{.name = "BodyIsAList",
-                   .request = replacement(CERTIFICATE),
-                   .outcome = ABORTS,
-                   .prepare = spoil(BODY, "list")},
-        HostileRow{.name = "CertificateIsAString",
-                   .request = replacement(CERTIFICATE),
-                   .outcome = "FAILURE Base.1.9.ResourceMissingAtURI (" + CERTIFICATE + ")",
-                   .errors = {notACertificate(CERTIFICATE)},
-                   .prepare = spoil(CERTIFICATE, "string")},
-        HostileRow{.name = "TypesAreASet",
-                   .request = replacement(CERTIFICATE),
-                   .outcome = NOT_IN_LIST + "(PEM, CertificateType)",
-                   .prepare = spoil("&&" + COLLECTION + "/@Redfish.SupportedCertificates", "set")},
-        HostileRow{.name = "StatusIsAString",
-                   .request = replacement(CERTIFICATE),
-                   .outcome = "no status",
-                   .prepare = spoil(STATUS, "string"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "EventCounterIsAString",
-                   .request = replacement(CERTIFICATE),
-                   .outcome = "OK_RES",
-                   .prepare = spoil("/redfish/v1/EventService", "string"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS},
-        HostileRow{.name = "ScriptDigestsAreAString",
-                   .request = replacement(CERTIFICATE),
-                   .outcome = "EXCEPTION " + UNREADABLE,
-                   .errors = {"[Error]: Cannot get SHA script resourceChange.",
-                              "[Error]: Failed to generate event."},
-                   .prepare = spoil("redisSHAScripts", "string"),
-                   .touches = Touches::COLLECTION_AND_LOCATIONS}),
-    rowName);

@@ -19,23 +19,39 @@ inline const std::string LINKS = "&&" + LOCATIONS + "/Links/Certificates";
 // The outcome of a row whose request ends the daemon by an exception that nothing catches.
 inline const std::string ABORTS = "the daemon ends";
 
-// What a request may leave outside its own keys.
-enum class Touches { NOTHING, COLLECTION_AND_LOCATIONS };
+using Texts = std::vector<std::string>;
 
+// The first three and what stands in Redis beforehand are enough for most rows; the functions
+// behind them say what else is special.
 struct HostileRow {
     std::string name;
     FrontEndRequest request;
     // "OK", "EXCEPTION MessageId (arguments)", with "no reply, " in front when none came; or
     // ABORTS.
     std::string outcome;
-    std::vector<std::string> errors = {};           // error lines of the log
-    std::vector<std::string> storeMessages = {};    // lines on standard error
     std::function<void(RedisClient&)> prepare = {}; // after the request has been stored
-    std::string message = {};                       // announced instead of the two keys
-    std::vector<std::string> spoiledKeys = {};      // removed before the sound request
-    Touches touches = Touches::NOTHING;
-    std::function<void(RedisClient&)> inspect = {}; // after the outcome has been compared
-    std::string backendAnswers = "{}";              // to this request, not to the sound one
+    Texts errors = {};                              // error lines of the log
+    Texts storeMessages = {};                       // lines on standard error
+    std::string message = {};
+    std::string spoiledKey = {};
+    bool isHalfDone = false;
+    std::function<void(RedisClient&)> inspect = {};
+    std::string backendAnswers = "{}";
+
+    // Announced by this message instead of the two keys.
+    [[nodiscard]] HostileRow announcing(std::string text) const;
+
+    // The key is to be removed before the sound request.
+    [[nodiscard]] HostileRow leavingSpoiled(std::string key) const;
+
+    // Refused when something has been stored already.
+    [[nodiscard]] HostileRow failingHalfWay() const;
+
+    // Looked at after the outcome has been compared.
+    [[nodiscard]] HostileRow inspecting(std::function<void(RedisClient&)> look) const;
+
+    // The backend's answers to this request, not to the sound one.
+    [[nodiscard]] HostileRow answeredByTheBackend(std::string answers) const;
 };
 
 void PrintTo(const HostileRow& row, std::ostream* stream);
@@ -58,6 +74,6 @@ private:
     void expectAbort(const HostileRow& row);
     void expectOutcome(const HostileRow& row);
     void expectSoundAnswer(RequestKind kind);
-    [[nodiscard]] std::string storedOutside(Touches touches);
-    [[nodiscard]] std::vector<std::string> errorLines() const;
+    [[nodiscard]] std::string storedOutside(bool collections);
+    [[nodiscard]] Texts errorLines() const;
 };

@@ -20,7 +20,8 @@ std::string validityOf(const std::string& notBefore, const std::string& notAfter
     CertificateOptions options;
     options.notBefore = notBefore;
     options.notAfter = notAfter;
-    return validityFault(parseCertificate(makeSelfSigned(options).certificate).get(), clock);
+    return validityFault(parseCertificate(makeSelfSigned(options).certificate).get(), clock)
+        .value_or("");
 }
 
 // A certificate that shows an RSA public key of that many bits. Nobody knows its factors: the
@@ -54,7 +55,7 @@ std::string keyFaultOf(const std::string& newKeyArguments) {
     const std::string certificate = files.file("certificate.pem");
     runCommand("openssl req -x509 -nodes -subj /CN=test -keyout " + files.file("key.pem") +
                " -out " + certificate + " " + newKeyArguments);
-    return keyFault(parseCertificate(readFile(certificate)).get());
+    return keyFault(parseCertificate(readFile(certificate)).get()).value_or("");
 }
 
 std::string signatureFaultOf(const std::string& digest) {
@@ -62,7 +63,7 @@ std::string signatureFaultOf(const std::string& digest) {
     const std::string certificate = files.file("certificate.pem");
     runCommand("openssl req -x509 -nodes -newkey rsa:2048 -subj /CN=test -keyout " +
                files.file("key.pem") + " -out " + certificate + " " + digest);
-    return signatureFault(parseCertificate(readFile(certificate)).get());
+    return signatureFault(parseCertificate(readFile(certificate)).get()).value_or("");
 }
 
 std::string useFaultOf(bool ca, const std::string& extendedKeyUsage) {
@@ -71,7 +72,8 @@ std::string useFaultOf(bool ca, const std::string& extendedKeyUsage) {
     if (!extendedKeyUsage.empty()) {
         options.extensions = {{"extendedKeyUsage", extendedKeyUsage}};
     }
-    return serverUseFault(parseCertificate(makeSigned(makeAuthority(), options).certificate).get());
+    return serverUseFault(parseCertificate(makeSigned(makeAuthority(), options).certificate).get())
+        .value_or("");
 }
 
 // An authority whose root stands in a file, and what it issues.
@@ -87,9 +89,11 @@ protected:
 
     [[nodiscard]] std::string faultOf(const std::string& text,
                                       const BoardClock& clock = CLOCK) const {
-        const CertificateText read = readCertificateText(text, CertificateType::CHAIN);
-        return read.fault.empty() ? admissionFault(read, CollectionKind::IDENTITY, rootFile, clock)
-                                  : read.fault;
+        ChainAndKey read;
+        if (const Fault fault = readCertificateText(text, CertificateType::CHAIN, read)) {
+            return *fault;
+        }
+        return admissionFault(read, CollectionKind::IDENTITY, rootFile, clock).value_or("");
     }
 
     TempDirectory files;
@@ -138,8 +142,8 @@ TEST(Validity, RefusesWhatExpiredBeforeTheBuildEvenWhileTheClockIsUnset) {
 }
 
 TEST(KeyStrength, TakesRsaFrom2048To8192Bits) {
-    EXPECT_EQ(keyFault(withRsaBits(2048).get()), "");
-    EXPECT_EQ(keyFault(withRsaBits(8192).get()), "");
+    EXPECT_EQ(keyFault(withRsaBits(2048).get()), std::nullopt);
+    EXPECT_EQ(keyFault(withRsaBits(8192).get()), std::nullopt);
     EXPECT_EQ(keyFault(withRsaBits(2047).get()),
               "the certificate's RSA key has 2047 bits, not 2048 to 8192");
     EXPECT_EQ(keyFault(withRsaBits(8193).get()),
@@ -181,7 +185,8 @@ TEST(SignatureStrength, RefusesOldDigests) {
 TEST(SignatureStrength, KnowsEd25519) {
     CertificateOptions options;
     options.key = KeyKind::ED25519;
-    EXPECT_EQ(signatureFault(parseCertificate(makeSelfSigned(options).certificate).get()), "");
+    EXPECT_EQ(signatureFault(parseCertificate(makeSelfSigned(options).certificate).get()),
+              std::nullopt);
 }
 
 TEST(ServerUse, AsksForServerAuthenticationWhereAnExtendedKeyUsageIs) {
@@ -200,7 +205,7 @@ TEST(ServerUse, RefusesAnAuthorityThatAnotherOneIssued) {
 }
 
 TEST(ServerUse, AcceptsASelfSignedCertificateEvenWhenItCallsItselfAnAuthority) {
-    EXPECT_EQ(serverUseFault(parseCertificate(makeAuthority().certificate).get()), "");
+    EXPECT_EQ(serverUseFault(parseCertificate(makeAuthority().certificate).get()), std::nullopt);
 }
 
 TEST(KeyPairs, BelongTogetherWhenASignatureIsVerified) {
@@ -320,8 +325,9 @@ TEST_F(RootCa, RefusesAnExpiredRoot) {
 }
 
 TEST_F(RootCa, ThatCannotBeReadIsAFaultOfTheMachine) {
-    const CertificateText text =
-        readCertificateText(makeSigned(root).certificate, CertificateType::SINGLE);
+    ChainAndKey text;
+    ASSERT_EQ(readCertificateText(makeSigned(root).certificate, CertificateType::SINGLE, text),
+              std::nullopt);
     for (const std::string& content : {std::string(), std::string("not a certificate")}) {
         writeFile(rootFile, content);
         EXPECT_THROW(
@@ -334,9 +340,11 @@ TEST_F(RootCa, ThatCannotBeReadIsAFaultOfTheMachine) {
 }
 
 TEST_F(RootCa, IsNotAskedAboutACollectionOfTrust) {
-    const CertificateText text =
-        readCertificateText(makeAuthority("Stranger").certificate, CertificateType::SINGLE);
-    EXPECT_EQ(admissionFault(text, CollectionKind::TRUST, rootFile, CLOCK), "");
+    ChainAndKey text;
+    ASSERT_EQ(
+        readCertificateText(makeAuthority("Stranger").certificate, CertificateType::SINGLE, text),
+        std::nullopt);
+    EXPECT_EQ(admissionFault(text, CollectionKind::TRUST, rootFile, CLOCK), std::nullopt);
 }
 
 TEST_F(RootCa, ChecksDatesAndKeysOfTheWholeText) {

@@ -13,18 +13,18 @@
 CreateCertResult CertificateBackend::create(const std::string& text, const std::string& type,
                                             const std::string& collection,
                                             const std::string& id) const {
-    return installCertificate(settings, {collection, text, type, id, rootCaFile});
+    return createCertificate(surroundings, {collection, text, type, id, rootCaFile});
 }
 
 CreateCertResult CertificateBackend::replace(const std::string& text, const std::string& type,
                                              const std::string& uri) const {
-    return exchangeCertificate(settings, {uri, text, type, rootCaFile});
+    return replaceCertificate(surroundings, {uri, text, type, rootCaFile});
 }
 
 std::vector<std::string> CertificateBackend::filesIn(const std::string& folder) const {
     std::vector<std::string> names;
     for (const auto& entry :
-         std::filesystem::directory_iterator(settings.directory + "/" + folder)) {
+         std::filesystem::directory_iterator(surroundings.directory + "/" + folder)) {
         names.push_back(entry.path().filename());
     }
     std::sort(names.begin(), names.end());
@@ -32,7 +32,7 @@ std::vector<std::string> CertificateBackend::filesIn(const std::string& folder) 
 }
 
 std::string CertificateBackend::installedText(const std::string& uri) const {
-    return readFile(installedFile(settings.directory, uri));
+    return readFile(installedFile(surroundings.directory, uri));
 }
 
 void expectMessage(const MessageInfo& message, const std::string& id,

@@ -35,7 +35,7 @@ protected:
     [[nodiscard]] std::string installedText(const std::string& uri) const;
 
     TempDirectory temporary;
-    BackendSettings settings = {temporary.file("store"), {NOW, BUILD_DATE}};
+    Surroundings surroundings = {temporary.file("store"), {NOW, BUILD_DATE}};
     std::string rootCaFile;
 };
 

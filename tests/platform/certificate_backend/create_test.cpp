@@ -18,7 +18,7 @@ TEST_F(CreateCertificate, InstallsKeyAndCertificateInOneFile) {
     expectMessage(result.message, "", {}, {});
     EXPECT_EQ(result.certificateString, made.certificate);
     EXPECT_EQ(result.privateKeyValue,
-              settings.directory +
+              surroundings.directory +
                   "/installed/+redfish+v1+Managers+1+NetworkProtocol+HTTPS+Certificates+1.pem");
     EXPECT_EQ(readFile(result.privateKeyValue), made.privateKey + made.certificate);
     struct stat status = {};
@@ -194,7 +194,7 @@ TEST_F(CreateCertificate, AcceptsAStartInTheFutureOnlyWhileTheClockIsUnset) {
     const TestCertificate made = makeSelfSigned(options);
     expectTextRefused(create(made.privateKey + made.certificate),
                       "the certificate is not valid before 2027-01-01T00:00:00Z");
-    settings.clock.now = 1000;
+    surroundings.clock.now = 1000;
     EXPECT_EQ(create(made.privateKey + made.certificate).code, 200);
 }
 
@@ -213,7 +213,7 @@ TEST_F(CreateCertificate, JudgesTheSignatureOfAnIdentityButNotOfARoot) {
         "openssl req -x509 -sha1 -nodes -newkey rsa:2048 -days 20000 -subj /CN=old -keyout " + key +
         " -out " + certificate);
     // The command dates the certificate with the machine's clock.
-    settings.clock = systemClock();
+    surroundings.clock = systemClock();
     expectTextRefused(create(readFile(key) + readFile(certificate)),
                       "the certificate's signature is too weak: sha1WithRSAEncryption");
     EXPECT_EQ(create(readFile(certificate), "PEM", TRUSTED).code, 200);
@@ -326,7 +326,8 @@ TEST_F(CreateCertificate, LeavesNothingBehindWhenItRefuses) {
 TEST_F(CreateCertificate, ReadsItsOwnFilesAfterARestart) {
     const TestCertificate made = makeSelfSigned();
     ASSERT_EQ(create(made.privateKey + made.certificate).code, 200);
-    const auto installed = loadInstalled(settings.directory, std::string(IDENTITIES) + "/1");
+    const auto installed =
+        loadInstalled(LockedDirectory(surroundings.directory), std::string(IDENTITIES) + "/1");
     ASSERT_TRUE(installed.has_value());
     EXPECT_EQ(certificateText(installed->chain, CertificateType::CHAIN), made.certificate);
     EXPECT_EQ(EVP_PKEY_eq(installed->privateKey.get(), parsePrivateKey(made.privateKey).get()), 1);
@@ -343,7 +344,7 @@ TEST_F(CreateCertificate, WorksOnSeveralThreadsAtOnce) {
                 good[i] += create(text, "PEM", TRUSTED, id).code == 200 ? 1 : 0;
                 if (n % 2 == 0) {
                     const std::string uri = std::string(TRUSTED) + "/" + id;
-                    good[i] += uninstallCertificate(settings, uri).code == 200 ? 1 : 0;
+                    good[i] += deleteCertificate(surroundings, uri).code == 200 ? 1 : 0;
                 }
             }
         });

@@ -11,7 +11,7 @@
 using DebianRoots = CertificateBackend;
 
 TEST_F(DebianRoots, GoIntoACollectionOfTrust) {
-    settings.clock = systemClock();
+    surroundings.clock = systemClock();
     std::map<std::string, int> refusals;
     int accepted = 0;
     for (const auto& entry :

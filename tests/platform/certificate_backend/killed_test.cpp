@@ -150,7 +150,8 @@ TEST_F(KilledBackend, FlushesAFileBeforeItHasItsNameAndTheDirectoryAfterwards) {
     EXPECT_EQ(changingCalls([&] { static_cast<void>(replace(two.privateKey + two.certificate)); }),
               afterPreparing({"write", "fsync", "rename", "fsync"}));
     EXPECT_EQ(changingCalls([&] {
-                  static_cast<void>(uninstallCertificate(settings, std::string(IDENTITIES) + "/1"));
+                  static_cast<void>(
+                      deleteCertificate(surroundings, std::string(IDENTITIES) + "/1"));
               }),
               afterPreparing({"unlink", "fsync"}));
 }
@@ -158,10 +159,10 @@ TEST_F(KilledBackend, FlushesAFileBeforeItHasItsNameAndTheDirectoryAfterwards) {
 TEST_F(KilledBackend, KeepsTheKeyOfARequestUntilItsCertificateIsInstalled) {
     const TestCertificate authority = makeAuthority();
     const CSRResult request =
-        makeSigningRequest(settings, {IDENTITIES, 0, {}, {{"CommonName", "bmc"}}});
+        generateCsr(surroundings, {IDENTITIES, 0, {}, {{"CommonName", "bmc"}}});
     const std::string certificate = signRequest(request.csr, authority);
     const std::string keyFile = filesIn("requests").at(0);
-    const std::string key = readFile(settings.directory + "/requests/" + keyFile);
+    const std::string key = readFile(surroundings.directory + "/requests/" + keyFile);
     int before = 0;
     int after = 0;
     for (int stop = 1; killedAt(stop, [&] { static_cast<void>(create(certificate)); }); ++stop) {
@@ -171,8 +172,8 @@ TEST_F(KilledBackend, KeepsTheKeyOfARequestUntilItsCertificateIsInstalled) {
         EXPECT_TRUE(again.code == 200 || again.code == 409) << "stop " << stop;
         EXPECT_EQ(installedText(uri), key + certificate) << "stop " << stop;
         EXPECT_EQ(filesIn("installed").size(), 1U) << "stop " << stop;
-        EXPECT_EQ(uninstallCertificate(settings, uri).code, 200);
-        writeFile(settings.directory + "/requests/" + keyFile, key);
+        EXPECT_EQ(deleteCertificate(surroundings, uri).code, 200);
+        writeFile(surroundings.directory + "/requests/" + keyFile, key);
     }
     EXPECT_GT(before, 10);
     EXPECT_GT(after, 1);
@@ -184,12 +185,12 @@ TEST_F(KilledBackend, LeavesACertificateWholeOrGoneInADeletion) {
     ASSERT_EQ(create(certificate, "PEM", TRUSTED).code, 200);
     int gone = 0;
     for (int stop = 1;
-         killedAt(stop, [&] { static_cast<void>(uninstallCertificate(settings, uri)); }); ++stop) {
+         killedAt(stop, [&] { static_cast<void>(deleteCertificate(surroundings, uri)); }); ++stop) {
         gone += create(certificate, "PEM", TRUSTED).code == 200 ? 1 : 0;
         EXPECT_EQ(installedText(uri), certificate) << "stop " << stop;
     }
     EXPECT_GT(gone, 1);
-    EXPECT_EQ(uninstallCertificate(settings, uri).code, 400);
+    EXPECT_EQ(deleteCertificate(surroundings, uri).code, 400);
 }
 
 TEST_F(KilledBackend, StartsInADirectoryThatWasHalfMade) {
@@ -199,6 +200,6 @@ TEST_F(KilledBackend, StartsInADirectoryThatWasHalfMade) {
     for (int stop = 1; killedAt(stop, creation); ++stop) {
         EXPECT_NE(create(certificate, "PEM", TRUSTED).code, 500) << "stop " << stop;
         EXPECT_EQ(installedText(uri), certificate) << "stop " << stop;
-        std::filesystem::remove_all(settings.directory);
+        std::filesystem::remove_all(surroundings.directory);
     }
 }

@@ -1,7 +1,7 @@
 // Replacement: the same checks as a creation, the unchanged certificate, and what is left on disk
 // when the process ends in the middle.
 
-#include "platform/certificate_backend/store_directory.h"
+#include "platform/certificate_backend/locked_directory.h"
 #include "tests/platform/certificate_backend/backend_fixture.h"
 #include "tests/support/certificates.h"
 
@@ -38,7 +38,7 @@ protected:
 
     [[nodiscard]] std::string signedCsr(const TestCertificate& authority) const {
         const CSRResult made =
-            makeSigningRequest(settings, {IDENTITIES, 0, {}, {{"CommonName", "from-a-request"}}});
+            generateCsr(surroundings, {IDENTITIES, 0, {}, {{"CommonName", "from-a-request"}}});
         return signRequest(made.csr, authority);
     }
 
@@ -96,7 +96,7 @@ TEST_F(ReplaceCertificate, AnswersTheSameCertificateWithNoOperation) {
 }
 
 TEST_F(ReplaceCertificate, AnswersNoOperationEvenAfterTheCertificateExpired) {
-    settings.clock.now = 2600000000; // in 2052
+    surroundings.clock.now = 2600000000; // in 2052
     EXPECT_EQ(replace(old.certificate).message.MessageId, "Base.1.9.NoOperation");
 }
 
@@ -196,10 +196,10 @@ TEST_F(ReplaceCertificate, WorksWithoutKeysInACollectionOfTrust) {
 TEST_F(ReplaceCertificate, KeepsTheOldPairWhenTheNewOneCannotBeWritten) {
     const TestCertificate next = makeSelfSigned();
     // Stands where the new file would be written, and is not empty.
-    std::filesystem::create_directories(installedDirectory(settings.directory) + "/.new/x");
+    std::filesystem::create_directories(installedFolder(surroundings.directory) + "/.new/x");
     EXPECT_THROW(static_cast<void>(replace(next.privateKey + next.certificate)), std::system_error);
     expectOldPair();
-    std::filesystem::remove_all(installedDirectory(settings.directory) + "/.new");
+    std::filesystem::remove_all(installedFolder(surroundings.directory) + "/.new");
     EXPECT_EQ(replace(next.privateKey + next.certificate).code, 200);
 }
 
@@ -217,7 +217,7 @@ TEST_F(ReplaceCertificate, KeepsTheOldPairWhenTheDiskIsFullInTheMiddle) {
         fault = error.what();
     }
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &unlimited), 0);
-    EXPECT_EQ(fault, "cannot write a file in " + installedDirectory(settings.directory) +
+    EXPECT_EQ(fault, "cannot write a file in " + installedFolder(surroundings.directory) +
                          ": File too large");
     expectOldPair();
     EXPECT_EQ(filesIn("installed").size(), 1U);
@@ -226,7 +226,7 @@ TEST_F(ReplaceCertificate, KeepsTheOldPairWhenTheDiskIsFullInTheMiddle) {
 TEST_F(ReplaceCertificate, ReportsADamagedFileAsAFaultOfTheMachine) {
     writeFile(created.privateKeyValue, "damaged");
     EXPECT_THROW(static_cast<void>(replace(makeSelfSigned().certificate)), std::runtime_error);
-    EXPECT_EQ(uninstallCertificate(settings, uri).code, 200);
+    EXPECT_EQ(deleteCertificate(surroundings, uri).code, 200);
 }
 
 TEST_F(ReplaceCertificate, KeepsItsOwnLargestTextReadable) {

@@ -1,6 +1,6 @@
-// Settings are read at every call, as the daemon's own are: no cache to fill, nothing to lock.
+// The configuration is read at every call: no cache to fill, nothing to lock.
 
-#include "platform/certificate_backend/settings.h"
+#include "platform/certificate_backend/surroundings.h"
 
 #include "platform/configuration.h"
 
@@ -15,7 +15,7 @@ constexpr int LONGEST_DIRECTORY = 1024;
 
 } // namespace
 
-BackendSettings currentSettings() {
+Surroundings currentSurroundings() {
     std::string directory = getConfigValue(CONFIGURATION_FILE, DIRECTORY_KEY, LONGEST_DIRECTORY);
     if (directory.empty()) {
         directory = DEFAULT_DIRECTORY;

@@ -1,6 +1,6 @@
 #pragma once
 
-// All file-system work of the backend.
+// Files with a defined state on disk at every moment.
 //
 // A file is written to the one temporary name of its directory, flushed, renamed to its final name,
 // and the directory is flushed. Whenever the process dies or the power goes, the old file or the
@@ -10,37 +10,20 @@
 // Directories are made with mode 0700, files with 0600. A fault of the machine (no space, no
 // permission, ...) is thrown as std::system_error, its text naming the step and the path.
 
-#include "platform/certificate_backend/secret_text.h"
+#include "platform/posix/file_descriptor.h"
+#include "platform/posix/secret_text.h"
 
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-// An open file or directory; closed at the end of its scope.
-class OpenFile {
-public:
-    explicit OpenFile(int fileDescriptor) : descriptor(fileDescriptor) {}
-    OpenFile(OpenFile&& other) noexcept;
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    OpenFile& operator=(OpenFile&&) = delete;
-    ~OpenFile();
-
-    [[nodiscard]] int get() const {
-        return descriptor;
-    }
-
-private:
-    int descriptor;
-};
-
 // Makes the directory when it is missing; its parent must be there. Does not touch an existing one.
 void makeDirectory(const std::string& path);
 
 // Opens the directory and takes its lock, which is exclusive among threads and processes, waiting
 // as long as another holds it. The lock ends with the returned object, or with the process.
-[[nodiscard]] OpenFile lockDirectory(const std::string& path);
+[[nodiscard]] FileDescriptor lockDirectory(const std::string& path);
 
 // Writes the file whole or not at all. The caller holds a lock that covers the directory.
 void writeFileAtomically(const std::string& directory, const std::string& name,
@@ -52,7 +35,8 @@ void removeInterruptedWrite(const std::string& directory);
 // Removes the file for good: true when it was there, false when there was none.
 [[nodiscard]] bool removeFile(const std::string& directory, const std::string& name);
 
-// The content of the file, or nothing when there is none.
+// The content of the file, at most 1 MiB of it; nothing when there is none. A symbolic link is a
+// fault.
 [[nodiscard]] std::optional<SecretText> readFile(const std::string& directory,
                                                  const std::string& name);
 

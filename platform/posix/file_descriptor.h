@@ -1,21 +1,21 @@
 #pragma once
 
-// An open file of the reference libraries.
+// An open file.
 
-#include <unistd.h>
+#include <sys/types.h>
+
+#include <cstddef>
 
 // Owns a file descriptor and closes it at the end of the scope. A negative number, as open returns
 // it on a failure, owns nothing.
 class FileDescriptor {
 public:
     explicit FileDescriptor(int descriptor) : mDescriptor(descriptor) {}
+    FileDescriptor(FileDescriptor&& other) noexcept;
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (mDescriptor >= 0) {
-            ::close(mDescriptor);
-        }
-    }
+    FileDescriptor& operator=(FileDescriptor&&) = delete;
+    ~FileDescriptor();
 
     [[nodiscard]] int get() const {
         return mDescriptor;
@@ -24,3 +24,7 @@ public:
 private:
     int mDescriptor;
 };
+
+// Reads up to size bytes, fewer only at the end of the file. Returns their number, or -1 with errno
+// when reading fails. A signal in between does no harm.
+[[nodiscard]] ssize_t readUpTo(const FileDescriptor& file, void* buffer, std::size_t size);

@@ -2,9 +2,8 @@
 
 // Text and bytes that may hold a private key: the memory is overwritten before it is given back.
 
-#include <openssl/crypto.h>
-
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,7 +21,7 @@ struct CleansingAllocator {
     }
 
     void deallocate(Element* memory, std::size_t count) noexcept {
-        OPENSSL_cleanse(memory, count * sizeof(Element));
+        explicit_bzero(memory, count * sizeof(Element));
         std::allocator<Element>().deallocate(memory, count);
     }
 

@@ -1,8 +1,7 @@
-// File work with a defined state on disk at every moment. Each function opens the directory first
-// and works relative to it, so that a rename and the flush after it are sure to mean the same
-// directory.
+// What changes a directory opens it first and works relative to it, so that a rename and the flush
+// after it are sure to mean the same directory.
 
-#include "platform/certificate_backend/atomic_file.h"
+#include "platform/posix/atomic_file.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -20,6 +19,7 @@ namespace {
 constexpr const char* TEMPORARY_NAME = ".new";
 constexpr mode_t DIRECTORY_MODE = 0700;
 constexpr mode_t FILE_MODE = 0600;
+constexpr std::size_t READ_STEP = 16384;
 constexpr std::size_t READ_LIMIT = std::size_t{1} << 20; // far above any file written here
 
 struct CloseDirectory {
@@ -32,15 +32,15 @@ struct CloseDirectory {
     throw std::system_error(errno, std::generic_category(), step + " " + path);
 }
 
-OpenFile openDirectory(const std::string& path) {
+FileDescriptor openDirectory(const std::string& path) {
     const int descriptor = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0) {
         failWith("cannot open the directory", path);
     }
-    return OpenFile(descriptor);
+    return FileDescriptor(descriptor);
 }
 
-void flushDirectory(const OpenFile& directory, const std::string& path) {
+void flushDirectory(const FileDescriptor& directory, const std::string& path) {
     if (fsync(directory.get()) != 0) {
         failWith("cannot flush the directory", path);
     }
@@ -57,17 +57,18 @@ bool writeAll(int descriptor, std::string_view content) {
     return true;
 }
 
-void writeTemporaryFile(const OpenFile& directory, const std::string& path,
+void writeTemporaryFile(const FileDescriptor& directory, const std::string& path,
                         std::string_view content) {
-    const OpenFile file(openat(directory.get(), TEMPORARY_NAME,
-                               O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, FILE_MODE));
+    const FileDescriptor file(openat(directory.get(), TEMPORARY_NAME,
+                                     O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                     FILE_MODE));
     if (file.get() < 0 || !writeAll(file.get(), content) || fsync(file.get()) != 0) {
         failWith("cannot write a file in", path);
     }
 }
 
 // Best effort on a failed write: what cannot be removed now is removed under the next lock.
-void discardTemporaryFile(const OpenFile& directory) {
+void discardTemporaryFile(const FileDescriptor& directory) {
     static_cast<void>(unlinkat(directory.get(), TEMPORARY_NAME, 0));
 }
 
@@ -78,16 +79,6 @@ std::string parentOf(const std::string& path) {
 
 } // namespace
 
-OpenFile::OpenFile(OpenFile&& other) noexcept : descriptor(other.descriptor) {
-    other.descriptor = -1;
-}
-
-OpenFile::~OpenFile() {
-    if (descriptor >= 0) {
-        close(descriptor);
-    }
-}
-
 void makeDirectory(const std::string& path) {
     if (mkdir(path.c_str(), DIRECTORY_MODE) == 0) {
         flushDirectory(openDirectory(parentOf(path)), parentOf(path));
@@ -96,8 +87,8 @@ void makeDirectory(const std::string& path) {
     }
 }
 
-OpenFile lockDirectory(const std::string& path) {
-    OpenFile directory = openDirectory(path);
+FileDescriptor lockDirectory(const std::string& path) {
+    FileDescriptor directory = openDirectory(path);
     while (flock(directory.get(), LOCK_EX) != 0) {
         if (errno != EINTR) {
             failWith("cannot lock the directory", path);
@@ -108,7 +99,7 @@ OpenFile lockDirectory(const std::string& path) {
 
 void writeFileAtomically(const std::string& directory, const std::string& name,
                          std::string_view content) {
-    const OpenFile opened = openDirectory(directory);
+    const FileDescriptor opened = openDirectory(directory);
     try {
         writeTemporaryFile(opened, directory, content);
         if (renameat(opened.get(), TEMPORARY_NAME, opened.get(), name.c_str()) != 0) {
@@ -128,7 +119,7 @@ void removeInterruptedWrite(const std::string& directory) {
 }
 
 bool removeFile(const std::string& directory, const std::string& name) {
-    const OpenFile opened = openDirectory(directory);
+    const FileDescriptor opened = openDirectory(directory);
     if (unlinkat(opened.get(), name.c_str(), 0) != 0) {
         if (errno == ENOENT) {
             return false;
@@ -141,26 +132,24 @@ bool removeFile(const std::string& directory, const std::string& name) {
 
 std::optional<SecretText> readFile(const std::string& directory, const std::string& name) {
     const std::string path = directory + "/" + name;
-    const OpenFile file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     if (file.get() < 0) {
         if (errno == ENOENT) {
             return std::nullopt;
         }
         failWith("cannot open", path);
     }
-    SecretText content(READ_LIMIT, '\0');
-    std::size_t length = 0;
-    while (length < content.size()) {
-        const ssize_t count = read(file.get(), content.data() + length, content.size() - length);
-        if (count < 0 && errno != EINTR) {
+    SecretText content;
+    ssize_t count = 0;
+    do {
+        const std::size_t length = content.size();
+        content.resize(length + READ_STEP);
+        count = readUpTo(file, content.data() + length, READ_STEP);
+        if (count < 0) {
             failWith("cannot read", path);
         }
-        if (count == 0) {
-            break;
-        }
-        length += count > 0 ? static_cast<std::size_t>(count) : 0;
-    }
-    content.resize(length);
+        content.resize(length + static_cast<std::size_t>(count));
+    } while (static_cast<std::size_t>(count) == READ_STEP && content.size() < READ_LIMIT);
     return content;
 }
 

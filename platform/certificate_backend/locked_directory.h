@@ -1,0 +1,41 @@
+#pragma once
+
+// The directory in which the backend keeps everything:
+//
+//   installed/  one file for each certificate: its private key, where the backend knows one, then
+//               the certificate and the rest of its chain, all PEM. Key and certificate share a
+//               file, so that one rename replaces both.
+//   requests/   the private keys of signing requests whose certificate has not come yet.
+//
+// The directory's lock guards both folders, among threads and among processes.
+
+#include "platform/posix/file_descriptor.h"
+
+#include <string>
+#include <string_view>
+
+// The lock, held from construction to destruction. Whatever needs the lock takes this as an
+// argument.
+class LockedDirectory {
+public:
+    // Makes the directory and its folders where they are missing, waits for the lock, and removes
+    // what a crash left behind. Throws std::system_error on a fault of the machine.
+    explicit LockedDirectory(std::string path);
+
+    [[nodiscard]] const std::string& path() const {
+        return mPath;
+    }
+
+private:
+    std::string mPath;
+    FileDescriptor mLock;
+};
+
+[[nodiscard]] std::string installedFolder(const std::string& directory);
+[[nodiscard]] std::string requestsFolder(const std::string& directory);
+
+// The file name for a resource URI: "/" becomes "+", letters, digits, "-" and "_" stay, any other
+// byte becomes "=" and two hexadecimal digits. What gets too long for a file name is cut and ends
+// in
+// "~" and the SHA-256 digest of the URI. Different URIs have different names; none has a dot.
+[[nodiscard]] std::string fileNameOf(std::string_view uri);

@@ -1,0 +1,80 @@
+// No line of a private key's text is left in freed memory, the backend's own or OpenSSL's.
+
+#include "tests/platform/certificate_backend/backend_fixture.h"
+#include "tests/platform/watched_memory.h"
+#include "tests/support/certificates.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+// The lines that hold the secret half: the first eight of an RSA key hold what the certificate
+// shows.
+std::vector<std::string> secretLines(const std::string& pem) {
+    std::vector<std::string> lines = splitLines(pem);
+    std::erase_if(lines, [](const std::string& line) { return line.size() != 64; });
+    lines.erase(lines.begin(), lines.begin() + 8);
+    return lines;
+}
+
+TestCertificate makeRsaPair() {
+    CertificateOptions options;
+    options.key = KeyKind::RSA_2048;
+    return makeSelfSigned(options);
+}
+
+} // namespace
+
+// The requests are made before the watch begins and end after it, because they hold the key.
+class BackendMemory : public CertificateBackend {
+protected:
+    const std::string uri = std::string(IDENTITIES) + "/1";
+};
+
+TEST_F(BackendMemory, IsWatched) {
+    auto key = std::make_unique<std::string>(makePrivateKey(KeyKind::RSA_2048));
+    const std::vector<std::string> secrets = secretLines(*key);
+    const MemoryWatch watch(secrets);
+    key.reset();
+    EXPECT_EQ(watch.tracesSeen(), 1);
+}
+
+TEST_F(BackendMemory, HoldsNoKeyAfterACreationAndItsReplacements) {
+    const TestCertificate made = makeRsaPair();
+    const std::string text = made.privateKey + made.certificate;
+    const CreateCertRequest creation = {IDENTITIES, text, "PEM", "1", ""};
+    const ReplaceCertRequest renewal = {uri, certifyKey(made.privateKey, makeAuthority()), "PEM",
+                                        ""};
+    const ReplaceCertRequest again = {uri, text, "PEM", ""};
+    const std::vector<std::string> secrets = secretLines(made.privateKey);
+    const MemoryWatch watch(secrets);
+    EXPECT_EQ(createCertificate(surroundings, creation).code, 200);
+    EXPECT_EQ(replaceCertificate(surroundings, renewal).code, 200);
+    EXPECT_EQ(replaceCertificate(surroundings, again).code, 200);
+    EXPECT_EQ(deleteCertificate(surroundings, uri).code, 200);
+    EXPECT_EQ(watch.tracesSeen(), 0);
+}
+
+TEST_F(BackendMemory, HoldsNoKeyOfASigningRequestOnceItIsInstalled) {
+    const CSRResult made = generateCsr(
+        surroundings,
+        {IDENTITIES, 2048, {}, {{"CommonName", "bmc"}, {"KeyPairAlgorithm", "TPM_ALG_RSA"}}});
+    const std::string certificate = signRequest(made.csr, makeAuthority());
+    const std::vector<std::string> secrets =
+        secretLines(readFile(surroundings.directory + "/requests/" + filesIn("requests").at(0)));
+    const MemoryWatch watch(secrets);
+    EXPECT_EQ(create(certificate).code, 200);
+    EXPECT_EQ(watch.tracesSeen(), 0);
+}
+
+TEST_F(BackendMemory, HoldsNoKeyOfATextThatIsRefused) {
+    const TestCertificate made = makeRsaPair();
+    const CreateCertRequest creation = {IDENTITIES, made.privateKey + made.certificate + "x", "PEM",
+                                        "1", ""};
+    const std::vector<std::string> secrets = secretLines(made.privateKey);
+    const MemoryWatch watch(secrets);
+    EXPECT_EQ(createCertificate(surroundings, creation).code, 400);
+    EXPECT_EQ(watch.tracesSeen(), 0);
+}

@@ -1,0 +1,148 @@
+#include "platform/posix/atomic_file.h"
+#include "tests/support/temp_files.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+#include <system_error>
+#include <thread>
+
+namespace {
+
+ino_t inodeOf(const std::string& path) {
+    struct stat status = {};
+    EXPECT_EQ(stat(path.c_str(), &status), 0);
+    return status.st_ino;
+}
+
+} // namespace
+
+class AtomicFile : public testing::Test {
+protected:
+    AtomicFile() {
+        makeDirectory(directory);
+    }
+
+    TempDirectory temporary;
+    std::string directory = temporary.file("kept");
+};
+
+TEST_F(AtomicFile, IsReadAndWrittenByItsOwnerOnly) {
+    writeFileAtomically(directory, "name", "content");
+    EXPECT_EQ(fileMode(directory), 0700U);
+    EXPECT_EQ(fileMode(directory + "/name"), 0600U);
+    EXPECT_EQ(readFile(directory, "name"), "content");
+    EXPECT_EQ(listFiles(directory), std::vector<std::string>{"name"});
+}
+
+TEST_F(AtomicFile, IsReplacedByAnotherFileNotChanged) {
+    writeFileAtomically(directory, "name", "old");
+    const ino_t before = inodeOf(directory + "/name");
+    writeFileAtomically(directory, "name", "new");
+    EXPECT_EQ(readFile(directory, "name"), "new");
+    EXPECT_NE(inodeOf(directory + "/name"), before);
+}
+
+TEST_F(AtomicFile, IsReadWholeUpToOneMebibyte) {
+    for (const std::size_t size : {0U, 1U, 16383U, 16384U, 16385U, 1048576U}) {
+        writeFileAtomically(directory, "name", std::string(size, 'x'));
+        EXPECT_EQ(readFile(directory, "name"), SecretText(size, 'x')) << size;
+    }
+    writeFileAtomically(directory, "name", std::string(1048577, 'x'));
+    EXPECT_EQ(readFile(directory, "name"), SecretText(1048576, 'x'));
+}
+
+TEST_F(AtomicFile, StaysAsItWasWhenTheNewOneCannotBeWritten) {
+    writeFileAtomically(directory, "name", "old");
+    makeDirectory(directory + "/.new"); // stands where the new content would be written
+    EXPECT_THROW(writeFileAtomically(directory, "name", "new"), std::system_error);
+    EXPECT_EQ(readFile(directory, "name"), "old");
+}
+
+TEST_F(AtomicFile, LeavesNothingBehindWhenItsNameIsTaken) {
+    makeDirectory(directory + "/name");
+    EXPECT_THROW(writeFileAtomically(directory, "name", "new"), std::system_error);
+    EXPECT_FALSE(fileExists(directory, ".new"));
+}
+
+TEST_F(AtomicFile, IsRemovedOnce) {
+    writeFileAtomically(directory, "name", "content");
+    EXPECT_TRUE(fileExists(directory, "name"));
+    EXPECT_TRUE(removeFile(directory, "name"));
+    EXPECT_FALSE(removeFile(directory, "name"));
+    EXPECT_FALSE(fileExists(directory, "name"));
+    EXPECT_EQ(readFile(directory, "name"), std::nullopt);
+}
+
+TEST_F(AtomicFile, IsNeverReachedThroughASymbolicLink) {
+    writeFile(temporary.file("outside"), "secret");
+    std::filesystem::create_symlink(temporary.file("outside"), directory + "/name");
+    EXPECT_THROW(static_cast<void>(readFile(directory, "name")), std::system_error);
+    writeFileAtomically(directory, "name", "new");
+    EXPECT_EQ(readFile(temporary.file("outside")), "secret");
+    EXPECT_EQ(readFile(directory, "name"), "new");
+    std::filesystem::create_symlink(temporary.file("outside"), directory + "/.new");
+    EXPECT_THROW(writeFileAtomically(directory, "name", "newer"), std::system_error);
+    EXPECT_EQ(readFile(temporary.file("outside")), "secret");
+}
+
+TEST_F(AtomicFile, InAMissingDirectoryIsAFaultThatNamesStepAndPath) {
+    const std::string missing = directory + "/missing";
+    const std::vector<std::pair<std::string, std::function<void()>>> steps = {
+        {"cannot make the directory " + missing + "/deeper",
+         [&] { makeDirectory(missing + "/deeper"); }},
+        {"cannot open the directory " + missing,
+         [&] { static_cast<void>(lockDirectory(missing)); }},
+        {"cannot open the directory " + missing,
+         [&] { writeFileAtomically(missing, "name", "x"); }},
+        {"cannot open the directory " + missing,
+         [&] { static_cast<void>(removeFile(missing, "name")); }},
+        {"cannot list " + missing, [&] { static_cast<void>(listFiles(missing)); }},
+    };
+    for (const auto& [words, step] : steps) {
+        try {
+            step();
+            ADD_FAILURE() << words;
+        } catch (const std::system_error& error) {
+            EXPECT_EQ(error.what(), words + ": No such file or directory");
+        }
+    }
+}
+
+TEST_F(AtomicFile, LockIsHeldAloneAndAsLongAsItsOwnerLives) {
+    const FileDescriptor other(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    {
+        const FileDescriptor lock = lockDirectory(directory);
+        EXPECT_NE(flock(other.get(), LOCK_SH | LOCK_NB), 0);
+        EXPECT_EQ(errno, EWOULDBLOCK);
+    }
+    EXPECT_EQ(flock(other.get(), LOCK_EX | LOCK_NB), 0);
+}
+
+TEST_F(AtomicFile, LockIsGivenToOneThreadAtATime) {
+    std::atomic<int> inside = 0;
+    std::atomic<int> clashes = 0;
+    std::atomic<int> turns = 0;
+    const auto work = [&] {
+        for (int i = 0; i < 200; ++i) {
+            const FileDescriptor lock = lockDirectory(directory);
+            clashes += inside.fetch_add(1) == 0 ? 0 : 1;
+            ++turns;
+            inside.fetch_sub(1);
+        }
+    };
+    std::array<std::thread, 3> threads = {std::thread(work), std::thread(work), std::thread(work)};
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(clashes, 0);
+    EXPECT_EQ(turns, 600);
+}
