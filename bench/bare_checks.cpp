@@ -1,38 +1,20 @@
 #include "bench/bare_checks.h"
 
+#include "platform/posix/file_descriptor.h"
+#include "platform/x509/openssl_handles.h"
 #include "tests/support/temp_files.h"
 
 #include <fcntl.h>
-#include <openssl/evp.h>
 #include <openssl/pem.h>
-#include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
-#include <openssl/x509v3.h>
 #include <sys/file.h>
 #include <unistd.h>
 
 #include <array>
 #include <ctime>
-#include <memory>
 #include <stdexcept>
 
 namespace {
-
-template <auto FREE>
-struct Release {
-    template <typename Object>
-    void operator()(Object* object) const {
-        FREE(object);
-    }
-};
-using Bio = std::unique_ptr<BIO, Release<BIO_free>>;
-using Certificate = std::unique_ptr<X509, Release<X509_free>>;
-using Key = std::unique_ptr<EVP_PKEY, Release<EVP_PKEY_free>>;
-using Digest = std::unique_ptr<EVP_MD_CTX, Release<EVP_MD_CTX_free>>;
-using Roots = std::unique_ptr<X509_STORE, Release<X509_STORE_free>>;
-using Validation = std::unique_ptr<X509_STORE_CTX, Release<X509_STORE_CTX_free>>;
-using Request = std::unique_ptr<X509_REQ, Release<X509_REQ_free>>;
-using Extension = std::unique_ptr<X509_EXTENSION, Release<X509_EXTENSION_free>>;
 
 void require(bool succeeded) {
     if (!succeeded) {
@@ -40,28 +22,20 @@ void require(bool succeeded) {
     }
 }
 
-struct Descriptor {
-    explicit Descriptor(int number) : descriptor(number) {
-        require(number >= 0);
-    }
-    ~Descriptor() {
-        close(descriptor);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int descriptor;
-};
+FileDescriptor opened(int descriptor) {
+    require(descriptor >= 0);
+    return FileDescriptor(descriptor);
+}
 
 struct Pair {
-    Key key;
-    Certificate certificate;
+    KeyHandle key;
+    CertificateHandle certificate;
 };
 
 Pair readPair(const std::string& text) {
-    const Bio memory(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
-    Key key(PEM_read_bio_PrivateKey(memory.get(), nullptr, nullptr, nullptr));
-    Certificate certificate(PEM_read_bio_X509(memory.get(), nullptr, nullptr, nullptr));
+    const BioHandle memory(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
+    KeyHandle key(PEM_read_bio_PrivateKey(memory.get(), nullptr, nullptr, nullptr));
+    CertificateHandle certificate(PEM_read_bio_X509(memory.get(), nullptr, nullptr, nullptr));
     require(key && certificate);
     return {std::move(key), std::move(certificate)};
 }
@@ -72,11 +46,11 @@ void checkPair(const Pair& pair) {
     require(EVP_PKEY_eq(pair.key.get(), publicKey) == 1);
     std::array<unsigned char, 512> signature{};
     std::size_t length = signature.size();
-    const Digest signing(EVP_MD_CTX_new());
+    const DigestContextHandle signing(EVP_MD_CTX_new());
     require(EVP_DigestSignInit(signing.get(), nullptr, EVP_sha256(), nullptr, pair.key.get()) == 1);
     require(EVP_DigestSign(signing.get(), signature.data(), &length, PROBE.data(), PROBE.size()) ==
             1);
-    const Digest verifying(EVP_MD_CTX_new());
+    const DigestContextHandle verifying(EVP_MD_CTX_new());
     require(EVP_DigestVerifyInit(verifying.get(), nullptr, EVP_sha256(), nullptr, publicKey) == 1);
     require(EVP_DigestVerify(verifying.get(), signature.data(), length, PROBE.data(),
                              PROBE.size()) == 1);
@@ -92,9 +66,9 @@ void checkCertificate(X509* certificate) {
 }
 
 void checkChain(X509* certificate, const std::string& rootCaFile) {
-    const Roots roots(X509_STORE_new());
+    const RootsHandle roots(X509_STORE_new());
     require(X509_STORE_load_file(roots.get(), rootCaFile.c_str()) == 1);
-    const Validation validation(X509_STORE_CTX_new());
+    const ValidationHandle validation(X509_STORE_CTX_new());
     require(X509_STORE_CTX_init(validation.get(), roots.get(), certificate, nullptr) == 1);
     X509_VERIFY_PARAM* parameters = X509_STORE_CTX_get0_param(validation.get());
     X509_VERIFY_PARAM_set_auth_level(parameters, 2);
@@ -123,33 +97,32 @@ void takeProperties(X509* certificate) {
 
 // The file replaces its predecessor once it is safely on disk.
 void writeSafely(const std::string& directory, const BIO* content) {
-    const Descriptor folder(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor folder =
+        opened(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     char* text = nullptr;
     const auto length =
         static_cast<std::size_t>(BIO_get_mem_data(const_cast<BIO*>(content), &text));
-    const Descriptor file(
-        openat(folder.descriptor, ".new", O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    require(write(file.descriptor, text, length) == static_cast<ssize_t>(length));
-    require(fsync(file.descriptor) == 0);
-    require(renameat(folder.descriptor, ".new", folder.descriptor, BARE_CERTIFICATE_FILE) == 0);
-    require(fsync(folder.descriptor) == 0);
+    const FileDescriptor file =
+        opened(openat(folder.get(), ".new", O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    require(write(file.get(), text, length) == static_cast<ssize_t>(length));
+    require(fsync(file.get()) == 0);
+    require(renameat(folder.get(), ".new", folder.get(), BARE_CERTIFICATE_FILE) == 0);
+    require(fsync(folder.get()) == 0);
 }
 
 void writePair(const std::string& directory, EVP_PKEY* key, X509* certificate) {
-    const Bio memory(BIO_new(BIO_s_mem()));
+    const BioHandle memory(BIO_new(BIO_s_mem()));
     require(PEM_write_bio_PKCS8PrivateKey(memory.get(), key, nullptr, nullptr, 0, nullptr,
                                           nullptr) == 1);
     require(certificate == nullptr || PEM_write_bio_X509(memory.get(), certificate) == 1);
     writeSafely(directory, memory.get());
 }
 
-struct StoreLock {
-    explicit StoreLock(const std::string& directory)
-        : folder(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-        require(flock(folder.descriptor, LOCK_EX) == 0);
-    }
-    Descriptor folder;
-};
+FileDescriptor locked(const std::string& directory) {
+    FileDescriptor folder = opened(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    require(flock(folder.get(), LOCK_EX) == 0);
+    return folder;
+}
 
 void install(const BareInput& input) {
     const Pair pair = readPair(input.certificateText);
@@ -157,14 +130,14 @@ void install(const BareInput& input) {
     checkPair(pair);
     checkChain(pair.certificate.get(), input.rootCaFile);
     takeProperties(pair.certificate.get());
-    const Bio answer(BIO_new(BIO_s_mem())); // the text that goes back into the resource
+    const BioHandle answer(BIO_new(BIO_s_mem())); // the text that goes back into the resource
     require(PEM_write_bio_X509(answer.get(), pair.certificate.get()) == 1);
     writePair(input.directory, pair.key.get(), pair.certificate.get());
 }
 
 void addExtension(X509_REQ* request, int type, const char* value) {
     STACK_OF(X509_EXTENSION)* extensions = nullptr;
-    const Extension extension(X509V3_EXT_conf_nid(nullptr, nullptr, type, value));
+    const ExtensionHandle extension(X509V3_EXT_conf_nid(nullptr, nullptr, type, value));
     require(extension != nullptr);
     require(X509v3_add_ext(&extensions, extension.get(), -1) != nullptr);
     const bool added = X509_REQ_add_extensions(request, extensions) == 1;
@@ -175,25 +148,25 @@ void addExtension(X509_REQ* request, int type, const char* value) {
 } // namespace
 
 void bareCreate(const BareInput& input) {
-    const StoreLock lock(input.directory);
+    const FileDescriptor lock = locked(input.directory);
     install(input);
 }
 
 void bareReplace(const BareInput& input) {
-    const StoreLock lock(input.directory);
+    const FileDescriptor lock = locked(input.directory);
     const Pair installed = readPair(readFile(input.directory + "/" + BARE_CERTIFICATE_FILE));
     install(input);
 }
 
 void bareDelete(const BareInput& input) {
-    const StoreLock lock(input.directory);
-    require(unlinkat(lock.folder.descriptor, BARE_CERTIFICATE_FILE, 0) == 0);
-    require(fsync(lock.folder.descriptor) == 0);
+    const FileDescriptor lock = locked(input.directory);
+    require(unlinkat(lock.get(), BARE_CERTIFICATE_FILE, 0) == 0);
+    require(fsync(lock.get()) == 0);
 }
 
 void bareSigningRequest(const BareInput& input) {
-    const Key key(EVP_EC_gen("P-256"));
-    const Request request(X509_REQ_new());
+    const KeyHandle key(EVP_EC_gen("P-256"));
+    const RequestHandle request(X509_REQ_new());
     require(key && request && X509_REQ_set_pubkey(request.get(), key.get()) == 1);
     X509_NAME* name = X509_REQ_get_subject_name(request.get());
     for (const char* field : {"CN", "O", "C"}) {
@@ -204,8 +177,8 @@ void bareSigningRequest(const BareInput& input) {
     }
     addExtension(request.get(), NID_subject_alt_name, "DNS:bmc.example");
     require(X509_REQ_sign(request.get(), key.get(), EVP_sha256()) > 0);
-    const Bio answer(BIO_new(BIO_s_mem()));
+    const BioHandle answer(BIO_new(BIO_s_mem()));
     require(PEM_write_bio_X509_REQ(answer.get(), request.get()) == 1);
-    const StoreLock lock(input.directory);
+    const FileDescriptor lock = locked(input.directory);
     writePair(input.directory, key.get(), nullptr);
 }

@@ -1,4 +1,4 @@
-// All forms are plain ASCII: an internationalised name comes in its encoded form (RFC 5890).
+// All forms are plain ASCII: an internationalised name is given in its encoded form (RFC 5890).
 
 #include "platform/certificate_backend/alternative_names.h"
 

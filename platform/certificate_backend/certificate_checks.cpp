@@ -1,4 +1,4 @@
-// The checks go from cheap to costly: dates and sizes of every certificate first, signatures last.
+// The cheap checks come first: dates and sizes of every certificate, signatures last.
 
 #include "platform/certificate_backend/certificate_checks.h"
 

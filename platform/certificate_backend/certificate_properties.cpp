@@ -1,5 +1,5 @@
-// Names are hostile until shown otherwise: each value must be printable UTF-8, because what is
-// returned here goes into JSON documents and onto screens.
+// Each part of a name must be printable UTF-8, because what is returned here goes into JSON
+// documents and onto screens.
 
 #include "platform/certificate_backend/certificate_properties.h"
 

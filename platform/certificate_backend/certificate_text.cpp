@@ -1,4 +1,4 @@
-// Blocks are sorted by label; each must decode to exactly one object with no byte left over.
+// A block's label says what it is; it must decode to exactly one object with no byte left over.
 
 #include "platform/certificate_backend/certificate_text.h"
 

@@ -1,4 +1,4 @@
-// Redfish gives collections of trust fixed names; everything else holds identities.
+// Redfish gives collections of trust fixed names. Every other collection holds identities.
 
 #include "platform/certificate_backend/collection_kind.h"
 

@@ -9,7 +9,7 @@ enum class CollectionKind {
     TRUST,    // certificates of others, against which they are judged: no private key belongs here
 };
 
-// Told by the collection's URI: trust when its last segment is TrustedCertificates,
+// The URI decides: trust when its last segment is TrustedCertificates,
 // RemoteServerCertificates, RevokedCertificates or EnrollmentCACertificates, or when any segment
 // before it is SecureBootDatabases or Boot; identity otherwise.
 [[nodiscard]] CollectionKind collectionKindOf(std::string_view collectionUri);

@@ -1,6 +1,3 @@
-// Each group of parameters has a reader that returns the refusal or nothing; the first refusal ends
-// it.
-
 #include "platform/certificate_backend/csr_parameters.h"
 
 #include "platform/certificate_backend/alternative_names.h"
@@ -79,7 +76,7 @@ bool isTextParameter(std::string_view name) {
                        [&](const SubjectParameter& known) { return known.name == name; });
 }
 
-bool isPassedOver(std::string_view name) {
+bool isIgnored(std::string_view name) {
     return name.find('@') != std::string_view::npos || name.starts_with("&&");
 }
 
@@ -96,9 +93,9 @@ std::string_view optionalText(const CSRRequest& request, const std::string& name
     return textOf(request, name).value_or(std::string_view());
 }
 
-// One that has the wrong type or that the action does not have.
+// Refuses a parameter that has the wrong type or that the action does not have.
 Refusal strangeParameter(const std::string& name, std::string_view value, bool rightType) {
-    if (rightType || isPassedOver(name)) {
+    if (rightType || isIgnored(name)) {
         return std::nullopt;
     }
     if (isTextParameter(name) || holds(ARRAY_PARAMETERS, name) ||
@@ -109,7 +106,7 @@ Refusal strangeParameter(const std::string& name, std::string_view value, bool r
     return parameterUnknown(GENERATE_CSR_ACTION, shownInMessage(name));
 }
 
-// Sorted by name, so that of several wrong parameters it is always the same one that is told.
+// Sorted by name, so that of several wrong parameters it is always the same one that is reported.
 Refusal checkNames(const CSRRequest& request) {
     std::set<std::string> names;
     for (const auto& [name, value] : request.stringParameters) {

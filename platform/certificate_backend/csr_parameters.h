@@ -28,13 +28,12 @@ struct CsrParameters {
 };
 
 // Fills the parameters from the request, which must outlive them, or returns the message that
-// refuses it.
+// refuses the request.
 //
 // CommonName must be there. A text parameter that is empty counts as not given, except CommonName
 // and ChallengePassword: an empty challenge password is one that could not be decrypted. A
-// parameter that the action does not have is refused, because its effect would be missed without a
-// sign; annotations
-// ("@...", "name@...") and the front end's own fields ("&&...") are passed over. No message holds
-// the challenge password.
+// parameter that the action does not have is refused rather than silently ignored; annotations
+// ("@...", "name@...") and the front end's own fields ("&&...") are ignored. No message holds the
+// challenge password.
 [[nodiscard]] std::optional<MessageInfo> readCsrParameters(const CSRRequest& request,
                                                            CsrParameters& parameters);

@@ -1,5 +1,3 @@
-// Key pairs over OpenSSL's EVP interface.
-
 #include "platform/certificate_backend/key_pair.h"
 
 #include "platform/certificate_backend/sha256.h"

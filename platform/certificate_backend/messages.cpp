@@ -1,5 +1,3 @@
-// One function for each message, so that identifiers and the order of arguments stand in one place.
-
 #include "platform/certificate_backend/messages.h"
 
 namespace {

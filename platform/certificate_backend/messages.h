@@ -1,7 +1,7 @@
 #pragma once
 
 // The messages of the DMTF Base registry (1.9) with which the backend answers. The arguments are in
-// registry order; the related property is a JSON pointer into the request body,
+// registry order; a related property is a JSON pointer into the request body, for example
 // "#/CertificateString".
 
 #include "platform/certificate_backend.h"

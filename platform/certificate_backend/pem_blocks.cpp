@@ -1,5 +1,5 @@
-// A block is found by its two boundary lines and decoded as a whole. OpenSSL's own reader is not
-// used because it skips whatever stands between blocks.
+// OpenSSL's own reader is not used: it skips whatever stands between blocks, and its buffers are
+// not wiped.
 
 #include "platform/certificate_backend/pem_blocks.h"
 

@@ -1,5 +1,4 @@
-// File names: twenty digits, "-", the digest in hexadecimal, ".pem". Sorted by name they are sorted
-// by age.
+// File names: twenty digits, "-", the digest in hexadecimal, ".pem". Their order is their age.
 
 #include "platform/certificate_backend/request_keys.h"
 

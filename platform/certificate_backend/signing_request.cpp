@@ -1,4 +1,4 @@
-// The values have been checked; whatever fails here is a fault of the machine.
+// The parameters have been checked: whatever fails here is a fault of the machine.
 
 #include "platform/certificate_backend/signing_request.h"
 
@@ -8,17 +8,9 @@
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
 
-#include <memory>
 #include <stdexcept>
 
 namespace {
-
-struct FreeExtensions {
-    void operator()(STACK_OF(X509_EXTENSION) * extensions) const {
-        sk_X509_EXTENSION_pop_free(extensions, X509_EXTENSION_free);
-    }
-};
-using ExtensionsHandle = std::unique_ptr<STACK_OF(X509_EXTENSION), FreeExtensions>;
 
 void require(bool done, const char* what) {
     if (!done) {

@@ -1,5 +1,5 @@
-// A strict UTF-8 reader: no overlong forms, no surrogates, nothing above U+10FFFF. What it lets
-// through can be written as JSON by any library.
+// Strict: no overlong forms, no surrogates, nothing above U+10FFFF, so that what is accepted can be
+// written as JSON by any library.
 
 #include "platform/certificate_backend/utf8.h"
 

@@ -1,8 +1,5 @@
-// The reference configuration library: reads the file, asks the parser for the key, and holds the
-// value against the caller's limit.
-//
-// Both functions of the interface go the same road, so that they never disagree about a file. There
-// is no state. A value that cannot be handed over whole is refused, because half a path or half a
+// Both functions of the interface read a value in the same way, so that they never disagree about a
+// file. There is no state. A value that does not fit is refused, because half a path or half a
 // number would be taken for the real one.
 
 #include "platform/configuration.h"

@@ -1,13 +1,10 @@
-// The configuration file's syntax, and nothing of files or limits: lines are cut off the front of
-// the text one after the other, and the first one that sets the key ends the search.
-
 #include "platform/configuration/parser.h"
 
 namespace {
 
 constexpr std::string_view BLANKS = " \t\r\v\f";
-constexpr std::string_view BYTE_ORDER_MARK =
-    "\xEF\xBB\xBF"; // some editors begin UTF-8 files with it
+// Some editors begin UTF-8 files with it.
+constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
 std::string_view trim(std::string_view text) {
     const auto first = text.find_first_not_of(BLANKS);

@@ -1,9 +1,7 @@
-// The reference data-decryption library: decodes the digits, reads the key, and opens the text.
-//
 // The plain text is decrypted straight into the string that the caller gets, so that no other
 // buffer holds it. What was decrypted before the tag proved false is wiped and never handed out.
-// The reasons for a failure are told on standard error; they hold sizes and the key file's path,
-// nothing of the text. A wrong key and a damaged text cannot be told apart.
+// Faults go to standard error; they hold sizes and the key file's path, nothing of the text. A
+// wrong key and a damaged text cannot be told apart.
 
 #include "platform/data_decryption.h"
 #include "platform/data_decryption/encrypted_text.h"

@@ -2,49 +2,16 @@
 
 #include "tests/support/certificates.h"
 
-#include <openssl/bio.h>
+#include "platform/x509/openssl_handles.h"
+
 #include <openssl/ec.h>
-#include <openssl/evp.h>
 #include <openssl/pem.h>
-#include <openssl/pkcs7.h>
 #include <openssl/rand.h>
 #include <openssl/rsa.h>
-#include <openssl/x509v3.h>
 
-#include <memory>
 #include <stdexcept>
 
 namespace {
-
-struct Release {
-    void operator()(BIO* object) const {
-        BIO_free_all(object);
-    }
-    void operator()(EVP_PKEY* object) const {
-        EVP_PKEY_free(object);
-    }
-    void operator()(X509* object) const {
-        X509_free(object);
-    }
-    void operator()(X509_REQ* object) const {
-        X509_REQ_free(object);
-    }
-    void operator()(X509_NAME* object) const {
-        X509_NAME_free(object);
-    }
-    void operator()(X509_EXTENSION* object) const {
-        X509_EXTENSION_free(object);
-    }
-    void operator()(STACK_OF(X509_EXTENSION) * object) const {
-        sk_X509_EXTENSION_pop_free(object, X509_EXTENSION_free);
-    }
-    void operator()(PKCS7* object) const {
-        PKCS7_free(object);
-    }
-};
-
-template <typename Object>
-using Owned = std::unique_ptr<Object, Release>;
 
 void require(bool good, const char* step) {
     if (!good) {
@@ -52,32 +19,34 @@ void require(bool good, const char* step) {
     }
 }
 
-template <typename Object>
-Owned<Object> own(Object* object, const char* step) {
+template <typename Handle>
+Handle own(typename Handle::pointer object, const char* step) {
     require(object != nullptr, step);
-    return Owned<Object>(object);
+    return Handle(object);
 }
 
-Owned<BIO> reader(const std::string& text) {
-    return own(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())), "memory");
+BioHandle reader(const std::string& text) {
+    return own<BioHandle>(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())), "memory");
 }
 
 // The text that write puts into a BIO.
 template <typename Write>
 std::string written(Write write, const char* step) {
-    const auto memory = own(BIO_new(BIO_s_mem()), "memory");
+    const auto memory = own<BioHandle>(BIO_new(BIO_s_mem()), "memory");
     require(write(memory.get()) == 1, step);
     char* text = nullptr;
     const long length = BIO_get_mem_data(memory.get(), &text);
     return {text, static_cast<std::size_t>(length)};
 }
 
-Owned<EVP_PKEY> readKey(const std::string& pem) {
-    return own(PEM_read_bio_PrivateKey(reader(pem).get(), nullptr, nullptr, nullptr), "read key");
+KeyHandle readKey(const std::string& pem) {
+    return own<KeyHandle>(PEM_read_bio_PrivateKey(reader(pem).get(), nullptr, nullptr, nullptr),
+                          "read key");
 }
 
-Owned<X509> readCertificate(const std::string& pem) {
-    return own(PEM_read_bio_X509(reader(pem).get(), nullptr, nullptr, nullptr), "read certificate");
+CertificateHandle readCertificate(const std::string& pem) {
+    return own<CertificateHandle>(PEM_read_bio_X509(reader(pem).get(), nullptr, nullptr, nullptr),
+                                  "read certificate");
 }
 
 std::string keyText(EVP_PKEY* key) {
@@ -88,20 +57,20 @@ std::string keyText(EVP_PKEY* key) {
         "write key");
 }
 
-Owned<EVP_PKEY> newCurveKey(std::string curve) {
-    return own(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", curve.data()), "make key");
+KeyHandle newCurveKey(std::string curve) {
+    return own<KeyHandle>(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", curve.data()), "make key");
 }
 
-Owned<EVP_PKEY> newKey(KeyKind kind) {
+KeyHandle newKey(KeyKind kind) {
     switch (kind) {
     case KeyKind::RSA_1024:
-        return own(EVP_RSA_gen(1024), "make key");
+        return own<KeyHandle>(EVP_RSA_gen(1024), "make key");
     case KeyKind::RSA_2048:
-        return own(EVP_RSA_gen(2048), "make key");
+        return own<KeyHandle>(EVP_RSA_gen(2048), "make key");
     case KeyKind::RSA_3072:
-        return own(EVP_RSA_gen(3072), "make key");
+        return own<KeyHandle>(EVP_RSA_gen(3072), "make key");
     case KeyKind::RSA_4096:
-        return own(EVP_RSA_gen(4096), "make key");
+        return own<KeyHandle>(EVP_RSA_gen(4096), "make key");
     case KeyKind::EC_P256:
         return newCurveKey("P-256");
     case KeyKind::EC_P384:
@@ -111,15 +80,15 @@ Owned<EVP_PKEY> newKey(KeyKind kind) {
     case KeyKind::ED25519:
         break;
     }
-    return own(EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519"), "make key");
+    return own<KeyHandle>(EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519"), "make key");
 }
 
 const EVP_MD* digestFor(const EVP_PKEY* key) {
     return EVP_PKEY_is_a(key, "ED25519") == 1 ? nullptr : EVP_sha256();
 }
 
-Owned<X509_NAME> nameOf(const CertificateOptions& options) {
-    auto name = own(X509_NAME_new(), "make name");
+NameHandle nameOf(const CertificateOptions& options) {
+    auto name = own<NameHandle>(X509_NAME_new(), "make name");
     for (const auto& [field, value] : options.subject) {
         const auto* bytes = reinterpret_cast<const unsigned char*>(value.data());
         require(X509_NAME_add_entry_by_txt(name.get(), field.c_str(), MBSTRING_UTF8, bytes,
@@ -129,9 +98,10 @@ Owned<X509_NAME> nameOf(const CertificateOptions& options) {
     return name;
 }
 
-Owned<X509_EXTENSION> makeExtension(X509V3_CTX* context, const std::string& name,
-                                    const std::string& value) {
-    return own(X509V3_EXT_conf(nullptr, context, name.c_str(), value.c_str()), "make extension");
+ExtensionHandle makeExtension(X509V3_CTX* context, const std::string& name,
+                              const std::string& value) {
+    return own<ExtensionHandle>(X509V3_EXT_conf(nullptr, context, name.c_str(), value.c_str()),
+                                "make extension");
 }
 
 void addExtension(X509* certificate, X509V3_CTX* context, const std::string& name,
@@ -161,7 +131,7 @@ void addExtensions(X509* certificate, X509* issuer, const CertificateOptions& op
 // A certificate for the key under the subject. Without an issuer it is its own.
 std::string certify(EVP_PKEY* subjectKey, const X509_NAME* subject, X509* issuer,
                     EVP_PKEY* issuerKey, const CertificateOptions& options) {
-    const auto owned = own(X509_new(), "make certificate");
+    const auto owned = own<CertificateHandle>(X509_new(), "make certificate");
     X509* certificate = owned.get();
     setRandomSerial(certificate);
     const X509_NAME* issuerName = issuer == nullptr ? subject : X509_get_subject_name(issuer);
@@ -215,11 +185,11 @@ std::string certifyKey(const std::string& privateKey, const TestCertificate& iss
 
 std::string makeSigningRequest(const std::string& privateKey, const CertificateOptions& options) {
     const auto key = readKey(privateKey);
-    const auto request = own(X509_REQ_new(), "make request");
+    const auto request = own<RequestHandle>(X509_REQ_new(), "make request");
     require(X509_REQ_set_subject_name(request.get(), nameOf(options).get()) == 1 &&
                 X509_REQ_set_pubkey(request.get(), key.get()) == 1,
             "fill request");
-    const auto extensions = own(sk_X509_EXTENSION_new_null(), "make list");
+    const auto extensions = own<ExtensionsHandle>(sk_X509_EXTENSION_new_null(), "make list");
     X509V3_CTX context;
     X509V3_set_ctx(&context, nullptr, nullptr, request.get(), nullptr, 0);
     for (const auto& [name, value] : options.extensions) {
@@ -236,8 +206,8 @@ std::string makeSigningRequest(const std::string& privateKey, const CertificateO
 
 std::string signRequest(const std::string& request, const TestCertificate& issuer,
                         const CertificateOptions& options) {
-    const auto parsed = own(PEM_read_bio_X509_REQ(reader(request).get(), nullptr, nullptr, nullptr),
-                            "read request");
+    const auto parsed = own<RequestHandle>(
+        PEM_read_bio_X509_REQ(reader(request).get(), nullptr, nullptr, nullptr), "read request");
     EVP_PKEY* key = X509_REQ_get0_pubkey(parsed.get());
     require(key != nullptr && X509_REQ_verify(parsed.get(), key) == 1, "check request");
     return certify(key, X509_REQ_get_subject_name(parsed.get()),
@@ -246,7 +216,7 @@ std::string signRequest(const std::string& request, const TestCertificate& issue
 }
 
 std::string makePkcs7(const std::vector<std::string>& certificates) {
-    const auto bundle = own(PKCS7_new(), "make PKCS #7");
+    const auto bundle = own<SignedDataHandle>(PKCS7_new(), "make PKCS #7");
     require(PKCS7_set_type(bundle.get(), NID_pkcs7_signed) == 1 &&
                 PKCS7_content_new(bundle.get(), NID_pkcs7_data) == 1 &&
                 PKCS7_set_detached(bundle.get(), 1) == 1,

@@ -1,14 +1,12 @@
 // The challenge password of a signing request: only the backend ever sees it in plain text.
 
+#include "platform/x509/openssl_handles.h"
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
 #include "tests/system/request_road.h"
 
-#include <openssl/evp.h>
-
 #include <array>
 #include <filesystem>
-#include <memory>
 
 namespace {
 
@@ -33,8 +31,7 @@ const unsigned char* bytesOf(const std::string& text) {
 
 // As the front end encrypts: nonce, cipher text and tag of AES-256-GCM.
 std::string encrypted(const std::string& plainText) {
-    const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> cipher(
-        EVP_CIPHER_CTX_new(), EVP_CIPHER_CTX_free);
+    const CipherContextHandle cipher(EVP_CIPHER_CTX_new());
     std::string text(plainText.size(), '\0');
     std::string tag(16, '\0');
     int length = 0;
