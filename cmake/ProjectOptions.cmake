@@ -3,7 +3,7 @@ add_library(project_options INTERFACE)
 target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(project_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wcast-qual
-    -Wnon-virtual-dtor -Woverloaded-virtual -Wundef -Werror
+    -Wnon-virtual-dtor -Woverloaded-virtual -Wundef
     -fstack-protector-strong -ffunction-sections -fdata-sections)
 target_link_options(project_options INTERFACE
     -Wl,--gc-sections -Wl,--as-needed -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
@@ -22,8 +22,8 @@ if(NOT SANITIZE STREQUAL "")
         -fsanitize=${SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(project_options INTERFACE -fsanitize=${SANITIZE})
 else()
-    target_compile_definitions(project_options INTERFACE
-        $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+    include(FortifySource)
+    add_fortify_source(project_options)
 endif()
 
 if(COVERAGE)
