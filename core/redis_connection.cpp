@@ -1,6 +1,9 @@
 #include "core/redis_connection.h"
 
 #include "core/redis_reply.h"
+#include "core/secret.h"
+
+#include <hiredis/sds.h>
 
 #include <cerrno>
 #include <climits>
@@ -92,6 +95,31 @@ bool chooseTransport(RedisConnectionInfo& info, long port, const char* socketPat
     info.port = 0;
     copyText(info.socketPath, socketPath == nullptr ? "" : socketPath);
     return true;
+}
+
+// The library's growing buffers, under the names that its versions give to them.
+#if HIREDIS_MAJOR == 0
+std::size_t usedSize(char* buffer) {
+    return sdslen(buffer);
+}
+std::size_t freeSize(char* buffer) {
+    return sdsavail(buffer);
+}
+#else
+std::size_t usedSize(char* buffer) {
+    return hi_sdslen(buffer);
+}
+std::size_t freeSize(char* buffer) {
+    return hi_sdsavail(buffer);
+}
+#endif
+
+// Commands that a failed connection could not send. The library may have no buffer for want of
+// memory.
+void wipeUnsentCommands(redisContext& context) {
+    if (context.obuf != nullptr) {
+        explicit_bzero(context.obuf, usedSize(context.obuf));
+    }
 }
 
 // Only the context's own memory is released: its socket is left to the process.
@@ -190,6 +218,21 @@ int redisDisconnectContext(redisContext* context) {
     if (context == nullptr) {
         return 1;
     }
+    wipeConnectionBuffers(context);
+    wipeUnsentCommands(*context);
     redisFree(context);
     return 0;
+}
+
+void wipeConnectionBuffers(redisContext* context) {
+    if (context == nullptr) {
+        return;
+    }
+    const redisReader& reader = *context->reader;
+    if (reader.buf != nullptr) { // an error costs the reader its buffer
+        explicit_bzero(reader.buf, reader.pos);
+        explicit_bzero(reader.buf + reader.len, freeSize(reader.buf));
+    }
+    // The library reads through a buffer on the stack.
+    wipeUnusedStack();
 }

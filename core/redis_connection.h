@@ -44,10 +44,17 @@ int redisAuthentication(redisContext* context, const char* password);
 // with redisDisconnectContext.
 redisContext* redisConnectContext();
 
-// Releases the context and returns 0; 1 for a null context.
+// Releases the context, its buffers wiped, and returns 0; 1 for a null context.
 int redisDisconnectContext(redisContext* context);
 
 } // extern "C"
+
+// Overwrites what the connection's requests and replies left in the library's buffers: to be called
+// after an exchange that carried a secret, with every reply read. What is still to be sent and what
+// has been read ahead stays. A null context is left alone. Out of reach are the buffers that the
+// library has given back: each command's own once it is sent, and a read buffer's former places if
+// it had to move while it grew.
+void wipeConnectionBuffers(redisContext* context);
 
 struct RedisConnectionEnd {
     void operator()(redisContext* context) const {

@@ -1,6 +1,26 @@
 #include "core/redis_reply.h"
 
 #include <cstdarg>
+#include <cstring>
+
+namespace {
+
+// Goes no deeper than freeReplyObject itself.
+void wipeReply(redisReply& reply) {
+    if (reply.str != nullptr) {
+        explicit_bzero(reply.str, reply.len);
+    }
+    for (std::size_t i = 0; i < reply.elements; ++i) {
+        wipeReply(*reply.element[i]);
+    }
+}
+
+} // namespace
+
+void RedisReplyDeleter::operator()(redisReply* reply) const {
+    wipeReply(*reply);
+    freeReplyObject(reply);
+}
 
 RedisReply sendRedisCommand(redisContext* context, const char* format, ...) {
     va_list arguments;

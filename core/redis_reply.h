@@ -11,12 +11,11 @@
 #include <string_view>
 
 struct RedisReplyDeleter {
-    void operator()(void* reply) const {
-        freeReplyObject(reply);
-    }
+    void operator()(redisReply* reply) const;
 };
 
-// Null when the server gave no reply, which is not the same as an empty one.
+// Null when the server gave no reply, which is not the same as an empty one. Its texts, which may
+// be secrets, are overwritten before it is freed.
 using RedisReply = std::unique_ptr<redisReply, RedisReplyDeleter>;
 
 // Sends one command, blocking, and takes its reply.

@@ -1,11 +1,23 @@
 #pragma once
 
 // Secrets in memory: they are overwritten as soon as they have served.
+//
+// Only what is reached here is overwritten. Copies that a library made on the way (a buffer that it
+// moved while it grew, say) are out of reach.
+
+#include <nlohmann/json_fwd.hpp>
 
 #include <string>
 
 // Overwrites the whole buffer of the text, its unused capacity included, and empties it.
 void wipeText(std::string& text);
+
+// Does the same to every text value of the document, at any depth. The document keeps its shape and
+// the names of its members.
+void wipeDocument(nlohmann::json& document);
+
+// Overwrites the 64 KiB of stack below the caller: what functions that have returned left there.
+void wipeUnusedStack();
 
 // Keeps the process's memory out of core files and away from other processes' eyes. Best effort.
 void forbidCoreFiles();

@@ -1,8 +1,10 @@
 // Connecting to a real server, over its socket and over TCP, and logging in.
 
 #include "core/redis_connection.h"
+#include "core/redis_reply.h"
 #include "tests/core/fresh_process.h"
 #include "tests/core/scripted_server.h"
+#include "tests/support/process_memory.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/temp_files.h"
@@ -341,6 +343,42 @@ TEST(ConnectContext, givesEveryCallerAConnectionOfItsOwn) {
                   return std::to_string(different) + " " + ping(first.get());
               }),
               "1 PONG");
+}
+
+// ---- wipeConnectionBuffers ----
+
+TEST(ConnectionBuffers, holdNoReplyOnceTheyAreWiped) {
+    const RedisServer server;
+    auto info = infoFor(UNIX_SOCKET, server.socketPath());
+    const Connection connection(connectToRedis(&info));
+    const std::string secret(500, 's');
+    ASSERT_NE(sendRedisCommand(connection.get(), "ECHO %s", secret.c_str()), nullptr);
+    const char* buffer = connection->reader->buf;
+    EXPECT_NE(memoryAt(buffer, 1000).find("ssss"), std::string::npos);
+    wipeConnectionBuffers(connection.get());
+    ASSERT_EQ(connection->reader->buf, buffer);
+    EXPECT_EQ(memoryAt(buffer, 1000).find("ssss"), std::string::npos);
+    EXPECT_EQ(ping(connection.get()), "PONG");
+}
+
+TEST(ConnectionBuffers, keepAReplyThatIsStillToBeRead) {
+    ScriptedServer server({"+first\r\n+second\r\n"});
+    auto info = infoFor(UNIX_SOCKET, server.socketPath());
+    const Connection connection(connectToRedis(&info));
+    ASSERT_NE(sendRedisCommand(connection.get(), "PING"), nullptr);
+    wipeConnectionBuffers(connection.get());
+    RedisReply reply;
+    ASSERT_TRUE(takeRedisReply(connection.get(), reply));
+    EXPECT_EQ(replyText(*reply), "second");
+}
+
+TEST(ConnectionBuffers, mayBeGoneAfterAnError) {
+    ScriptedServer server({"!rubbish\r\n"});
+    auto info = infoFor(UNIX_SOCKET, server.socketPath());
+    const Connection connection(connectToRedis(&info));
+    EXPECT_EQ(sendRedisCommand(connection.get(), "PING"), nullptr);
+    wipeConnectionBuffers(connection.get());
+    wipeConnectionBuffers(nullptr);
 }
 
 // ---- redisDisconnectContext ----

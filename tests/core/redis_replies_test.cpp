@@ -4,6 +4,7 @@
 #include "core/redis_commands.h"
 #include "core/redis_reply.h"
 #include "tests/core/scripted_server.h"
+#include "tests/support/process_memory.h"
 
 #include <gtest/gtest.h>
 
@@ -16,6 +17,7 @@ namespace {
 
 using Fields = std::map<std::string, std::string>;
 using Texts = std::vector<std::string>;
+using Places = std::vector<const char*>;
 
 // A connection whose first command is answered with these bytes.
 class ScriptedReply {
@@ -182,6 +184,24 @@ INSTANTIATE_TEST_SUITE_P(
                     HMSetAnswer{"error", "-ERR\r\n", 0}, HMSetAnswer{"integer", ":1\r\n", 0},
                     HMSetAnswer{"nil", "$-1\r\n", 0}, HMSetAnswer{"array", "*1\r\n+OK\r\n", 0}),
     [](const auto& row) { return row.param.name; });
+
+// ---- what is left of a reply ----
+
+TEST(FreedReply, leavesNoneOfItsTexts) {
+    const std::string secret(500, 's');
+    const std::string text = "$500\r\n" + secret + "\r\n";
+    ScriptedReply server("*2\r\n" + text + "*1\r\n" + text);
+    RedisReply reply = sendRedisCommand(server.context(), "PING");
+    ASSERT_NE(reply, nullptr);
+    const Places places = {reply->element[0]->str, reply->element[1]->element[0]->str};
+    for (const char* place : places) {
+        EXPECT_EQ(memoryAt(place, secret.size()), secret);
+    }
+    reply.reset();
+    for (const char* place : places) {
+        EXPECT_EQ(memoryAt(place, secret.size()).find("ssss"), std::string::npos);
+    }
+}
 
 // ---- taking pushed replies ----
 

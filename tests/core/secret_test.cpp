@@ -2,9 +2,13 @@
 
 #include "core/secret.h"
 #include "tests/core/fresh_process.h"
+#include "tests/support/process_memory.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sys/prctl.h>
+
+#include <cstring>
 
 namespace {
 
@@ -35,6 +39,49 @@ TEST(WipeText, overwritesAShortText) {
     wipeText(secret);
     EXPECT_TRUE(secret.empty());
     EXPECT_EQ(wholeBuffer(secret), std::string(secret.capacity(), '\0'));
+}
+
+TEST(WipeDocument, overwritesEveryTextAndKeepsTheShape) {
+    auto document =
+        nlohmann::json::parse(R"({"a": "text", "b": ["text", 1, {"c": "text"}], "d": null})");
+    const auto& nested = document["b"][2]["c"].get_ref<const std::string&>();
+    wipeDocument(document);
+    EXPECT_EQ(document.dump(), R"({"a":"","b":["",1,{"c":""}],"d":null})");
+    EXPECT_EQ(wholeBuffer(nested), std::string(nested.capacity(), '\0'));
+}
+
+TEST(WipeDocument, overwritesATextThatIsTheWholeDocument) {
+    nlohmann::json document = "text";
+    wipeDocument(document);
+    EXPECT_EQ(document, "");
+}
+
+TEST(WipeDocument, reachesAnyDepth) {
+    nlohmann::json document = "text";
+    for (int i = 0; i < 200'000; ++i) {
+        document = nlohmann::json::array({std::move(document)});
+    }
+    wipeDocument(document);
+    const nlohmann::json* innermost = &document;
+    while (innermost->is_array()) {
+        innermost = &innermost->front();
+    }
+    EXPECT_EQ(*innermost, "");
+}
+
+// Leaves a text in a frame that is gone when this returns, and tells where. Sanitizers would move
+// the frame away from the stack.
+__attribute__((noinline, no_sanitize("address"))) const char* leaveOnTheStack() {
+    char frame[32 * 1024];
+    std::memset(frame, 's', sizeof frame);
+    const volatile char* place = frame;
+    return const_cast<const char*>(place);
+}
+
+TEST(WipeUnusedStack, overwritesWhatAReturnedFunctionLeft) {
+    const char* left = leaveOnTheStack();
+    wipeUnusedStack();
+    EXPECT_EQ(memoryAt(left, 32 * 1024).find("ssss"), std::string::npos);
 }
 
 TEST(CoreFiles, areForbidden) {
