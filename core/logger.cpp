@@ -3,10 +3,13 @@
 #include "platform/configuration.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <memory>
+#include <optional>
+#include <string_view>
 
 Logger* gLogger = nullptr;
 
@@ -24,16 +27,32 @@ struct FileCloser {
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-// The value of a key, empty when it is missing.
+// Nothing when the key is not there.
+std::optional<std::string> findSetting(const std::string& path, const char* key) {
+    char value[CONFIG_VALUE_SIZE] = "";
+    if (getPropertyValue(path.c_str(), "=", key, value, CONFIG_VALUE_SIZE) != 0) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+// Empty when the key is not there.
 std::string readSetting(const std::string& path, const char* key) {
-    char buffer[CONFIG_VALUE_SIZE] = "";
-    const bool found = getPropertyValue(path.c_str(), "=", key, buffer, CONFIG_VALUE_SIZE) == 0;
-    return found ? std::string(buffer) : std::string();
+    return findSetting(path, key).value_or("");
 }
 
 bool isProcessRunning(const std::string& name) {
     // NOLINTNEXTLINE(bugprone-command-processor,cert-env33-c): the administrator names the process
     return std::system(("pidof " + name).c_str()) == 0;
+}
+
+bool isLogSystemRunning(const std::string& configurationPath) {
+    const auto name = findSetting(configurationPath, "LOG_SYSTEM");
+    if (!name || !isProcessRunning(*name)) {
+        return false;
+    }
+    (void)std::fprintf(stderr, "%s is found. Messages will be written to stderr.\n", name->c_str());
+    return true;
 }
 
 long parseFileSize(const std::string& text) {
@@ -49,14 +68,30 @@ long parseFileSize(const std::string& text) {
 }
 
 void keepPreviousLog(const std::string& path, const std::string& backupPath) {
-    if (!backupPath.empty()) {
+    if (!path.empty() && !backupPath.empty()) {
         // There is nothing to keep at the first start, so a failure is no news.
         (void)std::rename(path.c_str(), backupPath.c_str());
     }
 }
 
+bool createFile(const std::string& path) {
+    if (path.empty()) {
+        (void)std::fprintf(stderr,
+                           "Log filename is not specified. Messages will be written to stderr.\n");
+        return false;
+    }
+    if (!File(std::fopen(path.c_str(), "w"))) {
+        (void)std::fprintf(
+            stderr, "Failed to create the log filename - %s Messages will be written to stderr.\n",
+            path.c_str());
+        return false;
+    }
+    return true;
+}
+
 // "Nov  4 09:45:15" in local time; empty when the time cannot be told.
 std::string formatDate(std::time_t now) {
+    tzset(); // the time zone may have been set since the last line
     std::tm local{};
     if (localtime_r(&now, &local) == nullptr) {
         return {};
@@ -76,13 +111,50 @@ long fileSize(std::FILE* file) {
     return std::ftell(file);
 }
 
+// Data must not begin a line of the log.
+void hideControlCharacters(std::string::iterator begin, std::string::iterator end) {
+    std::replace_if(
+        begin, end, [](unsigned char character) { return std::iscntrl(character) != 0; }, '?');
+}
+
+__attribute__((format(printf, 1, 0))) std::string formatText(const char* format,
+                                                             va_list arguments) {
+    va_list measured;
+    va_copy(measured, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, measured);
+    va_end(measured);
+    std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
+    (void)std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+    return text;
+}
+
+__attribute__((format(printf, 1, 0))) std::string formatMessage(const char* format,
+                                                                va_list arguments) {
+    std::string message = formatText(format, arguments);
+    const bool endsTheLine = std::string_view(format).ends_with('\n') && !message.empty();
+    hideControlCharacters(message.begin(), message.end() - (endsTheLine ? 1 : 0));
+    return message;
+}
+
+// Hands the line over in one piece, so that no other line gets in between.
+void writeOnce(std::FILE* unbuffered, const std::string& line) {
+    (void)std::fwrite(line.data(), 1, line.size(), unbuffered);
+}
+
+bool appendOnce(const std::string& path, const std::string& line) {
+    const File file(std::fopen(path.c_str(), "a"));
+    if (!file) {
+        return false;
+    }
+    (void)std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    writeOnce(file.get(), line);
+    return true;
+}
+
 } // namespace
 
 void Logger::init(const std::string& configurationPath) {
-    const std::string logSystem = readSetting(configurationPath, "LOG_SYSTEM");
-    if (!logSystem.empty() && isProcessRunning(logSystem)) {
-        (void)std::fprintf(stderr, "%s is found. Messages will be written to stderr.\n",
-                           logSystem.c_str());
+    if (isLogSystemRunning(configurationPath)) {
         return;
     }
     filePath = readSetting(configurationPath, "LOG_FILE");
@@ -91,18 +163,8 @@ void Logger::init(const std::string& configurationPath) {
     if (readSetting(configurationPath, "LOG_LEVEL") == "error") {
         level = ERROR_LEVEL;
     }
-    if (filePath.empty()) {
-        (void)std::fprintf(stderr,
-                           "Log filename is not specified. Messages will be written to stderr.\n");
-        return;
-    }
     keepPreviousLog(filePath, backupPath);
-    toFile = File(std::fopen(filePath.c_str(), "w")) != nullptr;
-    if (!toFile) {
-        (void)std::fprintf(
-            stderr, "Failed to create the log filename - %s Messages will be written to stderr.\n",
-            filePath.c_str());
-    }
+    toFile = createFile(filePath);
 }
 
 bool Logger::isFileMode() const {
@@ -127,25 +189,17 @@ void Logger::debug(const char* format, ...) {
 }
 
 void Logger::write(int lineLevel, const char* format, va_list arguments) {
-    const char* label = LEVEL_LABELS[lineLevel];
-    File file;
-    std::time_t now = 0;
-    std::string date;
+    const std::string line =
+        std::string(LEVEL_LABELS[lineLevel]) + ": " + formatMessage(format, arguments) + "\n";
     if (toFile) {
-        now = std::time(nullptr);
-        date = formatDate(now);
+        const std::time_t now = std::time(nullptr);
+        const std::string date = formatDate(now);
         rotateIfNeeded(now);
-        file.reset(std::fopen(filePath.c_str(), "a"));
+        if (appendOnce(filePath, date + " " + std::to_string(now) + " " + line)) {
+            return;
+        }
     }
-    std::FILE* output = file ? file.get() : stderr;
-    if (file) {
-        (void)std::fprintf(output, "%s %ld %s: ", date.c_str(), static_cast<long>(now), label);
-    } else {
-        (void)std::fprintf(output, "%s: ", label);
-    }
-    (void)std::vfprintf(output, format, arguments);
-    (void)std::fputc('\n', output);
-    (void)std::fflush(output);
+    writeOnce(stderr, line);
 }
 
 void Logger::rotateIfNeeded(std::time_t now) {
@@ -171,17 +225,19 @@ void Logger::rotateIfNeeded(std::time_t now) {
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
 
-void logDebugText(Logger* logger, const std::string& text) {
+void logDebugText(Logger* logger, std::string text) {
+    hideControlCharacters(text.begin(), text.end());
     if (logger == nullptr) {
-        (void)std::fprintf(stderr, "[DEBUG] %s\n", text.c_str());
+        writeOnce(stderr, "[DEBUG] " + text + "\n");
         return;
     }
     logger->debug(text.c_str());
 }
 
-void logErrorText(Logger* logger, const std::string& text) {
+void logErrorText(Logger* logger, std::string text) {
+    hideControlCharacters(text.begin(), text.end());
     if (logger == nullptr) {
-        (void)std::fprintf(stderr, "[Error] %s\n", text.c_str());
+        writeOnce(stderr, "[Error] " + text + "\n");
         return;
     }
     logger->error(text.c_str());

@@ -4,8 +4,12 @@
 // grown too large, or plain lines on standard error.
 //
 // The fields are set by init() before any other thread exists and only read afterwards. There is no
-// lock: every line is written with an open, a write and a close of its own, so lines of different
-// threads can interleave. Nothing here fails its caller; what goes wrong is told on standard error.
+// lock: every line is put together first and handed to the system in one write, so lines of
+// different threads follow each other and never mix. Nothing here fails its caller; the logger
+// reports its own problems on standard error.
+//
+// A control character of a message is written as "?", so that no data can begin a line. Only a line
+// feed that ends the format itself stays, and leaves an empty line.
 
 #include <cstdarg>
 #include <ctime>
@@ -13,8 +17,9 @@
 
 class Logger {
 public:
-    // Takes the settings from the configuration file and creates the log file. Without a usable
-    // file, and while the process that LOG_SYSTEM names is running, messages go to standard error.
+    // Takes the settings from the configuration file and creates the log file. Messages go to
+    // standard error without a usable file, or when the process that LOG_SYSTEM names is running
+    // at this moment.
     void init(const std::string& configurationPath);
 
     // True when lines go to the file, false when they go to standard error.
@@ -28,7 +33,8 @@ public:
     void debug(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     // Writes one line of the level (0 error, 1 debug), to standard error when the file cannot be
-    // opened. Consumes the arguments.
+    // opened. The date is in the local time of the moment, whatever time zone was set before.
+    // Consumes the arguments.
     void write(int lineLevel, const char* format, va_list arguments)
         __attribute__((format(printf, 3, 0)));
 
@@ -47,11 +53,12 @@ private:
 extern Logger* gLogger;
 
 // Write a text that is itself a printf format without arguments: a percent sign in it must be
-// doubled (see escapeFormat). With a null logger the text goes to standard error as it is, as
-// "[DEBUG] text" and "[Error] text"; readers of the console tell the first from the logger's own
-// "[Debug]" by its case.
-void logDebugText(Logger* logger, const std::string& text);
-void logErrorText(Logger* logger, const std::string& text);
+// doubled (see escapeFormat). A control character is written as "?", a line feed at the end too.
+// With a null logger the text is no format and goes to standard error, as "[DEBUG] text" or
+// "[Error] text"; readers of the console tell the first from the logger's own "[Debug]" by its
+// case.
+void logDebugText(Logger* logger, std::string text);
+void logErrorText(Logger* logger, std::string text);
 
 // The text with every percent sign doubled, so that it arrives literally where a format is taken.
 [[nodiscard]] std::string escapeFormat(const std::string& text);
