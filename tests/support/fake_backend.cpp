@@ -17,6 +17,11 @@ void setBackendAnswers(const std::string& json) {
     std::filesystem::rename(temporary, FAKE_BACKEND_ORDERS);
 }
 
+void resetBackend() {
+    std::filesystem::remove(FAKE_BACKEND_ORDERS);
+    std::filesystem::remove(FAKE_BACKEND_CALLS);
+}
+
 std::vector<std::string> backendCalls() {
     return splitLines(readFileIfAny(FAKE_BACKEND_CALLS));
 }

@@ -22,6 +22,9 @@
 // The orders from now on, as JSON text. Without any, every call gives code 200 and empty values.
 void setBackendAnswers(const std::string& json);
 
+// No orders and no calls, as at first.
+void resetBackend();
+
 // The calls so far, oldest first, each the compact JSON text of an object with sorted members:
 // "handler" ("create", "delete", "generateCSR" or "replace") and the request record's own members.
 [[nodiscard]] std::vector<std::string> backendCalls();

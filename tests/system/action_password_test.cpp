@@ -1,132 +1,100 @@
 // The challenge password of a signing request: only the backend ever sees it in plain text.
 
-#include "platform/x509/openssl_handles.h"
+#include "platform/data_decryption/encrypt.h"
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
 #include "tests/system/request_road.h"
 
-#include <array>
-#include <filesystem>
-
 namespace {
 
 const std::string SECRET = "Open, s3same of the board";
-const std::string KEY(32, 'k');
-const std::string NONCE(12, 'n');
+const std::string KEY_FILE = "/var/nginx/pkey.tmp";
+const std::string AT_ONCE = R"("KeyCurveId":"TPM_ECC_NIST_P256",)";
+const std::string AS_TASK = R"("KeyBitLength":2048,)";
 
-std::string hexadecimal(const std::string& bytes) {
-    const std::string digits = "0123456789abcdef";
-    std::string text;
-    for (const char byte : bytes) {
-        const auto value = static_cast<unsigned char>(byte);
-        text += digits[value / 16U];
-        text += digits[value % 16U];
-    }
-    return text;
-}
-
-const unsigned char* bytesOf(const std::string& text) {
-    return reinterpret_cast<const unsigned char*>(text.data());
-}
-
-// As the front end encrypts: nonce, cipher text and tag of AES-256-GCM.
-std::string encrypted(const std::string& plainText) {
-    const CipherContextHandle cipher(EVP_CIPHER_CTX_new());
-    std::string text(plainText.size(), '\0');
-    std::string tag(16, '\0');
-    int length = 0;
-    EXPECT_EQ(
-        EVP_EncryptInit_ex(cipher.get(), EVP_aes_256_gcm(), nullptr, bytesOf(KEY), bytesOf(NONCE)),
-        1);
-    EXPECT_EQ(EVP_EncryptUpdate(cipher.get(), reinterpret_cast<unsigned char*>(text.data()),
-                                &length, bytesOf(plainText), static_cast<int>(plainText.size())),
-              1);
-    EXPECT_EQ(EVP_EncryptFinal_ex(cipher.get(), nullptr, &length), 1);
-    EXPECT_EQ(EVP_CIPHER_CTX_ctrl(cipher.get(), EVP_CTRL_GCM_GET_TAG, 16, tag.data()), 1);
-    return hexadecimal(NONCE + text + tag);
-}
-
-class ActionPassword : public RequestRoad {
+class ChallengePassword : public RequestRoad {
 protected:
-    ActionPassword() : listener(server) {
-        writeFile("/var/nginx/pkey.tmp", KEY);
-        std::filesystem::permissions("/var/nginx/pkey.tmp",
-                                     std::filesystem::perms::owner_read |
-                                         std::filesystem::perms::owner_write);
+    ChallengePassword() : listener(server) {
+        writeFile(KEY_FILE, std::string(32, 'k'));
         (void)listener.commandList({"PSUBSCRIBE", "*"});
     }
 
-    static std::string passwordMember() {
-        return R"("ChallengePassword":")" + encrypted(SECRET) + "\"";
+    static FrontEndRequest signingWith(const std::string& cipherText,
+                                       const std::string& members = AT_ONCE) {
+        return signing(members + R"("ChallengePassword":")" + cipherText + "\"");
+    }
+
+    static FrontEndRequest signingWithSecret(const std::string& members) {
+        return signingWith(encryptHexString(SECRET, KEY_FILE), members);
     }
 
     // Every message up to the first one that contains the text.
     std::string publishedUntil(const std::string& last) {
         std::string published;
         RedisAnswer message;
-        while (listener.nextMessage(message, WAIT_LIMIT_SECONDS)) {
+        while (published.find(last) == std::string::npos) {
+            if (!listener.nextMessage(message, WAIT_LIMIT_SECONDS)) {
+                ADD_FAILURE() << "no message with " << last;
+                break;
+            }
             for (const auto& text : message.texts()) {
                 published += text + "\n";
             }
-            if (published.find(last) != std::string::npos) {
-                return published;
-            }
         }
-        ADD_FAILURE() << "no message with " << last;
         return published;
     }
 
-    // Everything that the daemon has let out, the commands it sent included.
-    std::string everythingLetOut(CommandMonitor& monitor, const std::string& lastMessage) {
-        return publishedUntil(lastMessage) + describeCommands(monitor.commands()) +
-               client.dumpAll() + daemon->log() + daemon->standardOutput() +
-               daemon->standardError();
+    std::string printed() {
+        return daemon->log() + daemon->standardOutput() + daemon->standardError();
+    }
+
+    // Sends the request; everything that the daemon has let out until this message, the commands
+    // that it sent included.
+    std::string letOut(const FrontEndRequest& request, const std::string& answer,
+                       const std::string& lastMessage) {
+        start();
+        CommandMonitor monitor(server);
+        EXPECT_EQ(describeAnswer(send(request)), answer);
+        const std::string published = publishedUntil(lastMessage);
+        EXPECT_NE(backendCalls().at(0).find(R"("ChallengePassword":")" + SECRET + "\""),
+                  std::string::npos);
+        return published + describeCommands(monitor.commands()) + client.dumpAll() + printed();
     }
 
     RedisClient listener;
 };
 
-TEST_F(ActionPassword, SynchronousRequestLetsNothingOut) {
-    start();
-    CommandMonitor monitor(server);
-    EXPECT_EQ(describeAnswer(send(signing(passwordMember()))), "OK_RES");
-    EXPECT_NE(backendCalls().at(0).find(R"("ChallengePassword":")" + SECRET + "\""),
-              std::string::npos);
-    EXPECT_EQ(everythingLetOut(monitor, "status/1/result").find(SECRET), std::string::npos);
+TEST_F(ChallengePassword, IsNotLetOutByARequestThatIsAnsweredAtOnce) {
+    const std::string out = letOut(signingWithSecret(AT_ONCE), "OK_RES", "status/1/result");
+    EXPECT_EQ(out.find(SECRET), std::string::npos);
 }
 
-TEST_F(ActionPassword, RefusedRequestLetsNothingOut) {
+TEST_F(ChallengePassword, IsNotLetOutByARequestThatTheBackendRefuses) {
     setBackendAnswers(R"({"generateCSR":{"code":500}})");
-    start();
-    CommandMonitor monitor(server);
-    EXPECT_EQ(describeAnswer(send(signing(passwordMember()))),
-              "EXCEPTION ExtendedError.1.2.DatabaseOperationError ()");
-    EXPECT_EQ(everythingLetOut(monitor, "status/1/result").find(SECRET), std::string::npos);
+    const std::string out =
+        letOut(signingWithSecret(AT_ONCE), "EXCEPTION ExtendedError.1.2.DatabaseOperationError ()",
+               "status/1/result");
+    EXPECT_EQ(out.find(SECRET), std::string::npos);
 }
 
-TEST_F(ActionPassword, TaskLetsNothingOut) {
-    start();
-    CommandMonitor monitor(server);
-    EXPECT_EQ(describeAnswer(send(signing(passwordMember() + R"(,"KeyBitLength":2048)"))),
-              "PROCESSING");
-    EXPECT_EQ(everythingLetOut(monitor, "/tasks/1 Completed null null").find(SECRET),
-              std::string::npos);
-    EXPECT_NE(backendCalls().at(0).find(SECRET), std::string::npos);
+TEST_F(ChallengePassword, IsNotLetOutByATask) {
+    const std::string out =
+        letOut(signingWithSecret(AS_TASK), "PROCESSING", "/tasks/1 Completed null null");
+    EXPECT_EQ(out.find(SECRET), std::string::npos);
 }
 
-TEST_F(ActionPassword, TypeErrorLetsNothingOut) {
-    const FrontEndRequest request = signing(passwordMember() + R"(,"Zone":5)");
+TEST_F(ChallengePassword, IsNotLetOutByADaemonThatEnds) {
+    const FrontEndRequest request = signingWithSecret(R"("Zone":5,)");
     storeRequest(client, request);
     EXPECT_TRUE(abortsUnharmed(request));
-    EXPECT_EQ((daemon->log() + daemon->standardOutput() + daemon->standardError()).find(SECRET),
-              std::string::npos);
+    EXPECT_EQ(printed().find(SECRET), std::string::npos);
 }
 
-TEST_F(ActionPassword, PasswordThatCannotBeDecryptedIsEmpty) {
-    std::string cipher = encrypted(SECRET);
-    cipher.back() = cipher.back() == '0' ? '1' : '0';
+TEST_F(ChallengePassword, IsEmptyWhenItCannotBeDecrypted) {
+    std::string cipherText = encryptHexString(SECRET, KEY_FILE);
+    cipherText.back() = cipherText.back() == '0' ? '1' : '0';
     start();
-    EXPECT_EQ(describeAnswer(send(signing(R"("ChallengePassword":")" + cipher + "\""))), "OK_RES");
+    EXPECT_EQ(describeAnswer(send(signingWith(cipherText))), "OK_RES");
     EXPECT_NE(backendCalls().at(0).find(R"("ChallengePassword":"")"), std::string::npos);
 }
 

@@ -1,8 +1,10 @@
-// Reading the log line by line.
+// Reading the log line by line, and asking the system and the server.
 
 #include "tests/system/daemon_log.h"
 
 #include "tests/support/fake_backend.h"
+#include "tests/support/redis_client.h"
+#include "tests/support/request.h"
 #include "tests/support/temp_files.h"
 
 #include <algorithm>
@@ -42,4 +44,29 @@ std::vector<std::string> mainLogLines(const DaemonProcess& daemon) {
 std::size_t countLogLines(const DaemonProcess& daemon, const std::string& line) {
     const auto lines = logLines(daemon);
     return static_cast<std::size_t>(std::count(lines.begin(), lines.end(), line));
+}
+
+std::size_t threadCount(const DaemonProcess& daemon) {
+    return listDirectory("/proc/" + std::to_string(daemon.pid()) + "/task").size();
+}
+
+std::string listening(RedisClient& client) {
+    const auto counts =
+        client
+            .command("PUBSUB", "NUMSUB", channelName(RequestKind::CREATE),
+                     channelName(RequestKind::REMOVE), channelName(RequestKind::ACTION))
+            .texts();
+    return counts.at(1) + " " + counts.at(3) + " " + counts.at(5);
+}
+
+std::size_t clientCount(RedisClient& client) {
+    return splitLines(client.command("CLIENT", "LIST").text).size();
+}
+
+std::size_t tcpClientCount(RedisClient& client) {
+    const auto lines = splitLines(client.command("CLIENT", "LIST").text);
+    return static_cast<std::size_t>(
+        std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
+            return line.find("addr=127.0.0.1:") != std::string::npos;
+        }));
 }

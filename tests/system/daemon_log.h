@@ -1,11 +1,13 @@
 #pragma once
 
-// The daemon's log in tests of the whole daemon.
+// The daemon as tests see it from outside: its log, its threads and its connections.
 
 #include "tests/support/daemon_process.h"
 
 #include <string>
 #include <vector>
+
+class RedisClient;
 
 // Options under which the log goes to a file, each line in one piece whatever the threads do, and
 // the steerable certificate backend answers.
@@ -20,3 +22,14 @@
 
 // How many of the log's lines are this one.
 [[nodiscard]] std::size_t countLogLines(const DaemonProcess& daemon, const std::string& line);
+
+[[nodiscard]] std::size_t threadCount(const DaemonProcess& daemon);
+
+// The channels that somebody listens on: "1 1 0" for creation, deletion and action.
+[[nodiscard]] std::string listening(RedisClient& client);
+
+// The clients of the server, the asking one among them.
+[[nodiscard]] std::size_t clientCount(RedisClient& client);
+
+// Those over TCP: the daemon's, when the test is on the socket.
+[[nodiscard]] std::size_t tcpClientCount(RedisClient& client);

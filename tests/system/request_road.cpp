@@ -4,13 +4,16 @@
 
 #include "tests/support/wait.h"
 
+#include <filesystem>
+
 namespace {
 
 const std::string LOG_FILE = "/tmp/certificate-service.log";
 
-RedisServerOptions withTcp() {
+RedisServerOptions withTcp(const std::string& password) {
     RedisServerOptions options;
     options.tcpPort = 6379;
+    options.password = password;
     return options;
 }
 
@@ -28,8 +31,10 @@ FrontEndRequest numbered(RequestKind kind, const std::string& targetUri, int num
 
 } // namespace
 
-RequestRoad::RequestRoad() : server(withTcp()), client(server) {
+RequestRoad::RequestRoad(const std::string& password) : server(withTcp(password)), client(server) {
     writeConnectionFiles(server, RedisAddress::TCP);
+    resetBackend();
+    std::filesystem::remove("/run/go"); // what tests let the backend wait for
     storeCertificateCollection(client, COLLECTION);
     client.command("HSET", "webDefaultValue", "MAX_EVENT_GROUP_ID", "100");
     const std::string digest = client.command("SCRIPT", "LOAD", "return #KEYS").text;
@@ -52,6 +57,11 @@ FrontEndAnswer RequestRoad::send(const FrontEndRequest& request) {
 
 void RequestRoad::announce(const FrontEndRequest& request, const std::string& message) {
     EXPECT_GE(client.command("PUBLISH", channelName(request.kind), message).integer, 1);
+}
+
+void RequestRoad::storeAndAnnounce(const FrontEndRequest& request) {
+    storeRequest(client, request);
+    announce(request, requestMessage(request));
 }
 
 std::string RequestRoad::log() const {
@@ -92,6 +102,18 @@ FrontEndRequest replacement(const std::string& certificateUri, int number) {
     request.body = R"({"CertificateUri":{"@odata.id":")" + certificateUri +
                    R"("},"CertificateString":"text","CertificateType":"PEM"})";
     return request;
+}
+
+FrontEndRequest soundRequest(RequestKind kind, int number) {
+    return kind == RequestKind::CREATE   ? creation(number)
+           : kind == RequestKind::REMOVE ? deletion(COLLECTION + "/1", number)
+                                         : signing("", number);
+}
+
+std::string kindName(const testing::TestParamInfo<RequestKind>& info) {
+    return info.param == RequestKind::CREATE   ? "Creation"
+           : info.param == RequestKind::REMOVE ? "Deletion"
+                                               : "Action";
 }
 
 std::string describeAnswer(const FrontEndAnswer& answer) {

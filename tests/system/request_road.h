@@ -28,7 +28,8 @@ constexpr int ABORTED = 128 + 6; // ended by SIGABRT
 
 class RequestRoad : public testing::Test {
 protected:
-    RequestRoad();
+    // A server with a password refuses a connection that is too many when it logs in.
+    explicit RequestRoad(const std::string& password = "");
 
     // Starts the daemon and waits until it listens. An empty library path means the backend of the
     // build.
@@ -40,6 +41,8 @@ protected:
 
     // Announces a stored request and waits for nothing.
     void announce(const FrontEndRequest& request, const std::string& message);
+
+    void storeAndAnnounce(const FrontEndRequest& request);
 
     // The daemon's log without times.
     [[nodiscard]] std::string log() const;
@@ -61,6 +64,12 @@ protected:
 [[nodiscard]] FrontEndRequest signing(const std::string& members, int number = 1);
 
 [[nodiscard]] FrontEndRequest replacement(const std::string& certificateUri, int number = 1);
+
+// A request of this kind that succeeds with a backend that says yes.
+[[nodiscard]] FrontEndRequest soundRequest(RequestKind kind, int number = 1);
+
+// Names the tests of one kind of request.
+[[nodiscard]] std::string kindName(const testing::TestParamInfo<RequestKind>& info);
 
 // Status word and message in one line: "FAILURE Base.1.9.X (a, b)"; "no reply" when none came.
 [[nodiscard]] std::string describeAnswer(const FrontEndAnswer& answer);
