@@ -1,0 +1,7 @@
+# A daemon that cannot start shows why: in the demo, which ends there, and in the shell.
+. "$(dirname "$0")/expect.sh"
+
+: >"$work/libcertificate_backend.so.1"
+export LD_LIBRARY_PATH=$work SANDBOX_WRITABLE=$work
+expect 1 "libcertificate_backend.so.1: file too short" scripts/sandbox scripts/demo-steps "$build/bin"
+expect 1 "libcertificate_backend.so.1: file too short" scripts/shell --build "$build" true
