@@ -8,7 +8,7 @@
 #include "core/protocol/messages.h"
 #include "store/markers.h"
 #include "store/value_text.h"
-#include "store/write_resource.h"
+#include "store/write_commands.h"
 #include "tests/support/empty_backend/example_values.h"
 #include "tests/support/pipeline.h"
 

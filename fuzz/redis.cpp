@@ -1,6 +1,7 @@
 #include "fuzz/redis.h"
 
 #include "fuzz/property.h"
+#include "tests/models/expected_database.h"
 #include "tests/support/redis_server.h"
 
 namespace {
@@ -22,22 +23,18 @@ end
 return all
 )";
 
-StoredValue storedValue(const std::string& type, const std::vector<std::string>& content) {
-    StoredValue value;
-    if (type == "string") {
-        value.text = content.at(0);
-    } else if (type == "list") {
-        value.kind = StoredValue::Kind::LIST;
-        value.entries = content;
-    } else if (type == "hash") {
-        value.kind = StoredValue::Kind::HASH;
-        for (std::size_t i = 0; i + 1 < content.size(); i += 2) {
-            value.fields[content[i]] = content[i + 1];
+void addKey(ExpectedDatabase& database, const std::string& key, const std::string& type,
+            const std::vector<std::string>& content) {
+    const std::size_t step = type == "hash" ? 2 : 1;
+    for (std::size_t i = 0; i + step <= content.size(); i += step) {
+        if (type == "hash") {
+            (void)database.hset(key, content[i], content[i + 1]);
+        } else if (type == "list") {
+            (void)database.rpush(key, content[i]);
+        } else {
+            database.set(key, content[i]);
         }
-    } else {
-        value.kind = StoredValue::Kind::OTHER;
     }
-    return value;
 }
 
 } // namespace
@@ -52,35 +49,13 @@ void requireInStep(RedisClient& client) {
     requireSame(client.command("ECHO", "in step").text, "in step", "the connection stays in step");
 }
 
-StoredData readStoredData(RedisClient& client) {
+std::string dumpStored(RedisClient& client) {
     const RedisAnswer answer = client.command("EVAL", READ_ALL, "0");
     require(answer.type == RedisAnswer::Type::ARRAY, "the database can be read");
-    StoredData data;
+    ExpectedDatabase database;
     for (std::size_t i = 0; i + 2 < answer.elements.size(); i += 3) {
-        data[answer.elements[i].text] =
-            storedValue(answer.elements[i + 1].text, answer.elements[i + 2].texts());
+        addKey(database, answer.elements[i].text, answer.elements[i + 1].text,
+               answer.elements[i + 2].texts());
     }
-    return data;
-}
-
-std::string describe(const StoredData& data) {
-    std::string text;
-    for (const auto& [key, value] : data) {
-        text += describeText(key) + " = " + describeText(value.text) + "\n";
-        for (const auto& [field, content] : value.fields) {
-            text += "    " + describeText(field) + " = " + describeText(content) + "\n";
-        }
-        for (const std::string& entry : value.entries) {
-            text += "    - " + describeText(entry) + "\n";
-        }
-    }
-    return text;
-}
-
-void requireSameData(const StoredData& seen, const StoredData& expected,
-                     const std::string& property) {
-    if (seen != expected) {
-        requireSame(describe(seen), describe(expected), property);
-        reportBroken(property); // they differ in what describe does not show
-    }
+    return database.dump();
 }

@@ -6,9 +6,9 @@
 
 #include "fuzz/input.h"
 #include "fuzz/property.h"
-#include "fuzz/reading_model.h"
 #include "fuzz/redis.h"
 #include "store/resource_store.h"
+#include "tests/models/reading_model.h"
 
 #include <array>
 

@@ -2,8 +2,7 @@
 
 #include "core/protocol/keys.h"
 #include "core/redis_reply.h"
-#include "store/remove_resource.h"
-#include "store/resource_encoding.h"
+#include "store/resource_keys.h"
 #include "store/resource_store.h"
 #include "store/store_log.h"
 
@@ -15,9 +14,22 @@ bool removedNothing(const RedisReply& reply) {
     return isInteger(reply) && reply->integer == 0;
 }
 
-bool hasKey(const ReadQueue& keys, const std::string& key) {
+bool hasKey(const KeyQueue& keys, const std::string& key) {
     return std::any_of(keys.begin(), keys.end(),
-                       [&key](const ReadEntry& entry) { return entry.key == key; });
+                       [&key](const QueuedKey& queued) { return queued.key == key; });
+}
+
+// Tells a missing resource from one of another type, for which collectResourceKeys has one answer.
+int collectKeys(redisContext* context, const std::string& uri, KeyQueue& keys) {
+    const std::optional<std::string> type = askKeyType(context, uri);
+    if (type == "none") {
+        return STORE_MISSING;
+    }
+    if (!type || queueTopKey(uri, *type, keys) != STORE_OK) {
+        logStoreError("Gets the resource type failed.");
+        return STORE_NO_TYPE;
+    }
+    return collectNestedKeys(context, keys);
 }
 
 int trimToNothing(redisContext* context, const std::string& key, long long length) {
@@ -42,7 +54,7 @@ bool getArrayLength(redisContext* context, const std::string& key, long long& co
         logStoreError("The redis LLEN command failed with NULL result. URI=" + key);
         return false;
     }
-    if (reply->type != REDIS_REPLY_INTEGER) {
+    if (!isInteger(reply)) {
         return false;
     }
     count = reply->integer;
@@ -80,10 +92,10 @@ int removeArrayElement(redisContext* context, const std::string& key, int count,
 
 int clearArrayElements(redisContext* context, const std::string& uri, const std::string& memberPath,
                        bool removeNested) {
-    ReadQueue keys;
-    if (collectResourceKeys(context, uri, true, keys) != STORE_OK) {
-        logStoreError("Gets the resource type failed.");
-        return STORE_NO_TYPE;
+    KeyQueue keys;
+    const int result = collectKeys(context, uri, keys);
+    if (result != STORE_OK) {
+        return result;
     }
     std::string key = uri + "/" + memberPath;
     addMarkerPrefix(key);

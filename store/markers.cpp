@@ -76,6 +76,10 @@ Marker parseListMarker(std::string_view entry) {
     return {markerKind(tokens[0]), {}, tokens[1]};
 }
 
+bool isStructured(const Marker& marker) {
+    return marker.kind == MarkerKind::OBJECT || marker.kind == MarkerKind::ARRAY;
+}
+
 bool isHashReference(std::string_view marker) {
     return startsWithTokens(marker, OBJECT_REF_MARKER, 2);
 }
@@ -87,8 +91,7 @@ bool isListReference(std::string_view marker) {
 std::string nestedKeyOf(std::string_view listEntry) {
     // A marker begins at once: with a blank before it an entry is an ordinary text.
     const Marker marker = hasMarkerPrefix(listEntry) ? parseListMarker(listEntry) : Marker();
-    const bool structured = marker.kind == MarkerKind::OBJECT || marker.kind == MarkerKind::ARRAY;
-    return structured ? std::string(marker.target) : std::string();
+    return isStructured(marker) ? std::string(marker.target) : std::string();
 }
 
 bool isRawStringText(std::string_view jsonText) {

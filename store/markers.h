@@ -27,6 +27,9 @@ struct Marker {
 [[nodiscard]] Marker parseHashMarker(std::string_view field);
 [[nodiscard]] Marker parseListMarker(std::string_view entry);
 
+// Whether the marker stands for an object or array of the resource itself.
+[[nodiscard]] bool isStructured(const Marker& marker);
+
 // ^&&ObjectRef +[^ ]+ +[^ ]+
 [[nodiscard]] bool isHashReference(std::string_view marker);
 

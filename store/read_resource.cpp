@@ -6,8 +6,9 @@
 // level above is being read.
 
 #include "core/protocol/redfish_names.h"
+#include "store/key_ancestry.h"
+#include "store/key_walk.h"
 #include "store/markers.h"
-#include "store/read_passes.h"
 #include "store/resource_store.h"
 #include "store/store_log.h"
 #include "store/value_text.h"
@@ -15,101 +16,71 @@
 #include <nlohmann/json.hpp>
 
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 namespace {
 
-// A resource written by this store names each nested key once. Repeats are read like any other key,
-// but no further than this: a few keys that name each other twice would otherwise unfold without
-// end.
-constexpr std::size_t MAX_REPEATED_KEYS = 10000;
+using nlohmann::json;
 
-// The keys met so far, each with the one that named it.
-class Ancestry {
-public:
-    // Records the key below its parent. False when the key is its own ancestor, or when too many
-    // keys have been named more than once.
-    bool add(const std::string& key, std::size_t parent) {
-        const auto [position, isNew] = known.insert(key);
-        if (!isNew && (++repeats > MAX_REPEATED_KEYS || isAncestor(key, parent))) {
-            return false;
-        }
-        nodes.push_back({&*position, parent}); // elements of an unordered_set keep their address
-        return true;
-    }
-
-    [[nodiscard]] std::size_t newest() const {
-        return nodes.size() - 1;
-    }
-
-private:
-    struct Node {
-        const std::string* key;
-        std::size_t parent; // the top key is its own parent
-    };
-
-    [[nodiscard]] bool isAncestor(const std::string& key, std::size_t node) const {
-        while (*nodes[node].key != key) {
-            if (node == nodes[node].parent) {
-                return false;
-            }
-            node = nodes[node].parent;
-        }
-        return true;
-    }
-
-    std::unordered_set<std::string> known;
-    std::vector<Node> nodes;
-    std::size_t repeats = 0;
+// Where in the document the content of a key belongs: a value, or an element of an array. An
+// element is found again by its index, since arrays move their elements while they grow.
+struct DocumentPlace {
+    json* value;
+    bool isElement = false;
+    std::size_t index = 0;
 };
 
+// Keys are numbered as the ancestry numbers them.
 struct Reader {
-    ReadQueue queue;
-    Ancestry ancestry;
+    KeyQueue queue;
+    KeyAncestry ancestry;
+    std::vector<DocumentPlace> places; // by the number of the key
 };
 
 // The value that the key's content belongs in; null when another field or entry of the same name
 // has taken its place meanwhile.
-nlohmann::json* findPlace(const ReadEntry& entry) {
-    nlohmann::json* value = entry.place.value;
-    if (entry.place.isElement) {
-        const bool isThere = value->is_array() && entry.place.index < value->size();
-        value = isThere ? &(*value)[entry.place.index] : nullptr;
+json* findPlace(const Reader& reader, const QueuedKey& key) {
+    const DocumentPlace& place = reader.places[key.origin];
+    json* value = place.value;
+    if (place.isElement) {
+        const bool isThere = value->is_array() && place.index < value->size();
+        value = isThere ? &(*value)[place.index] : nullptr;
     }
     const bool fits =
-        value != nullptr && (entry.kind == KeyKind::HASH ? value->is_object() : value->is_array());
+        value != nullptr && (key.kind == KeyKind::HASH ? value->is_object() : value->is_array());
     return fits ? value : nullptr;
 }
 
-int queueNestedKey(Reader& reader, const ReadEntry& parent, const Marker& marker,
+int refuse(const char* reason, const std::string& key) {
+    logStoreError(std::string(reason) + " RESOURCE=" + key);
+    return STORE_MISSING;
+}
+
+int queueNestedKey(Reader& reader, const QueuedKey& parent, const Marker& marker,
                    const DocumentPlace& place) {
-    ReadEntry entry;
-    entry.place = place;
-    entry.kind = marker.kind == MarkerKind::OBJECT ? KeyKind::HASH : KeyKind::LIST;
-    entry.key = marker.target;
-    if (!reader.ancestry.add(entry.key, parent.ancestry)) {
-        logStoreError("The resource holds itself. RESOURCE=" + entry.key);
-        return STORE_MISSING;
+    const std::string key(marker.target);
+    switch (reader.ancestry.add(key, parent.origin)) {
+    case Descent::OWN_ANCESTOR:
+        return refuse("The resource holds itself.", key);
+    case Descent::TOO_MANY_REPEATS:
+        return refuse("The resource repeats too many of its keys.", key);
+    case Descent::ALLOWED:
+        break;
     }
-    entry.ancestry = reader.ancestry.newest();
-    reader.queue.push_back(std::move(entry));
+    reader.queue.push_back({nestedKind(marker), key, reader.places.size()});
+    reader.places.push_back(place);
     return STORE_OK;
 }
 
-nlohmann::json markedValue(const Marker& marker) {
+json markedValue(const Marker& marker) {
     if (marker.kind == MarkerKind::REFERENCE) {
         return {{ODATA_ID, std::string(marker.target)}};
     }
-    return marker.kind == MarkerKind::OBJECT ? nlohmann::json::object() : nlohmann::json::array();
+    return marker.kind == MarkerKind::OBJECT ? json::object() : json::array();
 }
 
-bool isStructured(const Marker& marker) {
-    return marker.kind == MarkerKind::OBJECT || marker.kind == MarkerKind::ARRAY;
-}
-
-int readField(Reader& reader, const ReadEntry& entry, nlohmann::json& object,
-              std::string_view field, std::string_view text) {
+int readField(Reader& reader, const QueuedKey& key, json& object, std::string_view field,
+              std::string_view text) {
     if (!hasMarkerPrefix(field)) {
         object[std::string(field)] = decodeValueText(text);
         return STORE_OK;
@@ -119,14 +90,12 @@ int readField(Reader& reader, const ReadEntry& entry, nlohmann::json& object,
         object[std::string(field)] = std::string(text);
         return STORE_OK;
     }
-    nlohmann::json& member = object[std::string(marker.member)];
+    json& member = object[std::string(marker.member)];
     member = markedValue(marker);
-    return isStructured(marker) ? queueNestedKey(reader, entry, marker, {&member, false, 0})
-                                : STORE_OK;
+    return isStructured(marker) ? queueNestedKey(reader, key, marker, {&member}) : STORE_OK;
 }
 
-int readElement(Reader& reader, const ReadEntry& entry, nlohmann::json& array,
-                std::string_view text) {
+int readElement(Reader& reader, const QueuedKey& key, json& array, std::string_view text) {
     if (!hasMarkerPrefix(text)) {
         array.push_back(decodeValueText(text));
         return STORE_OK;
@@ -138,43 +107,36 @@ int readElement(Reader& reader, const ReadEntry& entry, nlohmann::json& array,
     }
     array.push_back(markedValue(marker));
     const DocumentPlace place = {&array, true, array.size() - 1};
-    return isStructured(marker) ? queueNestedKey(reader, entry, marker, place) : STORE_OK;
+    return isStructured(marker) ? queueNestedKey(reader, key, marker, place) : STORE_OK;
 }
 
-int readContent(Reader& reader, const ReadEntry& entry, const redisReply& content) {
-    if (content.type != REDIS_REPLY_ARRAY) {
-        logStoreError("Gets redis resource failed. RESOURCE=" + entry.key);
-        return STORE_MISSING;
-    }
-    nlohmann::json* place = findPlace(entry);
+int readContent(Reader& reader, const QueuedKey& key, const redisReply& content) {
+    json* place = findPlace(reader, key);
     if (place == nullptr) {
         return STORE_OK;
     }
-    const std::size_t step = entry.kind == KeyKind::HASH ? 2 : 1;
+    const bool isHash = key.kind == KeyKind::HASH;
+    const std::size_t step = isHash ? 2 : 1;
     int result = STORE_OK;
     for (std::size_t i = 0; result == STORE_OK && i + step <= content.elements; i += step) {
         const std::string_view text = replyText(*content.element[i]);
-        result = entry.kind == KeyKind::HASH
-                     ? readField(reader, entry, *place, text, replyText(*content.element[i + 1]))
-                     : readElement(reader, entry, *place, text);
+        result = isHash ? readField(reader, key, *place, text, replyText(*content.element[i + 1]))
+                        : readElement(reader, key, *place, text);
     }
     return result;
 }
 
 } // namespace
 
-int getResource(redisContext* context, const std::string& uri, nlohmann::json& value) {
-    Reader reader;
+int getResource(redisContext* context, const std::string& uri, json& value) {
+    Reader reader = {{}, KeyAncestry(uri), {{&value}}};
     const int result = getResourceType(context, uri, reader.queue);
     if (result != STORE_OK) {
         return result;
     }
-    ReadEntry& top = reader.queue.front();
-    value = top.kind == KeyKind::HASH ? nlohmann::json::object() : nlohmann::json::array();
-    top.place = {&value, false, 0};
-    (void)reader.ancestry.add(uri, 0);
-    return readQueued(context, reader.queue,
-                      [&reader](const ReadEntry& entry, const redisReply& content) {
-                          return readContent(reader, entry, content);
-                      });
+    value = reader.queue.front().kind == KeyKind::HASH ? json::object() : json::array();
+    return walkKeys(context, reader.queue,
+                    [&reader](const QueuedKey& key, const redisReply& content) {
+                        return readContent(reader, key, content);
+                    });
 }

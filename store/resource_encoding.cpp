@@ -9,17 +9,12 @@
 
 #include <nlohmann/json.hpp>
 
-namespace {
-
-// The string of an object that holds nothing but "@odata.id"; null for any other value.
 const std::string* referencedUri(const nlohmann::json& value) {
     if (!value.is_object() || value.size() != 1 || value.begin().key() != ODATA_ID) {
         return nullptr;
     }
     return value.begin()->get_ptr<const std::string*>();
 }
-
-} // namespace
 
 MemberEntry makeMemberEntry(const std::string& parentKey, std::int64_t& sequenceId,
                             const std::string& memberName, const nlohmann::json& value) {
@@ -39,6 +34,12 @@ MemberEntry makeMemberEntry(const std::string& parentKey, std::int64_t& sequence
     return entry;
 }
 
+MemberEntry makeObjectMember(const std::string& parentKey, const std::string& memberName,
+                             const nlohmann::json& value) {
+    std::int64_t objectNaming = NO_SEQUENCE_ID;
+    return makeMemberEntry(parentKey, objectNaming, memberName, value);
+}
+
 std::string makeMarker(MarkerMode mode, const nlohmann::json& value, std::string& nestedKey,
                        const std::string& memberName) {
     addMarkerPrefix(nestedKey);
@@ -49,6 +50,17 @@ std::string makeMarker(MarkerMode mode, const nlohmann::json& value, std::string
         marker += " " + memberName;
     }
     return marker + " " + (uri != nullptr ? *uri : nestedKey);
+}
+
+std::optional<std::string> fieldText(const std::string& memberName, const nlohmann::json& value,
+                                     std::string valueText) {
+    if (valueText.empty()) {
+        return std::nullopt; // it cannot be written as JSON
+    }
+    if (!hasMarkerPrefix(memberName)) {
+        return valueText;
+    }
+    return value.is_string() ? std::optional(value.get<std::string>()) : std::nullopt;
 }
 
 std::string elementText(const nlohmann::json& value, std::string valueText) {

@@ -10,7 +10,7 @@
 //   field  name                                   value
 //     scalar, name without "&&"    name           compact JSON text (store/value_text.h)
 //     string, name with "&&"       name           the string itself
-//     other,  name with "&&"       not stored
+//     other scalar, name with "&&" not stored
 //     {"@odata.id": string}        "&&ObjectRef " name " " string       empty
 //     any other object             "&&Object " name " " nested key      empty
 //     array                        "&&Array " name " " nested key       empty
@@ -21,12 +21,15 @@
 //     any other object             "&&Object " nested key
 //     array                        "&&Array " nested key
 //
+// Objects and arrays are stored alike under any name, one with "&&" included.
+//
 // A reference stands in the place of a nested key: the resource it names is neither read, written
 // nor removed with its referrer. Names, keys and URIs must not contain blanks; nothing checks this.
 
 #include <nlohmann/json_fwd.hpp>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 // How one member or element is stored: a scalar has only the value text (empty when it cannot be
@@ -39,15 +42,27 @@ struct MemberEntry {
 
 enum class MarkerMode { OBJECT_MEMBER = 0, ARRAY_ELEMENT = 1 };
 
+// The string of an object that holds nothing but "@odata.id"; null for any other value.
+[[nodiscard]] const std::string* referencedUri(const nlohmann::json& value);
+
 // The entry of one member (by name) or element (by index in decimal). With NO_SEQUENCE_ID the
 // nested key is named after the member; otherwise it takes the sequence id, which is advanced.
 [[nodiscard]] MemberEntry makeMemberEntry(const std::string& parentKey, std::int64_t& sequenceId,
                                           const std::string& memberName,
                                           const nlohmann::json& value);
 
+// The entry of an object's member.
+[[nodiscard]] MemberEntry makeObjectMember(const std::string& parentKey,
+                                           const std::string& memberName,
+                                           const nlohmann::json& value);
+
 // The marker of an object or array. Puts "&&" in front of the nested key when it is missing.
 [[nodiscard]] std::string makeMarker(MarkerMode mode, const nlohmann::json& value,
                                      std::string& nestedKey, const std::string& memberName);
+
+// What is stored for a scalar member, given the entry's value text; nothing when it is not stored.
+[[nodiscard]] std::optional<std::string>
+fieldText(const std::string& memberName, const nlohmann::json& value, std::string valueText);
 
 // What is pushed for a scalar element, given the entry's value text.
 [[nodiscard]] std::string elementText(const nlohmann::json& value, std::string valueText);

@@ -4,8 +4,11 @@
 // the web front end (the stored form stands at the top of store/resource_encoding.h).
 //
 // All operations work on the caller's connection and take no lock: a reader may see another
-// connection's write half done. They tell what goes wrong on standard error and return 0 for
-// success or a negative code. Nothing already done is rolled back.
+// connection's write half done. They log what goes wrong on standard error and return STORE_OK or
+// another code of store/store_result.h. Nothing already done is rolled back, and the connection
+// stays in step: every reply that was asked for has been taken, unless the connection failed.
+
+#include "store/store_result.h"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -13,35 +16,31 @@
 
 struct redisContext;
 
-constexpr int STORE_OK = 0;
-constexpr int STORE_MISSING = -2;           // no such resource, or a failed read or removal
-constexpr int STORE_NO_TYPE = -3;           // the type of the key could not be asked or is wrong
-constexpr int STORE_NO_LENGTH = -5;         // the length of a list could not be read
-constexpr int STORE_NOT_THERE = -6;         // the field or element to remove is not there
-constexpr int STORE_NOT_CLEARED = -7;       // the list could not be emptied
-constexpr int STORE_ARRAY_NOT_REMOVED = -8; // the array to be replaced could not be removed
-constexpr int STORE_BAD_CONFIGURATION = -9; // the array configuration is unusable
-
-// Reads the resource into value. STORE_MISSING when there is none, or its top key is neither hash
-// nor list; any other non-zero code when reading failed, with value partly filled. A resource that
-// holds itself as its own descendant is refused. References are not followed.
+// Reads the resource into value. References are not followed. A nested key that is gone, or is not
+// of the type that its marker names, leaves its member empty.
+// STORE_MISSING when there is no hash or list at uri (nothing is logged then), when a reply did not
+// come or is an error, and for a resource that holds itself or repeats too many of its keys.
+// STORE_NO_TYPE when the type of uri could not be asked. value may be partly filled after a
+// failure.
 [[nodiscard]] int getResource(redisContext* context, const std::string& uri, nlohmann::json& value);
 
-// Replaces what is stored at uri by value. Returns the code of a failed removal of the old
-// resource; faults of the writing itself are told on standard error only. An empty object leaves no
-// key.
+// Replaces what is stored at uri by value; an empty object leaves no key. STORE_MISSING or
+// STORE_NO_TYPE, with nothing written, when the old resource could not be removed. Faults of the
+// writing itself are only logged.
 int writeResource(redisContext* context, const std::string& uri, const nlohmann::json& value);
 
 // Merges value into the resource at uri. With a null arrayConfiguration every array in value
 // replaces the stored one; otherwise arrays are merged position by position, as the object's three
-// members say, all of which must be there:
-//   "ArrayStyle"        0 as without configuration, 1 to 3 position-wise (see store/update_tree.h)
+// members say, all of which must be there (see store/array_merge.h):
+//   "ArrayStyle"        0 as without configuration, 1 to 3 position by position
 //   "ArrayMaxSize"      most entries of a list after the update; 0 or less: none given
 //   "ArrayNullElement"  whether to pad lists with null up to the maximum
-// STORE_BAD_CONFIGURATION, with nothing written, when the configuration is unusable.
+// STORE_BAD_CONFIGURATION, with nothing written, when the configuration is unusable. Everything
+// else that goes wrong leaves the result STORE_OK.
 int updateResource(redisContext* context, const std::string& uri, const nlohmann::json& value,
                    const nlohmann::json& arrayConfiguration);
 
 // Removes the resource: its top key when includeTop is set, its nested keys when recursive is set.
-// Referenced resources stay. STORE_MISSING when there is none or a reply failed.
+// Referenced resources stay. STORE_MISSING when there is no hash or list at uri, or a reply did not
+// come; STORE_NO_TYPE when its type could not be asked. Keys that are gone by then stay gone.
 int removeResource(redisContext* context, const std::string& uri, bool recursive, bool includeTop);

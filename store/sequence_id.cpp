@@ -3,8 +3,7 @@
 #include "core/redis_reply.h"
 
 #include <limits>
-
-const std::string ARRAY_SEQUENCE_ID_KEY = "Array-Member-Sequence-ID";
+#include <string>
 
 namespace {
 
@@ -12,14 +11,13 @@ constexpr std::int64_t FIRST_ID = 1;
 constexpr std::int64_t LARGEST_ID = std::numeric_limits<std::int64_t>::max();
 
 bool setCounter(redisContext* context, const std::string& value) {
-    return isStatusOk(
-        sendRedisCommand(context, "SET %s %s", ARRAY_SEQUENCE_ID_KEY.c_str(), value.c_str()));
+    return isStatusOk(sendRedisCommand(context, "SET %s %s", ARRAY_SEQUENCE_ID_KEY, value.c_str()));
 }
 
 } // namespace
 
 std::int64_t nextArraySequenceId(redisContext* context) {
-    const RedisReply reply = sendRedisCommand(context, "INCR %s", ARRAY_SEQUENCE_ID_KEY.c_str());
+    const RedisReply reply = sendRedisCommand(context, "INCR %s", ARRAY_SEQUENCE_ID_KEY);
     if (isInteger(reply)) {
         return reply->integer;
     }

@@ -4,14 +4,13 @@
 // resources: the decimal text of the last id used, under one Redis key.
 
 #include <cstdint>
-#include <string>
 
 struct redisContext;
 
-extern const std::string ARRAY_SEQUENCE_ID_KEY;
+inline constexpr char ARRAY_SEQUENCE_ID_KEY[] = "Array-Member-Sequence-ID";
 
 // Stands in for an id: nested keys are named after members, or by index in an array.
-constexpr std::int64_t NO_SEQUENCE_ID = -1;
+inline constexpr std::int64_t NO_SEQUENCE_ID = -1;
 
 // Claims the first id that a store may use. A counter that cannot be advanced is reset, and the id
 // is 1; NO_SEQUENCE_ID when even that fails.

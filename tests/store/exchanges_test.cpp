@@ -1,7 +1,6 @@
 // How often the store waits for the server: the commands of one level, or of one document, go out
 // together. The server counts how often it has read from a connection.
 
-#include "store/remove_resource.h"
 #include "store/resource_store.h"
 #include "tests/store/store_fixture.h"
 
@@ -9,23 +8,9 @@ using nlohmann::json;
 
 class Exchanges : public StoreFixture {
 protected:
-    // Exchanges with the server during the work.
-    long exchangesOf(const std::function<void()>& work) {
-        const long before = serverReads();
-        work();
-        return serverReads() - before - 1; // the question itself is one
-    }
-
     // Three levels of keys, with several keys on the second and the third.
     const json document = json::parse(
         R"({"A":{"N":1},"B":[{"N":1},{"N":2},[3]],"C":{"D":{"N":1},"E":[1,2]},"S":"text"})");
-
-private:
-    long serverReads() {
-        const std::string label = "total_reads_processed:";
-        const std::string info = client.command("INFO", "stats").text;
-        return std::stol(info.substr(info.find(label) + label.size()));
-    }
 };
 
 TEST_F(Exchanges, AReadCostsOneForTheTypeAndOneForEachLevel) {

@@ -1,10 +1,8 @@
 // Every command of every operation goes wrong in turn: the connection is lost in its place, or the
-// server refuses it, or no reply comes. Results and messages are compared literally.
+// server refuses it, or no reply comes. Results, messages and what is left are compared literally.
 
 #include "store/array_elements.h"
-#include "store/remove_resource.h"
 #include "store/resource_store.h"
-#include "store/write_resource.h"
 #include "tests/requests/redis_proxy.h"
 #include "tests/store/store_fixture.h"
 
@@ -14,22 +12,67 @@ using nlohmann::json;
 
 namespace {
 
-const std::string NO_REPLY_LINE = "[ERROR] Redis get reply failed!\n";
-const std::string REFUSED_LINE = "[ERROR] Updates property reply type is incorrect.\n";
-const std::string NO_TYPE_LINE = "[ERROR] Gets resource type failed.\n";
-const std::string NOTHING;
+using Operation = std::function<int(redisContext*)>;
 
-std::string times(std::size_t count, const std::string& line) {
-    std::string lines;
-    for (; count > 0; --count) {
-        lines += line;
-    }
-    return lines;
+const std::string NO_REPLY = "[ERROR] Redis get reply failed!\n";
+const std::string NO_REPLIES = NO_REPLY + NO_REPLY + NO_REPLY;
+const std::string NO_TYPE = "[ERROR] Gets resource type failed.\n";
+const std::string UNREAD = "[ERROR] Gets redis resource failed. RESOURCE=";
+const std::string NOT_UNLINKED = "[ERROR] The redis UNLINK failed with NULL result. URI=";
+const std::string NULL_RESULT = "[ERROR] Updates property failed with NULL result.\n";
+const std::string REFUSED_LINE = "[ERROR] Updates property reply type is incorrect.\n";
+const std::string NOT_WRITTEN = "[ERROR] Writes resource failed. URI=/x, RESULT_CODE=";
+const std::string WRONG_TYPE = "[ERROR] Gets the resource type failed.\n";
+const std::string NO_COUNT = "[ERROR] Gets array element count failed.\n";
+const std::string NO_LLEN = "[ERROR] The redis LLEN command failed with NULL result. URI=&&/x/A\n";
+const std::string NO_LTRIM = "[ERROR] The redis LTRIM command failed with NULL result.\n";
+const std::string NOT_CLEARED = "[ERROR] Clears array elements failed.\n";
+
+std::string counterNotSet(int from, int to) {
+    return "[ERROR] Updates Array Sequence Id from " + std::to_string(from) + " to " +
+           std::to_string(to) + " failed!\n";
 }
 
-std::string notWritten(const std::string& uri, int code) {
-    return "[ERROR] Writes resource failed. URI=" + uri + ", RESULT_CODE=" + std::to_string(code) +
-           "\n";
+int readAll(redisContext* connection) {
+    json value;
+    return getResource(connection, "/x", value);
+}
+
+int removeAll(redisContext* connection) {
+    return removeResource(connection, "/x", true, true);
+}
+
+int replace(redisContext* connection) {
+    return writeResource(connection, "/x", {{"New", 1}});
+}
+
+int clear(redisContext* connection) {
+    return clearArrayElements(connection, "/x", "A", false);
+}
+
+Operation writeAt(const std::string& uri, const json& value) {
+    return [=](redisContext* connection) { return writeResource(connection, uri, value); };
+}
+
+const Operation WRITE_TREE = writeAt("/y", {{"A", 1}, {"B", {{{"N", 2}}}}});
+const Operation WRITE_FIELDS = writeAt("/y", {{"A", 1}, {"B", 2}, {"C", 3}});
+
+enum class Fault { CUT, REFUSED, MUTE };
+
+// The fault comes at the first command that begins so; from a muted one on, the connection gives no
+// replies instead of waiting for them.
+struct FaultRow {
+    const char* name;
+    Operation operation;
+    Fault fault;
+    Command at;
+    int result;
+    std::string errors;
+    std::string keys = "&&/x/A &&/x/A/1 &&/x/O /x"; // that are there afterwards
+};
+
+void PrintTo(const FaultRow& row, std::ostream* stream) {
+    *stream << row.name;
 }
 
 // What an operation gave back and printed.
@@ -48,8 +91,6 @@ std::ostream& operator<<(std::ostream& stream, const Outcome& outcome) {
 
 class LostConnection : public StoreFixture {
 protected:
-    using Operation = std::function<int(redisContext*)>;
-
     LostConnection() {
         client.command("HSET", "/x", "&&Object O &&/x/O", "");
         client.command("HSET", "/x", "&&Array A &&/x/A", "");
@@ -58,23 +99,22 @@ protected:
         client.command("HSET", "&&/x/A/1", "N", "1");
     }
 
+    static Outcome run(const Operation& operation, redisContext* connection) {
+        Outcome outcome;
+        outcome.errors = errorsOf([&] { outcome.result = operation(connection); });
+        return outcome;
+    }
+
     // The operation while the interceptor answers in the server's place.
     Outcome with(RedisProxy::Interceptor interceptor, const Operation& operation) {
         const RedisProxy proxy(server, std::move(interceptor));
         return run(operation, proxy.context());
     }
 
-    // The connection is closed in the place of the first command that begins so.
-    Outcome cutAt(const Command& beginning, const Operation& operation) {
-        return with(answerOnce(beginning, CLOSE_CONNECTION), operation);
-    }
-
-    // That command is answered with an error.
     Outcome refuseAt(const Command& beginning, const Operation& operation) {
         return with(answerOnce(beginning, ERROR_REPLY), operation);
     }
 
-    // From the reply to that command on, the connection gives no reply instead of waiting for one.
     Outcome muteFrom(const Command& beginning, const Operation& operation) {
         redisContext* connection = nullptr;
         const RedisProxy proxy(server, [&](const Command& command) -> std::optional<std::string> {
@@ -87,180 +127,112 @@ protected:
         return run(operation, proxy.context());
     }
 
-    static Outcome run(const Operation& operation, redisContext* connection) {
-        Outcome outcome;
-        outcome.errors = errorsOf([&] { outcome.result = operation(connection); });
-        return outcome;
+    Outcome with(const FaultRow& row) {
+        if (row.fault == Fault::MUTE) {
+            return muteFrom(row.at, row.operation);
+        }
+        const std::string reply = row.fault == Fault::CUT ? CLOSE_CONNECTION : ERROR_REPLY;
+        return with(answerOnce(row.at, reply), row.operation);
+    }
+
+    // The keys but for the counter, in one line.
+    std::string keys() {
+        std::string names;
+        for (const std::string& key : client.keys()) {
+            if (key != "Array-Member-Sequence-ID") {
+                names += (names.empty() ? "" : " ") + key;
+            }
+        }
+        return names;
     }
 };
 
-TEST_F(LostConnection, EndsARead) {
-    const auto read = [](redisContext* connection) {
-        json value;
-        return getResource(connection, "/x", value);
-    };
-    EXPECT_EQ(cutAt({"TYPE"}, read), (Outcome{-3, NO_TYPE_LINE}));
-    EXPECT_EQ(cutAt({"HGETALL", "/x"}, read), (Outcome{-2, NO_REPLY_LINE}));
-    EXPECT_EQ(cutAt({"HGETALL", "&&/x/O"}, read), (Outcome{-2, NO_REPLY_LINE}));
-    EXPECT_EQ(cutAt({"LRANGE"}, read), (Outcome{-2, NO_REPLY_LINE}));
-    EXPECT_EQ(cutAt({"HGETALL", "&&/x/A/1"}, read), (Outcome{-2, NO_REPLY_LINE}));
-    EXPECT_EQ(muteFrom({"TYPE"}, read),
-              (Outcome{-2, "[ERROR] Gets redis resource failed. RESOURCE=/x\n"}));
-    EXPECT_EQ(muteFrom({"HGETALL", "/x"}, read),
-              (Outcome{-2, "[ERROR] Gets redis resource failed. RESOURCE=&&/x/O\n"}));
+class LostConnections : public LostConnection, public testing::WithParamInterface<FaultRow> {};
+
+TEST_P(LostConnections, HaveTheirResultAndMessages) {
+    const FaultRow& row = GetParam();
+    EXPECT_EQ(with(row), (Outcome{row.result, row.errors}));
+    if (row.fault != Fault::MUTE) { // chance decides what the server still gets without waiting
+        EXPECT_EQ(keys(), row.keys);
+    }
 }
 
-TEST_F(LostConnection, ARefusedTypeIsNoResource) {
-    const auto read = [](redisContext* connection) {
-        json value;
-        return getResource(connection, "/x", value);
-    };
-    EXPECT_EQ(refuseAt({"TYPE"}, read), (Outcome{-2, NOTHING}));
-    EXPECT_EQ(refuseAt({"LRANGE"}, read),
-              (Outcome{-2, "[ERROR] Gets redis resource failed. RESOURCE=&&/x/A\n"}));
-}
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(EachCommand, LostConnections, testing::ValuesIn(std::vector<FaultRow>{
+    {"TypeOfARead",                 readAll, Fault::CUT,     {"TYPE"},                STORE_NO_TYPE, NO_TYPE},
+    {"TopOfARead",                  readAll, Fault::CUT,     {"HGETALL", "/x"},       STORE_MISSING, NO_REPLY},
+    {"NestedHashOfARead",           readAll, Fault::CUT,     {"HGETALL", "&&/x/O"},   STORE_MISSING, NO_REPLY},
+    {"NestedListOfARead",           readAll, Fault::CUT,     {"LRANGE"},              STORE_MISSING, NO_REPLY},
+    {"LastLevelOfARead",            readAll, Fault::CUT,     {"HGETALL", "&&/x/A/1"}, STORE_MISSING, NO_REPLY},
+    {"NoReplyForTheTopOfARead",     readAll, Fault::MUTE,    {"TYPE"},                STORE_MISSING, UNREAD + "/x\n"},
+    {"NoReplyForANestedKeyOfARead", readAll, Fault::MUTE,    {"HGETALL", "/x"},       STORE_MISSING, UNREAD + "&&/x/O\n"},
+    {"RefusedTypeIsNoResource",     readAll, Fault::REFUSED, {"TYPE"},                STORE_MISSING, ""},
+    {"RefusedTopOfARead",           readAll, Fault::REFUSED, {"HGETALL", "/x"},       STORE_MISSING, UNREAD + "/x\n"},
+    {"RefusedNestedKeyOfARead",     readAll, Fault::REFUSED, {"LRANGE"},              STORE_MISSING, UNREAD + "&&/x/A\n"},
 
-TEST_F(LostConnection, EndsARemovalWhileItLooksForKeys) {
-    const auto remove = [](redisContext* connection) {
-        return removeResource(connection, "/x", true, true);
-    };
-    EXPECT_EQ(cutAt({"TYPE"}, remove), (Outcome{-3, NO_TYPE_LINE}));
-    EXPECT_EQ(cutAt({"HGETALL", "/x"}, remove), (Outcome{-2, NO_REPLY_LINE}));
-    EXPECT_EQ(cutAt({"LRANGE"}, remove), (Outcome{-2, NO_REPLY_LINE}));
-    EXPECT_EQ(muteFrom({"HGETALL", "/x"}, remove),
-              (Outcome{-2, "[ERROR] Gets redis resource failed. RESOURCE=&&/x/O\n"}));
-    EXPECT_EQ(client.keys().size(), 4U);
-}
+    {"TypeOfARemoval",              removeAll, Fault::CUT,     {"TYPE"},             STORE_NO_TYPE, NO_TYPE},
+    {"TopOfARemoval",               removeAll, Fault::CUT,     {"HGETALL", "/x"},    STORE_MISSING, NO_REPLY},
+    {"NestedKeyOfARemoval",         removeAll, Fault::CUT,     {"LRANGE"},           STORE_MISSING, NO_REPLY},
+    {"NoReplyForAKeyOfARemoval",    removeAll, Fault::MUTE,    {"HGETALL", "/x"},    STORE_MISSING, UNREAD + "&&/x/O\n"},
+    {"RefusedKeyOfARemoval",        removeAll, Fault::REFUSED, {"LRANGE"},           STORE_MISSING, UNREAD + "&&/x/A\n"},
+    {"SecondUnlinkOfARemoval",      removeAll, Fault::CUT,     {"UNLINK", "&&/x/O"}, STORE_MISSING, NO_REPLIES, "&&/x/A &&/x/A/1 &&/x/O"},
+    {"NoReplyForAnyUnlink",         removeAll, Fault::MUTE,    {"HGETALL", "&&/x/A/1"}, STORE_MISSING,
+     NOT_UNLINKED + "/x\n" + NOT_UNLINKED + "&&/x/O\n" + NOT_UNLINKED + "&&/x/A\n" + NOT_UNLINKED + "&&/x/A/1\n"},
+    {"RefusedUnlinkLeavesItsKey",   removeAll, Fault::REFUSED, {"UNLINK", "&&/x/O"}, STORE_OK, "", "&&/x/O"},
 
-TEST_F(LostConnection, IsToldForEveryKeyStillToRemove) {
-    const auto remove = [](redisContext* connection) {
-        return removeResource(connection, "/x", true, true);
-    };
-    EXPECT_EQ(cutAt({"UNLINK", "&&/x/O"}, remove), (Outcome{-2, times(3, NO_REPLY_LINE)}));
-    // What went before stays removed.
-    EXPECT_EQ(client.keys(), (std::vector<std::string>{"&&/x/A", "&&/x/A/1", "&&/x/O"}));
-}
+    {"RemovalBeforeAWrite",         replace, Fault::CUT,  {"HGETALL", "/x"},         STORE_MISSING, NO_REPLY + NOT_WRITTEN + "-2\n"},
+    {"LastUnlinkBeforeAWrite",      replace, Fault::CUT,  {"UNLINK", "&&/x/A/1"},    STORE_MISSING, NO_REPLY + NOT_WRITTEN + "-2\n", "&&/x/A/1"},
+    {"TypeBeforeAWrite",            WRITE_FIELDS, Fault::CUT,     {"TYPE"},            STORE_OK, NO_REPLIES},
+    {"CounterBeforeAWrite",         WRITE_FIELDS, Fault::CUT,     {"INCR"},            STORE_OK, NO_REPLIES},
+    {"NoReplyToAnyFieldOfAWrite",   WRITE_FIELDS, Fault::MUTE,    {"INCR"},            STORE_OK, NULL_RESULT + NULL_RESULT + NULL_RESULT},
+    {"RefusedFieldOfAWrite",        WRITE_FIELDS, Fault::REFUSED, {"HSET", "/y", "B"}, STORE_OK, REFUSED_LINE, "&&/x/A &&/x/A/1 &&/x/O /x /y"},
+    {"SecondFieldOfAWrite",         WRITE_TREE, Fault::CUT, {"HSET", "/y", "&&Array B &&/y/B"}, STORE_OK, NO_REPLIES + counterNotSet(1, 2), "&&/x/A &&/x/A/1 &&/x/O /x /y"},
+    {"CounterAfterAWrite",          WRITE_TREE, Fault::CUT,     {"SET"}, STORE_OK, counterNotSet(1, 2), "&&/x/A &&/x/A/1 &&/x/O &&/y/B &&/y/B/1 /x /y"},
+    {"RefusedCounterAfterAWrite",   WRITE_TREE, Fault::REFUSED, {"SET"}, STORE_OK, counterNotSet(1, 2), "&&/x/A &&/x/A/1 &&/x/O &&/y/B &&/y/B/1 /x /y"},
 
-TEST_F(LostConnection, AMissingReplyIsToldWithItsKey) {
-    const auto remove = [](redisContext* connection) {
-        return removeResource(connection, "/x", true, true);
-    };
-    const std::string line = "[ERROR] The redis UNLINK failed with NULL result. URI=";
-    EXPECT_EQ(
-        muteFrom({"HGETALL", "&&/x/A/1"}, remove),
-        (Outcome{-2, line + "/x\n" + line + "&&/x/O\n" + line + "&&/x/A\n" + line + "&&/x/A/1\n"}));
-}
+    {"TypeOfAClearing",             clear, Fault::CUT,     {"TYPE"},    STORE_NO_TYPE,     NO_TYPE + WRONG_TYPE},
+    {"TopOfAClearing",              clear, Fault::CUT,     {"HGETALL"}, STORE_MISSING,     NO_REPLY},
+    {"LengthOfAClearing",           clear, Fault::CUT,     {"LLEN"},    STORE_NO_LENGTH,   NO_LLEN + NO_COUNT},
+    {"RefusedLengthOfAClearing",    clear, Fault::REFUSED, {"LLEN"},    STORE_NO_LENGTH,   NO_COUNT},
+    {"TrimOfAClearing",             clear, Fault::CUT,     {"LTRIM"},   STORE_MISSING,     NO_LTRIM},
+    {"RefusedTrimOfAClearing",      clear, Fault::REFUSED, {"LTRIM"},   STORE_NOT_CLEARED, NOT_CLEARED},
+}), [](const auto& row) { return std::string(row.param.name); });
+// clang-format on
 
-TEST_F(LostConnection, ARefusedRemovalOfOneKeyLeavesTheOthersGone) {
-    const auto remove = [](redisContext* connection) {
-        return removeResource(connection, "/x", true, true);
-    };
-    EXPECT_EQ(refuseAt({"UNLINK", "&&/x/O"}, remove), (Outcome{0, NOTHING}));
-    EXPECT_EQ(client.keys(), std::vector<std::string>{"&&/x/O"});
-}
-
-TEST_F(LostConnection, AFailedRemovalEndsAWrite) {
-    const auto write = [](redisContext* connection) {
-        return writeResource(connection, "/x", {{"New", 1}});
-    };
+TEST_F(LostConnection, ASecondTypeThatIsCutEndsAWrite) {
     int types = 0;
     const auto cutSecondType = [&types](const Command& command) -> std::optional<std::string> {
         const bool isSecond = command[0] == "TYPE" && ++types == 2;
         return isSecond ? std::optional(CLOSE_CONNECTION) : std::nullopt;
     };
-    EXPECT_EQ(with(cutSecondType, write), (Outcome{-3, NO_TYPE_LINE + notWritten("/x", -3)}));
-    EXPECT_EQ(cutAt({"HGETALL", "/x"}, write), (Outcome{-2, NO_REPLY_LINE + notWritten("/x", -2)}));
-    EXPECT_EQ(cutAt({"UNLINK", "&&/x/A/1"}, write),
-              (Outcome{-2, NO_REPLY_LINE + notWritten("/x", -2)}));
-    // Nothing was written in its place.
-    EXPECT_EQ(client.keys(), std::vector<std::string>{"&&/x/A/1"});
+    EXPECT_EQ(with(cutSecondType, replace),
+              (Outcome{STORE_NO_TYPE, NO_TYPE + NOT_WRITTEN + "-3\n"}));
 }
 
 TEST_F(LostConnection, AResourceThatWentMeanwhileEndsAWrite) {
-    const auto write = [](redisContext* connection) {
-        return writeResource(connection, "/y", {{"New", 1}});
-    };
+    client.command("DEL", "/x");
     // The first question finds a hash, the second one nothing.
-    EXPECT_EQ(with(answerOnce({"TYPE"}, HASH_TYPE_REPLY), write),
-              (Outcome{-2, notWritten("/y", -2)}));
-    EXPECT_EQ(client.command("EXISTS", "/y").integer, 0);
+    EXPECT_EQ(with(answerOnce({"TYPE"}, HASH_TYPE_REPLY), replace),
+              (Outcome{STORE_MISSING, NOT_WRITTEN + "-2\n"}));
+    EXPECT_EQ(client.command("EXISTS", "/x").integer, 0);
 }
 
-TEST_F(LostConnection, BeforeAWriteIsToldForEveryCommand) {
-    const auto write = [](redisContext* connection) {
-        return writeResource(connection, "/y", {{"A", 1}, {"B", {2}}});
-    };
-    EXPECT_EQ(cutAt({"TYPE"}, write), (Outcome{0, times(3, NO_REPLY_LINE)}));
-    EXPECT_EQ(cutAt({"INCR"}, write), (Outcome{0, times(3, NO_REPLY_LINE)}));
-}
-
-TEST_F(LostConnection, DuringAWriteIsToldForEveryReplyStillToCome) {
-    const auto write = [](redisContext* connection) {
-        return writeResource(connection, "/y", {{"A", 1}, {"B", {{{"N", 2}}}}});
-    };
-    const std::string counterLine = "[ERROR] Updates Array Sequence Id from 1 to 2 failed!\n";
-    EXPECT_EQ(cutAt({"HSET", "/y", "&&Array B &&/y/B"}, write),
-              (Outcome{0, times(3, NO_REPLY_LINE) + counterLine}));
-    EXPECT_EQ(client.hash("/y"), (std::map<std::string, std::string>{{"A", "1"}}));
-}
-
-TEST_F(LostConnection, AtTheEndOfAWriteIsToldWithBothIds) {
+TEST_F(LostConnection, AFailedCounterIsLoggedWithBothIds) {
     client.command("SET", "Array-Member-Sequence-ID", "41");
-    const auto write = [](redisContext* connection) {
-        return writeResource(connection, "/y", {{{"N", 1}}, {{"N", 2}}});
-    };
-    EXPECT_EQ(cutAt({"SET"}, write),
-              (Outcome{0, "[ERROR] Updates Array Sequence Id from 42 to 44 failed!\n"}));
-    EXPECT_EQ(refuseAt({"SET"}, write),
-              (Outcome{0, "[ERROR] Updates Array Sequence Id from 43 to 45 failed!\n"}));
-}
-
-TEST_F(LostConnection, ARefusedCommandOfAWriteIsToldOnce) {
-    const auto write = [](redisContext* connection) {
-        return writeResource(connection, "/y", {{"A", 1}, {"B", 2}, {"C", 3}});
-    };
-    EXPECT_EQ(refuseAt({"HSET", "/y", "B"}, write), (Outcome{0, REFUSED_LINE}));
-    EXPECT_EQ(client.hash("/y"), (std::map<std::string, std::string>{{"A", "1"}, {"C", "3"}}));
-}
-
-TEST_F(LostConnection, AMissingReplyToAWriteIsTold) {
-    const auto write = [](redisContext* connection) {
-        return writeResource(connection, "/y", {{"A", 1}, {"B", 2}});
-    };
-    EXPECT_EQ(muteFrom({"INCR"}, write),
-              (Outcome{0, times(2, "[ERROR] Updates property failed with NULL result.\n")}));
+    const Operation write = writeAt("/y", {{{"N", 1}}, {{"N", 2}}});
+    EXPECT_EQ(refuseAt({"SET"}, write), (Outcome{STORE_OK, counterNotSet(42, 44)}));
 }
 
 TEST_F(LostConnection, WithoutACounterElementsAreNamedByTheirIndex) {
-    const auto write = [](redisContext* connection) {
-        return writeResource(connection, "/y", {{{"N", 1}}, "two", {{"N", 3}}});
-    };
     const auto refuseCounter = [](const Command& command) -> std::optional<std::string> {
         const bool counts = command[0] == "INCR" || command[0] == "SET";
         return counts ? std::optional(ERROR_REPLY) : std::nullopt;
     };
-    EXPECT_EQ(with(refuseCounter, write), (Outcome{0, NOTHING}));
+    EXPECT_EQ(with(refuseCounter, writeAt("/y", {{{"N", 1}}, "two", {{"N", 3}}})),
+              (Outcome{STORE_OK, ""}));
     EXPECT_EQ(client.list("/y"),
               (std::vector<std::string>{"&&Object &&/y/0", "\"two\"", "&&Object &&/y/2"}));
     EXPECT_EQ(client.hash("&&/y/2"), (std::map<std::string, std::string>{{"N", "3"}}));
-}
-
-TEST_F(LostConnection, EndsTheClearingOfAnArray) {
-    const auto clear = [](redisContext* connection) {
-        return clearArrayElements(connection, "/x", "A", false);
-    };
-    const std::string wrongType = "[ERROR] Gets the resource type failed.\n";
-    const std::string noCount = "[ERROR] Gets array element count failed.\n";
-    EXPECT_EQ(cutAt({"TYPE"}, clear), (Outcome{-3, NO_TYPE_LINE + wrongType}));
-    EXPECT_EQ(cutAt({"HGETALL"}, clear), (Outcome{-3, NO_REPLY_LINE + wrongType}));
-    EXPECT_EQ(cutAt({"LLEN"}, clear),
-              (Outcome{-5, "[ERROR] The redis LLEN command failed with NULL result. URI=&&/x/A\n" +
-                               noCount}));
-    EXPECT_EQ(refuseAt({"LLEN"}, clear), (Outcome{-5, noCount}));
-    EXPECT_EQ(cutAt({"LTRIM"}, clear),
-              (Outcome{-2, "[ERROR] The redis LTRIM command failed with NULL result.\n"}));
-    EXPECT_EQ(refuseAt({"LTRIM"}, clear), (Outcome{-7, "[ERROR] Clears array elements failed.\n"}));
-    EXPECT_EQ(client.list("&&/x/A").size(), 2U);
 }
 
 TEST_F(LostConnection, AnUpdateWithConfigurationLooksAtNoReply) {
@@ -269,10 +241,10 @@ TEST_F(LostConnection, AnUpdateWithConfigurationLooksAtNoReply) {
         return updateResource(connection, "/x", {{"A", {5, nullptr, 7}}, {"N", 1}}, styled);
     };
     const std::string info = "[INFO] Input Array style =1, maxSize=4, fill null element=0\n";
-    EXPECT_EQ(refuseAt({"LSET", "&&/x/A", "0"}, update), (Outcome{0, info}));
+    EXPECT_EQ(refuseAt({"LSET", "&&/x/A", "0"}, update), (Outcome{STORE_OK, info}));
     EXPECT_EQ(client.list("&&/x/A"), (std::vector<std::string>{"1", "7"}));
     EXPECT_EQ(client.command("EXISTS", "&&/x/A/1").integer, 0);
-    EXPECT_EQ(refuseAt({"RPUSH"}, update), (Outcome{0, info}));
+    EXPECT_EQ(refuseAt({"RPUSH"}, update), (Outcome{STORE_OK, info}));
     EXPECT_EQ(client.list("&&/x/A"), std::vector<std::string>{"5"});
 }
 
@@ -280,7 +252,7 @@ TEST_F(LostConnection, AnUpdateWithoutConfigurationGoesOnAfterAFailedRemoval) {
     const auto update = [](redisContext* connection) {
         return updateResource(connection, "/x", {{"A", {5}}}, nullptr);
     };
-    EXPECT_EQ(refuseAt({"UNLINK", "&&/x/A"}, update), (Outcome{0, NOTHING}));
+    EXPECT_EQ(refuseAt({"UNLINK", "&&/x/A"}, update), (Outcome{STORE_OK, ""}));
     EXPECT_EQ(client.list("&&/x/A"), (std::vector<std::string>{"1", "&&Object &&/x/A/1", "5"}));
 }
 
@@ -289,17 +261,10 @@ TEST_F(LostConnection, AServerThatClosesTheConnectionEndsTheOperation) {
     client.command("HSET", "&&/x/A/1", "Long", std::string(3 << 20, 'x'));
     RedisClient own(server);
     client.command("CONFIG", "SET", "client-output-buffer-limit", "normal 1mb 0 0");
-    const auto read = [](redisContext* connection) {
-        json value;
-        return getResource(connection, "/x", value);
-    };
-    EXPECT_EQ(run(read, own.context()), (Outcome{-2, NO_REPLY_LINE}));
-    EXPECT_EQ(run(read, own.context()), (Outcome{-3, NO_TYPE_LINE}));
-
+    EXPECT_EQ(run(readAll, own.context()), (Outcome{STORE_MISSING, NO_REPLY}));
+    EXPECT_EQ(run(readAll, own.context()), (Outcome{STORE_NO_TYPE, NO_TYPE}));
     RedisClient next(server);
-    const auto write = [](redisContext* connection) {
-        return writeResource(connection, "/x", {{"N", 1}});
-    };
-    EXPECT_EQ(run(write, next.context()), (Outcome{-2, NO_REPLY_LINE + notWritten("/x", -2)}));
-    EXPECT_EQ(client.keys().size(), 4U);
+    EXPECT_EQ(run(replace, next.context()),
+              (Outcome{STORE_MISSING, NO_REPLY + NOT_WRITTEN + "-2\n"}));
+    EXPECT_EQ(keys(), "&&/x/A &&/x/A/1 &&/x/O /x");
 }

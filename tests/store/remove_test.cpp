@@ -1,6 +1,6 @@
 // Removing resources with everything that belongs to them.
 
-#include "store/remove_resource.h"
+#include "store/resource_keys.h"
 #include "store/resource_store.h"
 #include "tests/store/store_fixture.h"
 
@@ -72,15 +72,27 @@ TEST_F(RemoveResource, RemovesAKeyOfAnotherTypeBelow) {
     EXPECT_TRUE(client.keys().empty());
 }
 
-TEST_F(RemoveResource, FailsWithoutAServer) {
-    server.stop();
-    EXPECT_EQ(errorsOf([&] { EXPECT_EQ(removeResource(context(), "/x", true, true), -3); }),
-              "[ERROR] Gets resource type failed.\n");
+TEST_F(RemoveResource, WalksAKeyOfBothKindsAsTheKindThatItIs) {
+    for (const bool objectFirst : {true, false}) {
+        for (const bool isHash : {true, false}) {
+            client.command("HSET", "/x", objectFirst ? "&&Object A &&/k" : "&&Array A &&/k", "");
+            client.command("HSET", "/x", objectFirst ? "&&Array A &&/k" : "&&Object A &&/k", "");
+            if (isHash) {
+                client.command("HSET", "&&/k", "&&Object N &&/k/N", "");
+            } else {
+                client.command("RPUSH", "&&/k", "&&Object &&/k/N");
+            }
+            client.command("HSET", "&&/k/N", "M", "1");
+            EXPECT_EQ(errorsOf([&] { EXPECT_EQ(removeResource(context(), "/x", true, true), 0); }),
+                      "");
+            EXPECT_TRUE(client.keys().empty());
+        }
+    }
 }
 
 TEST_F(RemoveResource, CollectsTheTopOnlyOrAll) {
     storeTree();
-    ReadQueue keys;
+    KeyQueue keys;
     EXPECT_EQ(collectResourceKeys(context(), "/x", false, keys), 0);
     EXPECT_EQ(keys.size(), 1U);
     keys.clear();

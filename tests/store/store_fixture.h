@@ -35,6 +35,14 @@ protected:
         return describeCommands(monitor.commands());
     }
 
+    // How often the work waits for the server, which counts how often it has read from a
+    // connection.
+    long exchangesOf(const std::function<void()>& work) {
+        const long before = serverReads();
+        work();
+        return serverReads() - before - 1; // the question itself is one
+    }
+
     // What the work prints on standard error.
     static std::string errorsOf(const std::function<void()>& work) {
         const OutputCapture capture(2);
@@ -49,4 +57,11 @@ protected:
 
     RedisServer server;
     RedisClient client;
+
+private:
+    long serverReads() {
+        const std::string label = "total_reads_processed:";
+        const std::string info = client.command("INFO", "stats").text;
+        return std::stol(info.substr(info.find(label) + label.size()));
+    }
 };

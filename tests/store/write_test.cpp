@@ -1,24 +1,64 @@
 // Writing a document in the place of a resource.
 
 #include "store/resource_store.h"
-#include "store/write_resource.h"
+#include "store/write_commands.h"
 #include "tests/store/store_fixture.h"
 
 using nlohmann::json;
 
 class WriteResource : public StoreFixture {
 protected:
-    // The commands that store the value at the key, as they are appended.
-    std::string appended(const std::string& key, const json& value, std::int64_t firstId = 1) {
-        sequenceId = firstId;
-        const int count = appendWriteCommands(context(), key, value, sequenceId);
+    // The commands that store the value at "/x", as they are appended; ids start at 1.
+    std::string appended(const json& value) {
+        std::int64_t id = 1;
+        const int count = appendWriteCommands(context(), "/x", value, id);
         const Commands commands = pendingCommands(context());
         EXPECT_EQ(commands.size(), static_cast<std::size_t>(count));
         return describeCommands(commands);
     }
-
-    std::int64_t sequenceId = 0;
 };
+
+struct Appending {
+    const char* name;
+    const char* document;
+    std::string commands;
+};
+
+void PrintTo(const Appending& row, std::ostream* stream) {
+    *stream << row.name;
+}
+
+class Appendings : public WriteResource, public testing::WithParamInterface<Appending> {};
+
+TEST_P(Appendings, AreTheCommandsOfTheStoredForm) {
+    EXPECT_EQ(appended(json::parse(GetParam().document)), GetParam().commands);
+}
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(OneDocument, Appendings, testing::ValuesIn(std::vector<Appending>{
+    {"DepthFirstInMemberOrder", R"({"B":{"C":[[1],{"D":2}]},"A":"t","E":true})",
+     "HSET /x A \"\\\"t\\\"\"\n"
+     "HSET /x \"&&Object B &&/x/B\" \"\"\n"
+     "HSET &&/x/B \"&&Array C &&/x/B/C\" \"\"\n"
+     "RPUSH &&/x/B/C \"&&Array &&/x/B/C/1\"\n"
+     "RPUSH &&/x/B/C/1 1\n"
+     "RPUSH &&/x/B/C \"&&Object &&/x/B/C/2\"\n"
+     "HSET &&/x/B/C/2 D 2\n"
+     "HSET /x E true\n"},
+    {"EmptyStructuresHaveOnlyTheirMarker", R"({"A":[],"O":{}})",
+     "HSET /x \"&&Array A &&/x/A\" \"\"\nHSET /x \"&&Object O &&/x/O\" \"\"\n"},
+    {"AReferenceToNothingIsAnObjectOfItsOwn", R"({"Link":{"@odata.id":""}})",
+     "HSET /x \"&&ObjectRef Link \" \"\"\nHSET &&/x/Link @odata.id \"\\\"\\\"\"\n"},
+    {"MarkedNamesKeepRawStringsAndDropOtherScalars", R"({"&&Foo":"bar \"baz","&&Three":3,"&&Null":null})",
+     "HSET /x &&Foo \"bar \\\"baz\"\n"},
+    {"MarkedNamesKeepObjectsAndArrays", R"({"&&L":[1],"&&O":{"N":1}})",
+     "HSET /x \"&&Array &&L &&/x/&&L\" \"\"\nRPUSH &&/x/&&L 1\nHSET /x \"&&Object &&O &&/x/&&O\" \"\"\nHSET &&/x/&&O N 1\n"},
+    {"MarkedStringsWithABlankArePushedRaw", R"(["&&Foo bar","&&Foo","a",null,1.5])",
+     "RPUSH /x \"&&Foo bar\"\nRPUSH /x \"\\\"&&Foo\\\"\"\nRPUSH /x \"\\\"a\\\"\"\nRPUSH /x null\nRPUSH /x 1.5\n"},
+    {"AScalarAtTheTopStoresNothing", "5", ""},
+    {"NullAtTheTopStoresNothing", "null", ""},
+}), [](const auto& row) { return std::string(row.param.name); });
+// clang-format on
 
 TEST_F(WriteResource, StoresTheCollectionOfTwoMembers) {
     const std::string uri = "/redfish/v1/CertificateService/CertificateCollection";
@@ -78,12 +118,6 @@ TEST_F(WriteResource, RemovesWhatWasThere) {
     EXPECT_EQ(client.keys(), (std::vector<std::string>{"/x", "Array-Member-Sequence-ID"}));
 }
 
-TEST_F(WriteResource, ReplacesAList) {
-    client.command("RPUSH", "/x", "1", "2");
-    EXPECT_EQ(writeResource(context(), "/x", json::array({3})), 0);
-    EXPECT_EQ(client.list("/x"), std::vector<std::string>{"3"});
-}
-
 TEST_F(WriteResource, AnEmptyObjectLeavesNoKey) {
     EXPECT_EQ(commandsOf([&] { EXPECT_EQ(writeResource(context(), "/x", json::object()), 0); }),
               "TYPE /x\nINCR Array-Member-Sequence-ID\n");
@@ -112,24 +146,6 @@ TEST_F(WriteResource, TwoArraysOfTwoObjectsUseFourIds) {
     EXPECT_EQ(client.command("GET", "Array-Member-Sequence-ID").text, "14");
 }
 
-TEST_F(WriteResource, AppendsDepthFirstInMemberOrder) {
-    EXPECT_EQ(appended("/x", json::parse(R"({"B":{"C":[[1],{"D":2}]},"A":"t","E":true})")),
-              "HSET /x A \"\\\"t\\\"\"\n"
-              "HSET /x \"&&Object B &&/x/B\" \"\"\n"
-              "HSET &&/x/B \"&&Array C &&/x/B/C\" \"\"\n"
-              "RPUSH &&/x/B/C \"&&Array &&/x/B/C/1\"\n"
-              "RPUSH &&/x/B/C/1 1\n"
-              "RPUSH &&/x/B/C \"&&Object &&/x/B/C/2\"\n"
-              "HSET &&/x/B/C/2 D 2\n"
-              "HSET /x E true\n");
-    EXPECT_EQ(sequenceId, 3);
-}
-
-TEST_F(WriteResource, EmptyStructuresHaveOnlyTheirMarker) {
-    EXPECT_EQ(appended("/x", json::parse(R"({"A":[],"O":{}})")),
-              "HSET /x \"&&Array A &&/x/A\" \"\"\nHSET /x \"&&Object O &&/x/O\" \"\"\n");
-}
-
 TEST_F(WriteResource, EmptyStructuresComeBackEmpty) {
     EXPECT_EQ(writeResource(context(), "/y", json::parse(R"({"A":[],"O":{}})")), 0);
     json value;
@@ -145,32 +161,11 @@ TEST_F(WriteResource, ReferencesAreNotFollowed) {
     EXPECT_EQ(client.command("EXISTS", "&&/x/Link").integer, 0);
 }
 
-TEST_F(WriteResource, AReferenceToNothingIsAnObjectOfItsOwn) {
-    EXPECT_EQ(appended("/x", {{"Link", {{"@odata.id", ""}}}}),
-              "HSET /x \"&&ObjectRef Link \" \"\"\nHSET &&/x/Link @odata.id \"\\\"\\\"\"\n");
-}
-
-TEST_F(WriteResource, MarkedNamesKeepRawStringsAndDropTheRest) {
-    EXPECT_EQ(appended("/x", json::parse(R"({"&&Foo":"bar \"baz","&&Three":3,"&&Null":null})")),
-              "HSET /x &&Foo \"bar \\\"baz\"\n");
-}
-
-TEST_F(WriteResource, MarkedStringsWithABlankArePushedRaw) {
-    EXPECT_EQ(appended("/x", json::array({"&&Foo bar", "&&Foo", "a", nullptr, 1.5})),
-              "RPUSH /x \"&&Foo bar\"\nRPUSH /x \"\\\"&&Foo\\\"\"\nRPUSH /x \"\\\"a\\\"\"\n"
-              "RPUSH /x null\nRPUSH /x 1.5\n");
-}
-
-TEST_F(WriteResource, AScalarAtTheTopStoresNothing) {
-    EXPECT_EQ(appended("/x", 5), "");
-    EXPECT_EQ(appended("/x", nullptr), "");
-}
-
 TEST_F(WriteResource, InvalidUtf8IsSkipped) {
     std::string commands;
     const std::string errors = errorsOf([&] {
-        commands = appended(
-            "/x", {{"Bad", "\xff"}, {"&&Bad", "\xff"}, {"Good", json::array({"\xff", 1})}});
+        commands =
+            appended({{"Bad", "\xff"}, {"&&Bad", "\xff"}, {"Good", json::array({"\xff", 1})}});
     });
     EXPECT_EQ(commands, "HSET /x \"&&Array Good &&/x/Good\" \"\"\nRPUSH &&/x/Good 1\n");
     EXPECT_NE(errors.find("[ERROR] Dump JSON object error. EXCEPTION="), std::string::npos);
@@ -181,37 +176,15 @@ TEST_F(WriteResource, PercentSignsAndBlanksArriveLiterally) {
     EXPECT_EQ(client.hash("/x%s %d")["N%n ame"], "\"%s%s%n 100%\"");
 }
 
-TEST_F(WriteResource, WithoutACounterElementsAreNamedByIndex) {
-    EXPECT_EQ(appended("/x", json::array({{{"a", 1}}, 2, {{"b", 3}}}), -1),
-              "RPUSH /x \"&&Object &&/x/0\"\nHSET &&/x/0 a 1\nRPUSH /x 2\n"
-              "RPUSH /x \"&&Object &&/x/2\"\nHSET &&/x/2 b 3\n");
-    EXPECT_EQ(sequenceId, -1);
-}
-
-TEST_F(WriteResource, AFailedCounterIsReportedAndIgnored) {
-    // The reset at the start works, the SET at the end is refused: its key has become too deep a
-    // secret for this user in between.
-    client.command("ACL", "SETUSER", "default", "-set");
-    setCounter("5");
-    const json document = json::array({{{"a", 1}}});
-    EXPECT_EQ(errorsOf([&] { EXPECT_EQ(storeResource(context(), "/x", document, nullptr), 0); }),
-              "[ERROR] Updates Array Sequence Id from 1 to 2 failed!\n");
-}
-
-TEST_F(WriteResource, ALostServerIsReportedForEveryReply) {
-    server.stop();
-    EXPECT_EQ(errorsOf([&] {
-                  EXPECT_EQ(writeResource(context(), "/x", {{"A", 1}, {"B", 2}}), 0);
-              }),
-              "[ERROR] Redis get reply failed!\n[ERROR] Redis get reply failed!\n");
-}
-
-TEST_F(WriteResource, ATreeThatMayNotBeReadIsReplacedAtItsTop) {
+TEST_F(WriteResource, AResourceThatMayNotBeReadIsNotReplaced) {
     client.command("HSET", "/x", "Old", "1", "&&Object O &&/x/O", "");
     client.command("ACL", "SETUSER", "default", "-hgetall");
-    EXPECT_EQ(writeResource(context(), "/x", {{"New", 1}}), 0);
-    client.command("ACL", "SETUSER", "default", "+hgetall");
-    EXPECT_EQ(client.hash("/x"), (std::map<std::string, std::string>{{"New", "1"}}));
+    EXPECT_EQ(errorsOf([&] {
+                  EXPECT_EQ(writeResource(context(), "/x", {{"New", 1}}), STORE_MISSING);
+              }),
+              "[ERROR] Gets redis resource failed. RESOURCE=/x\n"
+              "[ERROR] Writes resource failed. URI=/x, RESULT_CODE=-2\n");
+    EXPECT_EQ(client.command("HEXISTS", "/x", "Old").integer, 1);
 }
 
 TEST_F(WriteResource, AMemberNamedLikeAMarkerIsThatMarker) {
@@ -240,17 +213,4 @@ TEST_F(WriteResource, ElementKeysStartAgainBehindTheLargestId) {
     EXPECT_EQ(client.list("/x"), (std::vector<std::string>{"&&Object &&/x/9223372036854775807",
                                                            "&&Object &&/x/1", "&&Object &&/x/2"}));
     EXPECT_EQ(client.command("GET", "Array-Member-Sequence-ID").text, "2");
-}
-
-TEST_F(WriteResource, ACounterThatWasReadUpIsReset) {
-    setCounter("9223372036854775807");
-    EXPECT_EQ(commandsOf([&] {
-                  EXPECT_EQ(writeResource(context(), "/x", {{{"N", 1}}}), 0);
-              }),
-              "TYPE /x\n"
-              "INCR Array-Member-Sequence-ID\n"
-              "SET Array-Member-Sequence-ID 1\n"
-              "RPUSH /x \"&&Object &&/x/1\"\n"
-              "HSET &&/x/1 N 1\n"
-              "SET Array-Member-Sequence-ID 1\n");
 }

@@ -1,7 +1,7 @@
-#include "fuzz/reading_model.h"
+#include "tests/models/reading_model.h"
 
-#include "fuzz/tokens.h"
-#include "store/value_text.h"
+#include "tests/models/tokens.h"
+#include "tests/models/value_text_model.h"
 
 #include <algorithm>
 #include <deque>
@@ -74,7 +74,7 @@ bool placeField(ModelReader& reader, const Unread& parent, nlohmann::json& objec
     const bool prefixed = field.rfind("&&", 0) == 0;
     const std::vector<std::string> tokens = tokensOf(field);
     if (!prefixed || !isMarker(tokens, 3)) {
-        object[field] = prefixed ? nlohmann::json(text) : decodeValueText(text);
+        object[field] = prefixed ? nlohmann::json(text) : decodeByStreams(text);
         return true;
     }
     Path path = parent.path;
@@ -90,7 +90,7 @@ bool placeEntry(ModelReader& reader, const Unread& parent, nlohmann::json& array
     path.emplace_back(array.size());
     array.push_back(nullptr);
     if (!prefixed || !isMarker(tokens, 2)) {
-        array.back() = prefixed ? nlohmann::json(text) : decodeValueText(text);
+        array.back() = prefixed ? nlohmann::json(text) : decodeByStreams(text);
         return true;
     }
     return placeMarked(reader, parent, std::move(path), tokens, array.back());
@@ -102,7 +102,8 @@ bool readKey(RedisClient& client, ModelReader& reader, const Unread& unread) {
     const RedisAnswer content =
         unread.isHash ? client.command("HGETALL", key) : client.command("LRANGE", key, "0", "-1");
     if (content.type != RedisAnswer::Type::ARRAY) {
-        return false;
+        const bool isNested = !unread.ancestors.empty();
+        return isNested && content.text.starts_with("WRONGTYPE"); // as if it were gone
     }
     nlohmann::json* value = valueAt(reader.document, unread.path);
     if (value == nullptr || (unread.isHash ? !value->is_object() : !value->is_array())) {

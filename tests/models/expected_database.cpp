@@ -1,6 +1,6 @@
 // The commands over plain containers.
 
-#include "tests/store/expected_database.h"
+#include "tests/models/expected_database.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,6 +1,6 @@
 #pragma once
 
-// An independent splitting of markers, for the models of the targets.
+// An independent splitting of markers.
 
 #include <string>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "fuzz/tokens.h"
+#include "tests/models/tokens.h"
 
 #include <sstream>
 
