@@ -1,5 +1,6 @@
 #include "core/logger.h"
 
+#include "core/open_file.h"
 #include "platform/configuration.h"
 
 #include <algorithm>
@@ -7,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <memory>
 #include <optional>
 #include <string_view>
 
@@ -19,13 +19,6 @@ constexpr int CONFIG_VALUE_SIZE = 128;
 constexpr const char* LEVEL_LABELS[] = {"[Error]", "[Debug]"};
 constexpr int ERROR_LEVEL = 0;
 constexpr int DEBUG_LEVEL = 1;
-
-struct FileCloser {
-    void operator()(std::FILE* file) const {
-        (void)std::fclose(file);
-    }
-};
-using File = std::unique_ptr<std::FILE, FileCloser>;
 
 // Nothing when the key is not there.
 std::optional<std::string> findSetting(const std::string& path, const char* key) {
@@ -80,7 +73,7 @@ bool createFile(const std::string& path) {
                            "Log filename is not specified. Messages will be written to stderr.\n");
         return false;
     }
-    if (!File(std::fopen(path.c_str(), "w"))) {
+    if (!OpenFile(std::fopen(path.c_str(), "w"))) {
         (void)std::fprintf(
             stderr, "Failed to create the log filename - %s Messages will be written to stderr.\n",
             path.c_str());
@@ -142,7 +135,7 @@ void writeOnce(std::FILE* unbuffered, const std::string& line) {
 }
 
 bool appendOnce(const std::string& path, const std::string& line) {
-    const File file(std::fopen(path.c_str(), "a"));
+    const OpenFile file(std::fopen(path.c_str(), "a"));
     if (!file) {
         return false;
     }
@@ -206,7 +199,7 @@ void Logger::rotateIfNeeded(std::time_t now) {
     if (maxFileSize == 0 || !toFile) {
         return;
     }
-    File file(std::fopen(filePath.c_str(), "r"));
+    OpenFile file(std::fopen(filePath.c_str(), "r"));
     if (!file || fileSize(file.get()) < maxFileSize) {
         return;
     }

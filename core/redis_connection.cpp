@@ -1,27 +1,33 @@
 #include "core/redis_connection.h"
 
+#include "core/open_file.h"
 #include "core/redis_reply.h"
 #include "core/secret.h"
 
 #include <hiredis/sds.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
+#include <string>
+#include <string_view>
 
 namespace {
 
 constexpr std::size_t TEXT_SIZE = 1024;
-constexpr const char* CONNECTION_DIRECTORY = "/var/run";
-constexpr const char* CONNECTION_FILE_PREFIX = "redis.";
+constexpr std::size_t LONGEST_NAME = 1015;
+constexpr const char* CONNECTION_FILE_PREFIX = "/var/run/redis.";
 constexpr int UNIX_SOCKET = 1;
 constexpr int TCP = 2;
 constexpr long STANDARD_PORT = 6379;
 
-// Filled before the threads start, only read afterwards.
+// Holds the one copy of the password that the process keeps. Filled before the threads start, only
+// read afterwards.
 struct ConnectionCache {
     bool cached = false;
     int type = 0;
@@ -31,13 +37,27 @@ struct ConnectionCache {
 };
 ConnectionCache gConnectionCache;
 
-struct HeapDeleter {
-    void operator()(void* memory) const {
-        std::free(memory); // NOLINT(cppcoreguidelines-no-malloc): C interface
+// Both may hold the password. A text's buffer has TEXT_SIZE bytes.
+struct WipedRelease {
+    void operator()(char* text) const {
+        explicit_bzero(text, TEXT_SIZE);
+        std::free(text); // NOLINT(cppcoreguidelines-no-malloc): C interface
+    }
+    void operator()(RedisConnectionInfo* info) const {
+        explicit_bzero(info, sizeof *info);
+        std::free(info); // NOLINT(cppcoreguidelines-no-malloc): C interface
     }
 };
-using HeapText = std::unique_ptr<char, HeapDeleter>;
-using HeapInfo = std::unique_ptr<RedisConnectionInfo, HeapDeleter>;
+using HeapText = std::unique_ptr<char, WipedRelease>;
+using HeapInfo = std::unique_ptr<RedisConnectionInfo, WipedRelease>;
+
+HeapText readFirstLine(std::FILE* file) {
+    HeapText line(static_cast<char*>(std::calloc(1, TEXT_SIZE)));
+    // Unbuffered: the stream's buffer would keep a copy of a password.
+    (void)std::setvbuf(file, nullptr, _IONBF, 0);
+    const bool hasLine = line && std::fgets(line.get(), TEXT_SIZE, file) != nullptr;
+    return hasLine ? std::move(line) : nullptr;
+}
 
 HeapInfo allocateInfo() {
     return HeapInfo(static_cast<RedisConnectionInfo*>(std::calloc(1, sizeof(RedisConnectionInfo))));
@@ -122,6 +142,36 @@ void wipeUnsentCommands(redisContext& context) {
     }
 }
 
+bool sendAll(int socket, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t sent = ::write(socket, bytes.data(), bytes.size());
+        if (sent < 0 && errno == EINTR) {
+            continue;
+        }
+        if (sent < 0) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(sent));
+    }
+    return true;
+}
+
+// The library would leave the command in buffers that it gives back, so it goes out from a buffer
+// that is wiped here.
+bool sendPassword(const redisContext& context, const char* password) {
+    const char* words[] = {"AUTH", password};
+    char* command = nullptr;
+    const auto length = redisFormatCommandArgv(&command, std::ssize(words), words, nullptr);
+    if (length < 0) {
+        return false;
+    }
+    const std::string_view bytes(command, static_cast<std::size_t>(length));
+    const bool sent = sendAll(context.fd, bytes);
+    explicit_bzero(command, bytes.size());
+    redisFreeCommand(command);
+    return sent;
+}
+
 // Only the context's own memory is released: its socket is left to the process.
 void abandonContext(redisContext* context) {
     std::free(context); // NOLINT(cppcoreguidelines-no-malloc): allocated by hiredis
@@ -130,22 +180,15 @@ void abandonContext(redisContext* context) {
 } // namespace
 
 char* getRedisConfiguration(const char* name) {
-    const std::size_t directoryLength = std::strlen(CONNECTION_DIRECTORY);
-    if (name == nullptr || std::strlen(name) + directoryLength > TEXT_SIZE - 1) {
+    if (name == nullptr || std::strlen(name) > LONGEST_NAME) {
         return nullptr;
     }
-    char path[TEXT_SIZE + sizeof "/redis."] = "";
-    (void)std::snprintf(path, sizeof path, "%s/%s%s", CONNECTION_DIRECTORY, CONNECTION_FILE_PREFIX,
-                        name);
-    std::FILE* file = std::fopen(path, "r");
-    if (file == nullptr) {
+    const OpenFile file(std::fopen((std::string(CONNECTION_FILE_PREFIX) + name).c_str(), "r"));
+    if (!file) {
         std::perror("fopen");
         return nullptr;
     }
-    HeapText line(static_cast<char*>(std::calloc(1, TEXT_SIZE)));
-    const bool hasLine = line && std::fgets(line.get(), TEXT_SIZE, file) != nullptr;
-    (void)std::fclose(file);
-    return hasLine ? line.release() : nullptr;
+    return readFirstLine(file.get()).release();
 }
 
 RedisConnectionInfo* getRedisConnectionInfo() {
@@ -196,8 +239,9 @@ int redisAuthentication(redisContext* context, const char* password) {
     if (context == nullptr || password == nullptr) {
         return 1;
     }
-    const RedisReply reply = sendRedisCommand(context, "%s %s", "AUTH", password);
-    return isStatusOk(reply) ? 0 : 1;
+    RedisReply reply;
+    const bool answered = sendPassword(*context, password) && takeRedisReply(context, reply);
+    return answered && isStatusOk(reply) ? 0 : 1;
 }
 
 redisContext* redisConnectContext() {

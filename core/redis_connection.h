@@ -7,6 +7,8 @@
 // "/var/run/redis.requirepass". The line is taken as it stands, a line end included, so the files
 // are written without one.
 //
+// The password is kept once, in the cache; every other copy that is made here is overwritten.
+//
 // Callers use redisConnectContext and redisDisconnectContext; the other functions are its steps. A
 // context belongs to the thread that made it. The first call fills the cache and must come before
 // other threads exist; afterwards the cache is only read. The functions carry plain names in the
@@ -27,11 +29,12 @@ struct RedisConnectionInfo {
 extern "C" {
 
 // The first line (at most 1023 characters) of the file of the setting, on the heap: the caller
-// frees it. Null when the name is null or too long, the file cannot be opened, or it is empty.
+// frees it, and wipes it when it is the password. Null when the name is null or too long, the file
+// cannot be opened, or it is empty.
 char* getRedisConfiguration(const char* name);
 
-// How to reach the server, on the heap: the caller frees it. Null when the files do not tell. A
-// socket is preferred; without one, port 6379 is the only TCP port accepted.
+// How to reach the server, on the heap: the caller wipes and frees it. Null when the files do not
+// tell. A socket is preferred; without one, port 6379 is the only TCP port accepted.
 RedisConnectionInfo* getRedisConnectionInfo();
 
 // A connected context, or null. Null stands also for a null info and an unknown type.

@@ -59,8 +59,8 @@ void listenForCollectionRequests(const char* channel, const char* firstLine,
     gLogger->debug("%s", firstLine);
     const RedisConnection subscriber(redisConnectContext());
     if (!subscriber) {
-        // The line feed of its own leaves an empty line in the log, by which readers tell a
-        // listener's failure from the start-up's.
+        // Its own line feed leaves an empty line in the log, by which readers tell a listener's
+        // failure from that of start-up.
         gLogger->error("Failed to connect to Redis\n");
         return;
     }
@@ -84,6 +84,7 @@ void listenForActions() {
     while (waitForMessage(subscriber.get(), message)) {
         const RequestKeys keys = splitChannelMessage(message);
         (void)handleCertificateAction(work.get(), keys.requestKey, keys.statusKey);
+        wipeConnectionBuffers(work.get()); // the new certificate may have come with its key
     }
 }
 

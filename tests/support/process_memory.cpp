@@ -72,7 +72,7 @@ std::string memoryAt(const void* address, std::size_t size) {
     return bytes;
 }
 
-std::size_t countInMemory(pid_t process, const std::string& text) {
+std::size_t countInMemory(pid_t process, const std::vector<std::string>& texts) {
     const MemoryFile memory(std::to_string(process));
     std::ifstream map("/proc/" + std::to_string(process) + "/maps");
     std::size_t count = 0;
@@ -84,7 +84,9 @@ std::size_t countInMemory(pid_t process, const std::string& text) {
         }
         const std::string bytes = memory.read(mapping.begin, mapping.end - mapping.begin);
         readBytes += bytes.size();
-        count += countIn(bytes, text);
+        for (const auto& text : texts) {
+            count += countIn(bytes, text);
+        }
     }
     if (readBytes == 0) {
         throw std::runtime_error("no memory of the process can be read");
