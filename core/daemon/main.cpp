@@ -46,6 +46,12 @@ constexpr std::array<ThreadStep, 4> THREAD_STEPS = {{
 
 using ThreadHandles = std::array<pthread_t, THREAD_STEPS.size()>;
 
+void announceStart() {
+    if (gLogger->isFileMode()) {
+        gLogger->debug("Certificate Service log is starting ...");
+    }
+}
+
 bool prepareRedis() {
     const RedisConnection connection(redisConnectContext());
     if (!connection) {
@@ -55,21 +61,29 @@ bool prepareRedis() {
     return writeStartupRecords(connection.get());
 }
 
+bool makeLock(pthread_mutex_t* collectionLock) {
+    if (pthread_mutex_init(collectionLock, nullptr) != 0) {
+        gLogger->error(">>> init thread argument failed.");
+        return false;
+    }
+    return true;
+}
+
+void reportUnstarted(const ThreadStep& step, pthread_t unstarted) {
+    gLogger->error("%s", step.createFailure);
+    if (pthread_join(unstarted, nullptr) != 0) {
+        gLogger->error("%s", step.unstartedJoinFailure);
+    }
+}
+
 bool startThreads(ThreadHandles& handles, pthread_mutex_t* collectionLock) {
     for (std::size_t i = 0; i < THREAD_STEPS.size(); ++i) {
-        const ThreadStep& step = THREAD_STEPS[i];
         pthread_t started{};
-        if (pthread_create(&started, nullptr, step.body, collectionLock) == 0) {
-            handles[i] = started;
-            continue;
+        if (pthread_create(&started, nullptr, THREAD_STEPS[i].body, collectionLock) != 0) {
+            reportUnstarted(THREAD_STEPS[i], handles[i]);
+            return false;
         }
-        gLogger->error("%s", step.createFailure);
-        // The handle still names the main thread, so that this join reports an error instead of
-        // following a handle that was never set.
-        if (pthread_join(handles[i], nullptr) != 0) {
-            gLogger->error("%s", step.unstartedJoinFailure);
-        }
-        return false;
+        handles[i] = started;
     }
     return true;
 }
@@ -91,19 +105,10 @@ bool joinThreads(const ThreadHandles& handles) {
     std::_Exit(STARTUP_FAILED);
 }
 
-int runService(pthread_mutex_t* collectionLock) {
-    if (gLogger->isFileMode()) {
-        gLogger->debug("Certificate Service log is starting ...");
-    }
-    gRootCaFile = readSetting("ROOT_CA_FILE");
-    if (!prepareRedis()) {
-        return STARTUP_FAILED;
-    }
-    if (pthread_mutex_init(collectionLock, nullptr) != 0) {
-        gLogger->error(">>> init thread argument failed.");
-        return STARTUP_FAILED;
-    }
+int runThreads(pthread_mutex_t* collectionLock) {
     ThreadHandles handles;
+    // Until a thread has started its handle names the main thread, so that joining it reports an
+    // error instead of following a handle that was never set.
     handles.fill(pthread_self());
     if (!startThreads(handles, collectionLock) || !joinThreads(handles)) {
         endWithRunningThreads();
@@ -112,22 +117,35 @@ int runService(pthread_mutex_t* collectionLock) {
     return 0;
 }
 
+int runService(pthread_mutex_t* collectionLock) {
+    announceStart();
+    gRootCaFile = readSetting("ROOT_CA_FILE");
+    if (!prepareRedis() || !makeLock(collectionLock)) {
+        return STARTUP_FAILED;
+    }
+    return runThreads(collectionLock);
+}
+
+int reportException(const std::exception& failure) {
+    gLogger->error("Error %s occurs while initialize data.", failure.what());
+    return STARTUP_FAILED;
+}
+
 } // namespace
 
 int main() {
     gLogger = new Logger; // lives as long as the process
     gLogger->init(CONFIG_FILE);
     forbidCoreFiles();
-    // hiredis writes to sockets that the server may have closed: a lost connection is to show as a
-    // failed command and not to end the process.
+    // hiredis writes to sockets that the server may have closed: a lost connection must show as a
+    // failed command and not end the process.
     (void)std::signal(SIGPIPE, SIG_IGN);
-    pthread_mutex_t collectionLock;
+    pthread_mutex_t collectionLock; // the threads use it until the process ends
     try {
         return runService(&collectionLock);
     } catch (const std::logic_error& failure) {
-        gLogger->error("Error %s occurs while initialize data.", failure.what());
+        return reportException(failure);
     } catch (const std::runtime_error& failure) {
-        gLogger->error("Error %s occurs while initialize data.", failure.what());
+        return reportException(failure);
     }
-    return STARTUP_FAILED;
 }
