@@ -11,9 +11,9 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
-#include <ostream>
 
 namespace {
 
@@ -90,120 +90,95 @@ std::string unixSocket(const std::string& path, const std::string& password = ""
 
 // ---- getRedisConnectionInfo: one row for each combination ----
 
+const Content NONE = std::nullopt;
+const std::string NOTHING = "null\n";
+const std::string OUT_OF_RANGE = "null\nstrtol: Numerical result out of range\n";
+const std::string SOCKET = "/run/r.sock";
+const std::string ONE_MISSING = NO_FILE;
+const std::string TWO_MISSING = NO_FILE + NO_FILE;
+
 struct Combination {
-    const char* name;
     Files files;
     std::string expected; // what describe() gives, then what is printed
-
-    friend void PrintTo(const Combination& row, std::ostream* out) {
-        *out << row.name;
-    }
 };
 
-class ConnectionFiles : public testing::TestWithParam<Combination> {};
-
-TEST_P(ConnectionFiles, give) {
-    place(GetParam().files);
-    EXPECT_EQ(firstInfo(), GetParam().expected);
+void expectEach(const std::vector<Combination>& rows) {
+    for (const auto& [files, expected] : rows) {
+        place(files);
+        EXPECT_EQ(firstInfo(), expected)
+            << "port " << files.port.value_or("-") << ", socket " << files.socket.value_or("-")
+            << ", password " << files.password.value_or("-");
+    }
 }
 
-const Content MISSING = std::nullopt;
-const std::string NOTHING = "null\n";
+TEST(ConnectionFiles, leadToThePortOnlyWhenItIsTheStandardPort) {
+    expectEach({
+        {{"6379", NONE, NONE}, tcp() + TWO_MISSING},
+        {{"6379\n", NONE, NONE}, tcp() + TWO_MISSING},
+        {{"6379\nrubbish", NONE, NONE}, tcp() + TWO_MISSING},
+        {{"006379", NONE, NONE}, tcp() + TWO_MISSING},
+        {{"6380", NONE, NONE}, NOTHING + ONE_MISSING},
+        {{"1", NONE, NONE}, NOTHING + ONE_MISSING},
+        {{"9223372036854775807", NONE, NONE}, NOTHING + ONE_MISSING},
+    });
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    Port, ConnectionFiles,
-    testing::Values(
-        // Without a socket only the standard port leads anywhere.
-        Combination{"standardPort", {"6379", MISSING, MISSING}, tcp() + NO_FILE + NO_FILE},
-        Combination{
-            "standardPortWithLineEnd", {"6379\n", MISSING, MISSING}, tcp() + NO_FILE + NO_FILE},
-        Combination{"onlyTheFirstLineCounts",
-                    {"6379\nrubbish", MISSING, MISSING},
-                    tcp() + NO_FILE + NO_FILE},
-        Combination{"leadingZeros", {"006379", MISSING, MISSING}, tcp() + NO_FILE + NO_FILE},
-        Combination{"otherPort", {"6380", MISSING, MISSING}, NOTHING + NO_FILE},
-        Combination{"portOne", {"1", MISSING, MISSING}, NOTHING + NO_FILE},
-        Combination{"largestPort", {"9223372036854775807", MISSING, MISSING}, NOTHING + NO_FILE},
-        // The port file is needed in every case.
-        Combination{"noFileAtAll", {MISSING, MISSING, MISSING}, NOTHING + NO_FILE},
-        Combination{"noPortFileButASocket", {MISSING, "/run/r.sock", "secret"}, NOTHING + NO_FILE},
-        Combination{"emptyPortFile", {"", "/run/r.sock", MISSING}, NOTHING},
-        Combination{"portFileThatBeginsWithNul",
-                    {std::string("\0006379", 5), "/run/r.sock", MISSING},
-                    NOTHING},
-        // Digits and line feeds only.
-        Combination{"carriageReturn", {"6379\r\n", MISSING, MISSING}, NOTHING},
-        Combination{"carriageReturnAndSocket", {"6379\r", "/run/r.sock", MISSING}, NOTHING},
-        Combination{"blankInFront", {" 6379", MISSING, MISSING}, NOTHING},
-        Combination{"blankBehind", {"6379 ", "/run/r.sock", MISSING}, NOTHING},
-        Combination{"plusSign", {"+6379", MISSING, MISSING}, NOTHING},
-        Combination{"negative", {"-1", "/run/r.sock", MISSING}, NOTHING},
-        Combination{"letters", {"redis", "/run/r.sock", MISSING}, NOTHING},
-        Combination{"hexadecimal", {"0x18eb", MISSING, MISSING}, NOTHING},
-        Combination{"decimalPoint", {"6379.0", MISSING, MISSING}, NOTHING},
-        Combination{"tooLargeForALong",
-                    {"9223372036854775808", "/run/r.sock", MISSING},
-                    NOTHING + "strtol: Numerical result out of range\n"},
-        Combination{"muchTooLargeForALong",
-                    {std::string(1023, '9'), MISSING, MISSING},
-                    NOTHING + "strtol: Numerical result out of range\n"},
-        // Port 0 means the socket, even when there is none to name.
-        Combination{"portZero", {"0", MISSING, MISSING}, unixSocket("") + NO_FILE + NO_FILE},
-        Combination{
-            "onlyALineEnd", {"\n6379", MISSING, MISSING}, unixSocket("") + NO_FILE + NO_FILE}),
-    [](const auto& row) { return row.param.name; });
+TEST(ConnectionFiles, leadNowhereWithoutAPort) {
+    expectEach({
+        {{NONE, NONE, NONE}, NOTHING + ONE_MISSING},
+        {{NONE, SOCKET, "secret"}, NOTHING + ONE_MISSING},
+        {{"", SOCKET, NONE}, NOTHING},
+        {{std::string("\0006379", 5), SOCKET, NONE}, NOTHING},
+    });
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    Socket, ConnectionFiles,
-    testing::Values(
-        Combination{
-            "withPortZero", {"0", "/run/r.sock", MISSING}, unixSocket("/run/r.sock") + NO_FILE},
-        Combination{"isPreferredToTheStandardPort",
-                    {"6379", "/run/r.sock", MISSING},
-                    unixSocket("/run/r.sock") + NO_FILE},
-        Combination{"withAnyOtherPort",
-                    {"6380", "/run/r.sock", MISSING},
-                    unixSocket("/run/r.sock") + NO_FILE},
-        Combination{"withTheLargestPort",
-                    {"9223372036854775807", "/run/r.sock", MISSING},
-                    unixSocket("/run/r.sock") + NO_FILE},
-        Combination{"keepsItsLineEnd",
-                    {"0", "/run/r.sock\nmore", MISSING},
-                    unixSocket("/run/r.sock\n") + NO_FILE},
-        Combination{"keepsItsCarriageReturn",
-                    {"0", "/run/r.sock\r", MISSING},
-                    unixSocket("/run/r.sock\r") + NO_FILE},
-        Combination{"emptyFileIsNoSocket", {"6379", "", MISSING}, tcp() + NO_FILE},
-        Combination{"emptyFileAndOtherPort", {"6380", "", MISSING}, NOTHING},
-        Combination{"emptyFileAndPortZero", {"0", "", MISSING}, unixSocket("") + NO_FILE},
-        Combination{"longestLine",
-                    {"0", std::string(1023, 's'), MISSING},
-                    unixSocket(std::string(1023, 's')) + NO_FILE},
-        Combination{"tooLongLineIsCut",
-                    {"0", std::string(1022, 's') + "tu", MISSING},
-                    unixSocket(std::string(1022, 's') + "t") + NO_FILE}),
-    [](const auto& row) { return row.param.name; });
+TEST(ConnectionFiles, leadNowhereWithAPortOfOtherThanDigitsAndLineFeeds) {
+    expectEach({
+        {{"6379\r\n", NONE, NONE}, NOTHING},
+        {{"6379\r", SOCKET, NONE}, NOTHING},
+        {{" 6379", NONE, NONE}, NOTHING},
+        {{"6379 ", SOCKET, NONE}, NOTHING},
+        {{"+6379", NONE, NONE}, NOTHING},
+        {{"-1", SOCKET, NONE}, NOTHING},
+        {{"redis", SOCKET, NONE}, NOTHING},
+        {{"0x18eb", NONE, NONE}, NOTHING},
+        {{"6379.0", NONE, NONE}, NOTHING},
+        {{"9223372036854775808", SOCKET, NONE}, OUT_OF_RANGE},
+        {{std::string(1023, '9'), NONE, NONE}, OUT_OF_RANGE},
+    });
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    Password, ConnectionFiles,
-    testing::Values(
-        Combination{"overTcp", {"6379", MISSING, "secret"}, tcp("secret") + NO_FILE},
-        Combination{
-            "overTheSocket", {"0", "/run/r.sock", "secret"}, unixSocket("/run/r.sock", "secret")},
-        Combination{"emptyFileIsNone", {"0", "/run/r.sock", ""}, unixSocket("/run/r.sock")},
-        Combination{"keepsItsLineEnd",
-                    {"0", "/run/r.sock", "secret\n"},
-                    unixSocket("/run/r.sock", "secret\n")},
-        Combination{"keepsBlanksAndPercentSigns",
-                    {"0", "/run/r.sock", " %s %n "},
-                    unixSocket("/run/r.sock", " %s %n ")},
-        Combination{"longestLine",
-                    {"0", "/run/r.sock", std::string(1023, 'p')},
-                    unixSocket("/run/r.sock", std::string(1023, 'p'))},
-        Combination{"tooLongLineIsCut",
-                    {"0", "/run/r.sock", std::string(1022, 'p') + "qr"},
-                    unixSocket("/run/r.sock", std::string(1022, 'p') + "q")}),
-    [](const auto& row) { return row.param.name; });
+TEST(ConnectionFiles, leadToTheSocketWithPortZeroOrASocketFile) {
+    expectEach({
+        {{"0", NONE, NONE}, unixSocket("") + TWO_MISSING},
+        {{"\n6379", NONE, NONE}, unixSocket("") + TWO_MISSING},
+        {{"0", SOCKET, NONE}, unixSocket(SOCKET) + ONE_MISSING},
+        {{"6379", SOCKET, NONE}, unixSocket(SOCKET) + ONE_MISSING},
+        {{"6380", SOCKET, NONE}, unixSocket(SOCKET) + ONE_MISSING},
+        {{"9223372036854775807", SOCKET, NONE}, unixSocket(SOCKET) + ONE_MISSING},
+        {{"0", "/run/r.sock\nmore", NONE}, unixSocket("/run/r.sock\n") + ONE_MISSING},
+        {{"0", "/run/r.sock\r", NONE}, unixSocket("/run/r.sock\r") + ONE_MISSING},
+        {{"6379", "", NONE}, tcp() + ONE_MISSING},
+        {{"6380", "", NONE}, NOTHING},
+        {{"0", "", NONE}, unixSocket("") + ONE_MISSING},
+        {{"0", std::string(1023, 's'), NONE}, unixSocket(std::string(1023, 's')) + ONE_MISSING},
+        {{"0", std::string(1022, 's') + "tu", NONE},
+         unixSocket(std::string(1022, 's') + "t") + ONE_MISSING},
+    });
+}
+
+TEST(ConnectionFiles, giveThePasswordAsItStands) {
+    expectEach({
+        {{"6379", NONE, "secret"}, tcp("secret") + ONE_MISSING},
+        {{"0", SOCKET, "secret"}, unixSocket(SOCKET, "secret")},
+        {{"0", SOCKET, ""}, unixSocket(SOCKET)},
+        {{"0", SOCKET, "secret\n"}, unixSocket(SOCKET, "secret\n")},
+        {{"0", SOCKET, " %s %n "}, unixSocket(SOCKET, " %s %n ")},
+        {{"0", SOCKET, std::string(1023, 'p')}, unixSocket(SOCKET, std::string(1023, 'p'))},
+        {{"0", SOCKET, std::string(1022, 'p') + "qr"},
+         unixSocket(SOCKET, std::string(1022, 'p') + "q")},
+    });
+}
 
 // ---- the cache ----
 
@@ -211,9 +186,9 @@ TEST(ConnectionCache, isNeverRefreshed) {
     EXPECT_EQ(inFreshProcess([] {
                   place({"6379", "/run/first.sock", "first"});
                   std::string seen = currentInfo() + "\n";
-                  place({"6379", MISSING, "second"});
+                  place({"6379", NONE, "second"});
                   seen += currentInfo() + "\n";
-                  place({MISSING, MISSING, MISSING});
+                  place({NONE, NONE, NONE});
                   const OutputCapture errors(STDERR_FILENO);
                   return seen + currentInfo() + "\n" + errors.text();
               }),
@@ -233,7 +208,7 @@ TEST(ConnectionCache, keepsALongSocketPathAndPassword) {
 
 TEST(ConnectionCache, keepsATcpPort) {
     EXPECT_EQ(inFreshProcess([] {
-                  place({"6379", MISSING, MISSING});
+                  place({"6379", NONE, NONE});
                   (void)currentInfo();
                   place({"0", "/run/later.sock", "later"});
                   return currentInfo() + "\n";
@@ -243,9 +218,9 @@ TEST(ConnectionCache, keepsATcpPort) {
 
 TEST(ConnectionCache, isNotFilledByAFailure) {
     EXPECT_EQ(inFreshProcess([] {
-                  place({"6380", MISSING, MISSING});
+                  place({"6380", NONE, NONE});
                   std::string seen = currentInfo() + "\n";
-                  place({"6379", MISSING, MISSING});
+                  place({"6379", NONE, NONE});
                   return seen + currentInfo() + "\n";
               }),
               NOTHING + tcp());
@@ -253,7 +228,7 @@ TEST(ConnectionCache, isNotFilledByAFailure) {
 
 TEST(ConnectionCache, givesEveryCallerARecordOfItsOwn) {
     EXPECT_EQ(inFreshProcess([] {
-                  place({"6379", MISSING, "secret"});
+                  place({"6379", NONE, "secret"});
                   const Info first(getRedisConnectionInfo());
                   const Info second(getRedisConnectionInfo());
                   first->type = 7;
@@ -284,19 +259,18 @@ std::string configuration(const char* name) {
     return shown + "\n" + errors.text();
 }
 
-TEST_F(RedisConfiguration, isTheFirstLineOfTheSettingsFile) {
-    writeFile(SETTING_FILE, "100mb\nsecond line\n");
-    EXPECT_EQ(configuration("maxmemory"), "<100mb\n>\n");
-}
-
-TEST_F(RedisConfiguration, ofALineWithoutAnEndIsTheWholeLine) {
-    writeFile(SETTING_FILE, "100mb");
-    EXPECT_EQ(configuration("maxmemory"), "<100mb>\n");
-}
-
-TEST_F(RedisConfiguration, isCutAfter1023Characters) {
-    writeFile(SETTING_FILE, std::string(1023, 'm') + "n");
-    EXPECT_EQ(configuration("maxmemory"), "<" + std::string(1023, 'm') + ">\n");
+TEST_F(RedisConfiguration, isTheFirstLineOfTheFileUpTo1023Characters) {
+    const std::string longest(1023, 'm');
+    const std::map<std::string, std::string> rows = {
+        {"100mb\nsecond line\n", "<100mb\n>\n"},
+        {"100mb", "<100mb>\n"},
+        {longest + "n", "<" + longest + ">\n"},
+        {"", "null\n"},
+    };
+    for (const auto& [content, expected] : rows) {
+        writeFile(SETTING_FILE, content);
+        EXPECT_EQ(configuration("maxmemory"), expected);
+    }
 }
 
 TEST_F(RedisConfiguration, isABufferOf1024Bytes) {
@@ -304,11 +278,6 @@ TEST_F(RedisConfiguration, isABufferOf1024Bytes) {
     const Text text(getRedisConfiguration("maxmemory"));
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(std::string(text.get(), 1024), "1" + std::string(1023, '\0'));
-}
-
-TEST_F(RedisConfiguration, ofAnEmptyFileIsNull) {
-    writeFile(SETTING_FILE, "");
-    EXPECT_EQ(configuration("maxmemory"), "null\n");
 }
 
 TEST_F(RedisConfiguration, ofAMissingFileIsNullAndTold) {
@@ -324,14 +293,9 @@ TEST_F(RedisConfiguration, withoutANameIsNull) {
     EXPECT_EQ(configuration(nullptr), "null\n");
 }
 
-TEST_F(RedisConfiguration, ofTheLongestNameIsLookedFor) {
-    const std::string name(1015, 'n');
-    EXPECT_EQ(configuration(name.c_str()), "null\nfopen: File name too long\n");
-}
-
-TEST_F(RedisConfiguration, ofATooLongNameIsNotLookedFor) {
-    const std::string name(1016, 'n');
-    EXPECT_EQ(configuration(name.c_str()), "null\n");
+TEST_F(RedisConfiguration, isLookedForUnderNamesOfUpTo1015Characters) {
+    EXPECT_EQ(configuration(std::string(1015, 'n').c_str()), "null\nfopen: File name too long\n");
+    EXPECT_EQ(configuration(std::string(1016, 'n').c_str()), "null\n");
 }
 
 TEST_F(RedisConfiguration, ofAnEmptyNameIsTheFileOfThePrefix) {

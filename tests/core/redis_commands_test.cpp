@@ -11,6 +11,7 @@
 
 #include <climits>
 #include <csignal>
+#include <functional>
 
 namespace {
 
@@ -48,78 +49,96 @@ protected:
     CommandMonitor mMonitor{mServer};
 };
 
-TEST_F(RedisCommands, hGet) {
+TEST_F(RedisCommands, sendOneCommandEachAndReduceItsReply) {
     fill();
-    EXPECT_EQ(redisHGet(context(), "hash", "field"), "value");
+    const OutputCapture output(STDOUT_FILENO);
+    const struct {
+        const char* sent;
+        std::function<int(redisContext*)> call;
+        int result;
+    } rows[] = {
+        {"HSET hash new 1", [](auto* c) { return redisHSet(c, "hash", "new", "1"); }, 1},
+        {"HSET hash new 2", [](auto* c) { return redisHSet(c, "hash", "new", "2"); }, 1},
+        {"HSET hash new 2", [](auto* c) { return redisHSet(c, "hash", "new", "2"); }, 1},
+        {"HSET list new 1", [](auto* c) { return redisHSet(c, "list", "new", "1"); }, 0},
+        {"HEXISTS hash field", [](auto* c) { return redisHExists(c, "hash", "field"); }, 1},
+        {"HEXISTS hash none", [](auto* c) { return redisHExists(c, "hash", "none"); }, 0},
+        {"HEXISTS none field", [](auto* c) { return redisHExists(c, "none", "field"); }, 0},
+        {"HEXISTS list field", [](auto* c) { return redisHExists(c, "list", "field"); }, 0},
+        {"HDEL hash none", [](auto* c) { return redisHDel(c, "hash", "none"); }, 0},
+        {"HDEL list field", [](auto* c) { return redisHDel(c, "list", "field"); }, 0},
+        {"HDEL hash new", [](auto* c) { return redisHDel(c, "hash", "new"); }, 1},
+        {"HDEL hash new", [](auto* c) { return redisHDel(c, "hash", "new"); }, 0},
+        {"LLEN list", [](auto* c) { return redisLLen(c, "list"); }, 5},
+        {"LLEN none", [](auto* c) { return redisLLen(c, "none"); }, 0},
+        {"LLEN hash", [](auto* c) { return redisLLen(c, "hash"); }, -1},
+        {"LPUSH list head", [](auto* c) { return redisLPush(c, "list", "head"); }, 1},
+        {"LPUSH text head", [](auto* c) { return redisLPush(c, "text", "head"); }, 0},
+        {"LREM list 1 a", [](auto* c) { return redisLRem(c, "list", 1, "a"); }, 1},
+        {"LREM list -1 a", [](auto* c) { return redisLRem(c, "list", -1, "a"); }, 1},
+        {"LREM list 0 none", [](auto* c) { return redisLRem(c, "list", 0, "none"); }, 0},
+        {"LREM hash 0 a", [](auto* c) { return redisLRem(c, "hash", 0, "a"); }, 0},
+        {"EXISTS hash", [](auto* c) { return redisExists(c, "hash"); }, 1},
+        {"EXISTS none", [](auto* c) { return redisExists(c, "none"); }, 0},
+        {"EXPIRE hash 1000", [](auto* c) { return redisExpire(c, "hash", 1000); }, 1},
+        {"EXPIRE none 1000", [](auto* c) { return redisExpire(c, "none", 1000); }, 0},
+        {"EXPIRE text -1", [](auto* c) { return redisExpire(c, "text", -1); }, 1},
+        {"EXPIRE list 2147483647", [](auto* c) { return redisExpire(c, "list", INT_MAX); }, 1},
+        {"DEL hash", [](auto* c) { return redisDel(c, "hash"); }, 1},
+        {"DEL hash", [](auto* c) { return redisDel(c, "hash"); }, 0},
+    };
+    std::string expected;
+    for (const auto& [command, call, result] : rows) {
+        EXPECT_EQ(call(context()), result) << command;
+        expected += std::string(command) + "\n";
+    }
+    EXPECT_EQ(sent(), expected);
+    EXPECT_EQ(mClient.keys(), Texts{"list"});
+    EXPECT_EQ(mClient.list("list"), (Texts{"head", "b", "a", "c"}));
+    (void)std::fflush(stdout);
+    EXPECT_EQ(output.text(), "");
+}
+
+TEST_F(RedisCommands, hGetGivesAllBytesOfTheValueOrNothing) {
+    fill();
+    const std::string value("a\0b\r\n\xff", 6);
+    mClient.command("HSET", "hash", "binary", value);
+    EXPECT_EQ(redisHGet(context(), "hash", "binary"), value);
     EXPECT_EQ(redisHGet(context(), "hash", "missing"), "");
     EXPECT_EQ(redisHGet(context(), "missing", "field"), "");
     EXPECT_EQ(redisHGet(context(), "list", "field"), "");
-    EXPECT_EQ(sent(), "HGET hash field\n"
+    EXPECT_EQ(sent(), "HGET hash binary\n"
                       "HGET hash missing\n"
                       "HGET missing field\n"
                       "HGET list field\n");
 }
 
-TEST_F(RedisCommands, hGetGivesAllBytesOfTheValue) {
-    const std::string value("a\0b\r\n\xff", 6);
-    mClient.command("HSET", "hash", "field", value);
-    EXPECT_EQ(redisHGet(context(), "hash", "field"), value);
-}
-
-TEST_F(RedisCommands, hSet) {
-    fill();
-    EXPECT_EQ(redisHSet(context(), "hash", "new", "1"), 1);
-    EXPECT_EQ(redisHSet(context(), "hash", "new", "2"), 1);
-    EXPECT_EQ(redisHSet(context(), "hash", "new", "2"), 1);
-    EXPECT_EQ(redisHSet(context(), "list", "new", "1"), 0);
-    EXPECT_EQ(mClient.hash("hash"), (Fields{{"field", "value"}, {"new", "2"}}));
-    EXPECT_EQ(sent(), "HSET hash new 1\n"
-                      "HSET hash new 2\n"
-                      "HSET hash new 2\n"
-                      "HSET list new 1\n");
-}
-
-TEST_F(RedisCommands, lPushTellsTheNewLength) {
+TEST_F(RedisCommands, lPushTellsTheNewLengthUnlessItFails) {
     fill();
     int length = -7;
+    EXPECT_EQ(redisLPush(context(), "hash", "head", length), 0);
+    EXPECT_EQ(length, -7);
     EXPECT_EQ(redisLPush(context(), "new", "first", length), 1);
     EXPECT_EQ(length, 1);
     EXPECT_EQ(redisLPush(context(), "list", "head", length), 1);
     EXPECT_EQ(length, 6);
     EXPECT_EQ(mClient.list("list"), (Texts{"head", "a", "b", "a", "c", "a"}));
-    EXPECT_EQ(sent(), "LPUSH new first\n"
-                      "LPUSH list head\n");
 }
 
-TEST_F(RedisCommands, lPushLeavesTheLengthAloneOnFailure) {
+TEST_F(RedisCommands, lRemWithCountZeroRemovesEveryEqualElement) {
     fill();
-    int length = -7;
-    EXPECT_EQ(redisLPush(context(), "hash", "head", length), 0);
-    EXPECT_EQ(length, -7);
+    EXPECT_EQ(redisLRem(context(), "list", 0, "a"), 3);
+    EXPECT_EQ(mClient.list("list"), (Texts{"b", "c"}));
 }
 
-TEST_F(RedisCommands, lPushWithoutALength) {
+TEST_F(RedisCommands, expireSetsSeconds) {
     fill();
-    EXPECT_EQ(redisLPush(context(), "list", "head"), 1);
-    EXPECT_EQ(redisLPush(context(), "text", "head"), 0);
-    EXPECT_EQ(sent(), "LPUSH list head\n"
-                      "LPUSH text head\n");
+    EXPECT_EQ(redisExpire(context(), "hash", 1000), 1);
+    const long long left = mClient.command("TTL", "hash").integer;
+    EXPECT_TRUE(left > 0 && left <= 1000) << left;
 }
 
-TEST_F(RedisCommands, lLen) {
-    fill();
-    const OutputCapture output(STDOUT_FILENO);
-    EXPECT_EQ(redisLLen(context(), "list"), 5);
-    EXPECT_EQ(redisLLen(context(), "missing"), 0);
-    EXPECT_EQ(redisLLen(context(), "hash"), -1);
-    (void)std::fflush(stdout);
-    EXPECT_EQ(output.text(), "");
-    EXPECT_EQ(sent(), "LLEN list\n"
-                      "LLEN missing\n"
-                      "LLEN hash\n");
-}
-
-TEST_F(RedisCommands, publish) {
+TEST_F(RedisCommands, publishSucceedsWhenSomebodyListens) {
     EXPECT_EQ(redisPublish(context(), "channel", "nobody listens"), 0);
     RedisClient subscriber(mServer);
     subscriber.command("SUBSCRIBE", "channel");
@@ -135,67 +154,7 @@ TEST_F(RedisCommands, publish) {
                       "PUBLISH channel \"two listen\"\n");
 }
 
-TEST_F(RedisCommands, del) {
-    fill();
-    EXPECT_EQ(redisDel(context(), "hash"), 1);
-    EXPECT_EQ(redisDel(context(), "hash"), 0);
-    EXPECT_EQ(mClient.keys(), (Texts{"list", "text"}));
-    EXPECT_EQ(sent(), "DEL hash\n"
-                      "DEL hash\n");
-}
-
-TEST_F(RedisCommands, expire) {
-    fill();
-    EXPECT_EQ(redisExpire(context(), "hash", 1000), 1);
-    EXPECT_EQ(redisExpire(context(), "missing", 1000), 0);
-    const long long left = mClient.command("TTL", "hash").integer;
-    EXPECT_TRUE(left > 0 && left <= 1000) << left;
-    EXPECT_EQ(redisExpire(context(), "list", -1), 1);
-    EXPECT_EQ(mClient.keys(), (Texts{"hash", "text"}));
-    EXPECT_EQ(redisExpire(context(), "text", INT_MAX), 1);
-    EXPECT_EQ(sent(), "EXPIRE hash 1000\n"
-                      "EXPIRE missing 1000\n"
-                      "EXPIRE list -1\n"
-                      "EXPIRE text 2147483647\n");
-}
-
-TEST_F(RedisCommands, lRemOfSomeEqualElements) {
-    fill();
-    const OutputCapture output(STDOUT_FILENO);
-    EXPECT_EQ(redisLRem(context(), "list", 1, "a"), 1);
-    EXPECT_EQ(mClient.list("list"), (Texts{"b", "a", "c", "a"}));
-    EXPECT_EQ(redisLRem(context(), "list", -1, "a"), 1);
-    EXPECT_EQ(mClient.list("list"), (Texts{"b", "a", "c"}));
-    EXPECT_EQ(redisLRem(context(), "list", 0, "missing"), 0);
-    EXPECT_EQ(redisLRem(context(), "hash", 0, "a"), 0);
-    (void)std::fflush(stdout);
-    EXPECT_EQ(output.text(), "");
-    EXPECT_EQ(sent(), "LREM list 1 a\n"
-                      "LREM list -1 a\n"
-                      "LREM list 0 missing\n"
-                      "LREM hash 0 a\n");
-}
-
-TEST_F(RedisCommands, lRemWithCountZeroRemovesEveryEqualElement) {
-    fill();
-    EXPECT_EQ(redisLRem(context(), "list", 0, "a"), 3);
-    EXPECT_EQ(mClient.list("list"), (Texts{"b", "c"}));
-}
-
-TEST_F(RedisCommands, hExists) {
-    fill();
-    EXPECT_EQ(redisHExists(context(), "hash", "field"), 1);
-    EXPECT_EQ(redisHExists(context(), "hash", "missing"), 0);
-    EXPECT_EQ(redisHExists(context(), "missing", "field"), 0);
-    EXPECT_EQ(redisHExists(context(), "list", "field"), 0);
-    EXPECT_EQ(sent(), "HEXISTS hash field\n"
-                      "HEXISTS hash missing\n"
-                      "HEXISTS missing field\n"
-                      "HEXISTS list field\n");
-}
-
-TEST_F(RedisCommands, hIncrBy) {
-    fill();
+TEST_F(RedisCommands, hIncrByGivesTheNewValue) {
     int result = -7;
     EXPECT_EQ(redisHIncrBy(context(), "hash", "counter", 5, result), 1);
     EXPECT_EQ(result, 5);
@@ -211,27 +170,6 @@ TEST_F(RedisCommands, hIncrByTakesAnErrorForSuccessAndLeavesTheResultAlone) {
     EXPECT_EQ(redisHIncrBy(context(), "hash", "field", 1, result), 1);
     EXPECT_EQ(redisHIncrBy(context(), "list", "field", 1, result), 1);
     EXPECT_EQ(result, -7);
-}
-
-TEST_F(RedisCommands, hDel) {
-    fill();
-    EXPECT_EQ(redisHDel(context(), "hash", "missing"), 0);
-    EXPECT_EQ(redisHDel(context(), "list", "field"), 0);
-    EXPECT_EQ(redisHDel(context(), "hash", "field"), 1);
-    EXPECT_EQ(redisHDel(context(), "hash", "field"), 0);
-    EXPECT_EQ(mClient.keys(), (Texts{"list", "text"}));
-    EXPECT_EQ(sent(), "HDEL hash missing\n"
-                      "HDEL list field\n"
-                      "HDEL hash field\n"
-                      "HDEL hash field\n");
-}
-
-TEST_F(RedisCommands, exists) {
-    fill();
-    EXPECT_EQ(redisExists(context(), "hash"), 1);
-    EXPECT_EQ(redisExists(context(), "missing"), 0);
-    EXPECT_EQ(sent(), "EXISTS hash\n"
-                      "EXISTS missing\n");
 }
 
 TEST_F(RedisCommands, hGetAllAddsToWhatIsThere) {
