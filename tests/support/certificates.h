@@ -17,7 +17,7 @@ struct CertificateOptions {
     bool ca = false; // basicConstraints, critical, with this value
     // As in OpenSSL's configuration: {"extendedKeyUsage", "serverAuth"},
     // {"keyUsage", "critical,digitalSignature"}, {"subjectAltName", "DNS:a.example"}
-    std::vector<std::pair<std::string, std::string>> extensions;
+    std::vector<std::pair<std::string, std::string>> extensions = {};
     KeyKind key = KeyKind::EC_P256;
 };
 

@@ -2,8 +2,6 @@
 
 #include "tests/platform/certificate_backend/backend_fixture.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <iostream>
 #include <map>

@@ -2,9 +2,7 @@
 // disk then, and that the next process works without help.
 
 #include "tests/platform/certificate_backend/backend_fixture.h"
-#include "tests/support/certificates.h"
 
-#include <gtest/gtest.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -118,41 +116,34 @@ std::vector<std::string> changingCalls(Work work) {
 using KilledBackend = CertificateBackend;
 
 TEST_F(KilledBackend, LeavesTheOldPairOrTheNewOneInAReplacement) {
-    const std::string uri = std::string(IDENTITIES) + "/1";
-    const TestCertificate one = makeSelfSigned();
-    const TestCertificate two = makeSelfSigned();
-    const std::string old = one.privateKey + one.certificate;
-    const std::string next = two.privateKey + two.certificate;
+    const std::string old = textOf(makeSelfSigned());
+    const std::string next = textOf(makeSelfSigned());
     ASSERT_EQ(create(old).code, 200);
     int oldStayed = 0;
     int newCame = 0;
     for (int stop = 1; killedAt(stop, [&] { static_cast<void>(replace(next)); }); ++stop) {
-        const std::string left = installedText(uri);
+        const std::string left = installedText();
         EXPECT_TRUE(left == old || left == next) << "stop " << stop;
         (left == old ? oldStayed : newCame) += 1;
         EXPECT_EQ(replace(old).code, 200) << "stop " << stop;
         EXPECT_EQ(filesIn("installed").size(), 1U) << "stop " << stop;
     }
-    EXPECT_EQ(installedText(uri), next);
+    EXPECT_EQ(installedText(), next);
     EXPECT_GT(oldStayed, 10);
     EXPECT_GT(newCame, 1);
 }
 
 TEST_F(KilledBackend, FlushesAFileBeforeItHasItsNameAndTheDirectoryAfterwards) {
-    const TestCertificate one = makeSelfSigned();
-    const TestCertificate two = makeSelfSigned();
-    ASSERT_EQ(create(one.privateKey + one.certificate).code, 200);
+    const std::string next = textOf(makeSelfSigned());
+    ASSERT_EQ(create(textOf(makeSelfSigned())).code, 200);
     // Each operation first makes sure of the three directories and clears away a leftover in two.
     const auto afterPreparing = [](std::vector<std::string> calls) {
         calls.insert(calls.begin(), {"mkdir", "mkdir", "unlink", "mkdir", "unlink"});
         return calls;
     };
-    EXPECT_EQ(changingCalls([&] { static_cast<void>(replace(two.privateKey + two.certificate)); }),
+    EXPECT_EQ(changingCalls([&] { static_cast<void>(replace(next)); }),
               afterPreparing({"write", "fsync", "rename", "fsync"}));
-    EXPECT_EQ(changingCalls([&] {
-                  static_cast<void>(
-                      deleteCertificate(surroundings, std::string(IDENTITIES) + "/1"));
-              }),
+    EXPECT_EQ(changingCalls([&] { static_cast<void>(remove(IDENTITY)); }),
               afterPreparing({"unlink", "fsync"}));
 }
 
@@ -166,13 +157,12 @@ TEST_F(KilledBackend, KeepsTheKeyOfARequestUntilItsCertificateIsInstalled) {
     int before = 0;
     int after = 0;
     for (int stop = 1; killedAt(stop, [&] { static_cast<void>(create(certificate)); }); ++stop) {
-        const std::string uri = std::string(IDENTITIES) + "/1";
         const CreateCertResult again = create(certificate);
         (again.code == 200 ? before : after) += 1;
         EXPECT_TRUE(again.code == 200 || again.code == 409) << "stop " << stop;
-        EXPECT_EQ(installedText(uri), key + certificate) << "stop " << stop;
+        EXPECT_EQ(installedText(), key + certificate) << "stop " << stop;
         EXPECT_EQ(filesIn("installed").size(), 1U) << "stop " << stop;
-        EXPECT_EQ(deleteCertificate(surroundings, uri).code, 200);
+        EXPECT_EQ(remove(IDENTITY).code, 200);
         writeFile(surroundings.directory + "/requests/" + keyFile, key);
     }
     EXPECT_GT(before, 10);
@@ -184,13 +174,12 @@ TEST_F(KilledBackend, LeavesACertificateWholeOrGoneInADeletion) {
     const std::string certificate = makeAuthority().certificate;
     ASSERT_EQ(create(certificate, "PEM", TRUSTED).code, 200);
     int gone = 0;
-    for (int stop = 1;
-         killedAt(stop, [&] { static_cast<void>(deleteCertificate(surroundings, uri)); }); ++stop) {
+    for (int stop = 1; killedAt(stop, [&] { static_cast<void>(remove(uri)); }); ++stop) {
         gone += create(certificate, "PEM", TRUSTED).code == 200 ? 1 : 0;
         EXPECT_EQ(installedText(uri), certificate) << "stop " << stop;
     }
     EXPECT_GT(gone, 1);
-    EXPECT_EQ(deleteCertificate(surroundings, uri).code, 400);
+    EXPECT_EQ(remove(uri).code, 400);
 }
 
 TEST_F(KilledBackend, StartsInADirectoryThatWasHalfMade) {

@@ -2,9 +2,6 @@
 
 #include "tests/platform/certificate_backend/backend_fixture.h"
 #include "tests/platform/watched_memory.h"
-#include "tests/support/certificates.h"
-
-#include <gtest/gtest.h>
 
 #include <memory>
 
@@ -20,18 +17,13 @@ std::vector<std::string> secretLines(const std::string& pem) {
 }
 
 TestCertificate makeRsaPair() {
-    CertificateOptions options;
-    options.key = KeyKind::RSA_2048;
-    return makeSelfSigned(options);
+    return makeSelfSigned({.key = KeyKind::RSA_2048});
 }
 
 } // namespace
 
 // The requests are made before the watch begins and end after it, because they hold the key.
-class BackendMemory : public CertificateBackend {
-protected:
-    const std::string uri = std::string(IDENTITIES) + "/1";
-};
+using BackendMemory = CertificateBackend;
 
 TEST_F(BackendMemory, IsWatched) {
     auto key = std::make_unique<std::string>(makePrivateKey(KeyKind::RSA_2048));
@@ -43,17 +35,16 @@ TEST_F(BackendMemory, IsWatched) {
 
 TEST_F(BackendMemory, HoldsNoKeyAfterACreationAndItsReplacements) {
     const TestCertificate made = makeRsaPair();
-    const std::string text = made.privateKey + made.certificate;
-    const CreateCertRequest creation = {IDENTITIES, text, "PEM", "1", ""};
-    const ReplaceCertRequest renewal = {uri, certifyKey(made.privateKey, makeAuthority()), "PEM",
-                                        ""};
-    const ReplaceCertRequest again = {uri, text, "PEM", ""};
+    const CreateCertRequest creation = {IDENTITIES, textOf(made), "PEM", "1", ""};
+    const ReplaceCertRequest renewal = {IDENTITY, certifyKey(made.privateKey, makeAuthority()),
+                                        "PEM", ""};
+    const ReplaceCertRequest again = {IDENTITY, textOf(made), "PEM", ""};
     const std::vector<std::string> secrets = secretLines(made.privateKey);
     const MemoryWatch watch(secrets);
     EXPECT_EQ(createCertificate(surroundings, creation).code, 200);
     EXPECT_EQ(replaceCertificate(surroundings, renewal).code, 200);
     EXPECT_EQ(replaceCertificate(surroundings, again).code, 200);
-    EXPECT_EQ(deleteCertificate(surroundings, uri).code, 200);
+    EXPECT_EQ(remove(IDENTITY).code, 200);
     EXPECT_EQ(watch.tracesSeen(), 0);
 }
 
@@ -71,8 +62,7 @@ TEST_F(BackendMemory, HoldsNoKeyOfASigningRequestOnceItIsInstalled) {
 
 TEST_F(BackendMemory, HoldsNoKeyOfATextThatIsRefused) {
     const TestCertificate made = makeRsaPair();
-    const CreateCertRequest creation = {IDENTITIES, made.privateKey + made.certificate + "x", "PEM",
-                                        "1", ""};
+    const CreateCertRequest creation = {IDENTITIES, textOf(made) + "x", "PEM", "1", ""};
     const std::vector<std::string> secrets = secretLines(made.privateKey);
     const MemoryWatch watch(secrets);
     EXPECT_EQ(createCertificate(surroundings, creation).code, 400);

@@ -9,22 +9,17 @@
 #include <sys/stat.h>
 
 #include <climits>
-#include <cstddef>
 #include <filesystem>
-#include <string>
-#include <string_view>
 
-namespace {
-
-constexpr std::size_t MEBIBYTE = 1'048'576;
+using namespace std::string_literals;
 
 class Configuration : public testing::Test {
 protected:
-    void write(std::string_view text) const {
-        writeFile(path, std::string(text));
+    void write(const std::string& text) const {
+        writeFile(path, text);
     }
 
-    // Both functions, with the limit that the service uses, give value and report nothing.
+    // Both functions, with the limit that the service uses, give the value and report nothing.
     void expectValue(const std::string& key, const std::string& value) const {
         const OutputCapture errors(2);
         std::string buffer(128, '~');
@@ -34,63 +29,52 @@ protected:
         EXPECT_EQ(errors.text(), "");
     }
 
-    // Both functions find nothing, and each reports line, or nothing when that is empty.
+    // Both functions find nothing, and each reports the fault of the file, if there is one.
     static void expectNothing(const std::string& file, const std::string& key,
-                              const std::string& line) {
+                              const std::string& fault = "") {
+        const std::string line =
+            fault.empty() ? "" : "service_configuration: " + file + ": " + fault + "\n";
         const OutputCapture errors(2);
         std::string buffer(128, '~');
         EXPECT_EQ(getConfigValue(file, key, 128), "");
         EXPECT_EQ(errors.text(), line);
         EXPECT_NE(getPropertyValue(file.c_str(), "=", key.c_str(), buffer.data(), 128), 0);
         EXPECT_EQ(errors.text(), line + line);
-        EXPECT_EQ(buffer, std::string(1, '\0') + std::string(127, '~'));
+        EXPECT_EQ(buffer, "\0"s + std::string(127, '~'));
     }
 
     TempDirectory directory;
     std::string path = directory.file("service.conf");
 };
 
-} // namespace
-
-TEST_F(Configuration, ReadsTheKeysOfAFile) {
-    write("# The certificate service\r\n\r\nROOT_CA_FILE = /etc/ssl/root.pem \r\n"
-          "LOG_FILE=/var/log/certificate.log\nLOG_LEVEL=\nGenerateResourceEvent=false");
+TEST_F(Configuration, IsReadAfreshAtEveryCall) {
+    write("# The certificate service\r\n\r\nROOT_CA_FILE = /etc/ssl/root.pem \r\nLOG_LEVEL=\n"
+          "GenerateResourceEvent=false");
     expectValue("ROOT_CA_FILE", "/etc/ssl/root.pem");
-    expectValue("LOG_FILE", "/var/log/certificate.log");
     expectValue("LOG_LEVEL", "");
     expectValue("GenerateResourceEvent", "false");
-    expectNothing(path, "LOG_FILE_BAK", "");
+    expectNothing(path, "LOG_FILE_BAK");
+    write("LOG_LEVEL=two\n");
+    expectValue("LOG_LEVEL", "two");
 }
 
-TEST_F(Configuration, ReadsTheFileAfreshAtEveryCall) {
-    write("KEY=one\n");
-    expectValue("KEY", "one");
-    write("KEY=two\n");
-    expectValue("KEY", "two");
-}
-
-TEST_F(Configuration, ValueOf127CharactersFits) {
-    const std::string value(127, 'v');
-    write("KEY=" + value + "\n");
-    expectValue("KEY", value);
-}
-
-TEST_F(Configuration, ValueOf128CharactersIsReportedAndIgnored) {
+TEST_F(Configuration, ValueThatDoesNotFitIsReportedAndIgnored) {
+    write("KEY=" + std::string(127, 'v') + "\n");
+    expectValue("KEY", std::string(127, 'v'));
     write("KEY=" + std::string(128, 'v') + "\nKEY=short\n");
     expectNothing(path, "KEY",
-                  "service_configuration: " + path +
-                      ": the value of KEY has 128 characters, more than 127, and is ignored\n");
+                  "the value of KEY has 128 characters, more than 127, and is ignored");
 }
 
-TEST_F(Configuration, LimitIsTheCallersOwn) {
+TEST_F(Configuration, LimitIsTheCallersAndNothingIsWrittenBehindIt) {
     write("KEY=four\nEMPTY=\n");
-    char buffer[5] = {'~', '~', '~', '~', '~'};
+    std::string buffer(6, '~');
     EXPECT_EQ(getConfigValue(path, "KEY", 5), "four");
     EXPECT_EQ(getConfigValue(path, "KEY", INT_MAX), "four");
-    EXPECT_EQ(getPropertyValue(path.c_str(), "=", "KEY", buffer, 5), 0);
-    EXPECT_STREQ(buffer, "four");
-    EXPECT_EQ(getPropertyValue(path.c_str(), "=", "EMPTY", buffer, 1), 0);
-    EXPECT_STREQ(buffer, "");
+    EXPECT_EQ(getPropertyValue(path.c_str(), "=", "KEY", buffer.data(), 5), 0);
+    EXPECT_EQ(buffer, "four\0~"s);
+    EXPECT_EQ(getPropertyValue(path.c_str(), "=", "EMPTY", buffer.data(), 1), 0);
+    EXPECT_EQ(buffer, "\0our\0~"s);
 
     const OutputCapture errors(2);
     EXPECT_EQ(getConfigValue(path, "KEY", 4), "");
@@ -99,26 +83,14 @@ TEST_F(Configuration, LimitIsTheCallersOwn) {
                   ": the value of KEY has 4 characters, more than 3, and is ignored\n");
 }
 
-TEST_F(Configuration, WritesNothingBehindTheBuffer) {
-    write("KEY=four\n");
-    char buffer[6] = {'~', '~', '~', '~', '~', '~'};
-    EXPECT_EQ(getPropertyValue(path.c_str(), "=", "KEY", buffer, 5), 0);
-    EXPECT_EQ(std::string_view(buffer, 6), std::string_view("four\0~", 6));
-}
-
-TEST_F(Configuration, NulInTheValueIsReportedAndIgnored) {
-    using namespace std::string_view_literals;
-    write("KEY=a\0b\nNEXT=\0\nLAST=value\n"sv);
-    expectNothing(path, "KEY",
-                  "service_configuration: " + path +
-                      ": the value of KEY holds a NUL character and is ignored\n");
-    expectNothing(path, "NEXT",
-                  "service_configuration: " + path +
-                      ": the value of NEXT holds a NUL character and is ignored\n");
+TEST_F(Configuration, ValueWithANulIsReportedAndIgnored) {
+    write("KEY=a\0b\nNEXT=\0\nLAST=value\n"s);
+    expectNothing(path, "KEY", "the value of KEY holds a NUL character and is ignored");
+    expectNothing(path, "NEXT", "the value of NEXT holds a NUL character and is ignored");
     expectValue("LAST", "value");
 }
 
-TEST_F(Configuration, OtherSeparatorsAreTaken) {
+TEST_F(Configuration, SeparatorIsTheCallers) {
     write("A=B:C\nA:D\n");
     char buffer[128] = "";
     EXPECT_EQ(getPropertyValue(path.c_str(), ":", "A", buffer, 128), 0);
@@ -128,49 +100,36 @@ TEST_F(Configuration, OtherSeparatorsAreTaken) {
 }
 
 TEST_F(Configuration, FileThatIsNotThereHoldsNoKeys) {
-    expectNothing(path, "KEY", "");
-    expectNothing(path + "/below", "KEY", "");
+    expectNothing(path, "KEY");
+    expectNothing(path + "/below", "KEY");
     write("KEY=value\n");
-    expectNothing(path + "/below-a-file", "KEY", "");
-    expectNothing("", "KEY", "");
+    expectNothing(path + "/below-a-file", "KEY");
+    expectNothing("", "KEY");
 }
 
-TEST_F(Configuration, PathIsNotCutAtANul) {
+TEST_F(Configuration, PathAndKeyAreNotCutAtANul) {
     write("KEY=value\n");
-    EXPECT_EQ(getConfigValue(path + std::string(1, '\0') + "x", "KEY", 128), "");
-    EXPECT_EQ(getConfigValue(path, "KEY" + std::string(1, '\0'), 128), "");
+    EXPECT_EQ(getConfigValue(path + "\0x"s, "KEY", 128), "");
+    EXPECT_EQ(getConfigValue(path, "KEY\0"s, 128), "");
 }
 
-TEST_F(Configuration, DirectoryIsReported) {
-    expectNothing(directory.path(), "KEY",
-                  "service_configuration: " + directory.path() +
-                      ": cannot be read: Not a regular file\n");
+TEST_F(Configuration, FileThatCannotBeReadIsReportedAtOnce) {
+    const std::string fifo = directory.file("fifo");
+    const std::string loop = directory.file("loop");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    std::filesystem::create_symlink(loop, loop);
+    expectNothing(directory.path(), "KEY", "cannot be read: Not a regular file");
+    expectNothing(fifo, "KEY", "cannot be read: Not a regular file");
+    expectNothing(loop, "KEY", "cannot be read: Too many levels of symbolic links");
 }
 
-TEST_F(Configuration, FifoIsReportedAtOnce) {
-    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-    expectNothing(path, "KEY",
-                  "service_configuration: " + path + ": cannot be read: Not a regular file\n");
-}
-
-TEST_F(Configuration, FileThatCannotBeOpenedIsReported) {
-    std::filesystem::create_symlink(path, path);
-    expectNothing(path, "KEY",
-                  "service_configuration: " + path +
-                      ": cannot be read: Too many levels of symbolic links\n");
-}
-
-TEST_F(Configuration, FileOfOneMebibyteIsRead) {
+TEST_F(Configuration, FileMayHoldOneMebibyte) {
     const std::string line = "\nKEY=value\n";
-    write(std::string(MEBIBYTE - line.size(), '#') + line);
+    const std::string filler(1'048'576 - line.size(), '#');
+    write(filler + line);
     expectValue("KEY", "value");
-}
-
-TEST_F(Configuration, LargerFileIsReported) {
-    const std::string line = "KEY=value\n";
-    write(line + std::string(MEBIBYTE - line.size() + 1, '#'));
-    expectNothing(path, "KEY",
-                  "service_configuration: " + path + ": cannot be read: File too large\n");
+    write(line + filler + "#");
+    expectNothing(path, "KEY", "cannot be read: File too large");
 }
 
 TEST_F(Configuration, NullPointersAndSizesBelowOneFindNothing) {

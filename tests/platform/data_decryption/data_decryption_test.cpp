@@ -1,5 +1,5 @@
-// Encrypted texts: known answers, tables of texts and key files that are refused with the exact
-// line on standard error, and the round trip.
+// Encrypted texts: known answers, texts and key files that are refused with the exact line on
+// standard error, and the round trip.
 
 #include "platform/data_decryption.h"
 #include "platform/data_decryption/encrypt.h"
@@ -10,29 +10,31 @@
 #include <openssl/err.h>
 #include <sys/stat.h>
 
-#include <cstddef>
 #include <filesystem>
-#include <ostream>
-#include <string>
-#include <string_view>
 #include <thread>
-#include <vector>
+
+using namespace std::string_literals;
 
 namespace {
 
 constexpr std::size_t MAX_PLAIN_SIZE = 32740;
+const std::string TOO_SHORT = "the text has fewer than 56 digits";
+const std::string ODD = "the text has an odd number of digits";
+const std::string TOO_LONG = "the text has more than 65536 digits";
+const std::string NO_DIGIT = "the text holds a character that is no hexadecimal digit";
+const std::string FALSE_TAG = "the text is damaged or was encrypted with another key";
 
 // Nonce 40 41 ... 4b under the key 00 01 ... 1f, made with another implementation of AES-256-GCM.
 const std::string KNOWN_TEXT = "404142434445464748494a4b81d1cf4f4a59e964a8e42304be"
                                "177e1503e74c3c851e8e6547dc50edc5ab";
 const std::string KNOWN_PLAIN_TEXT = "challenge 42%s";
 
-std::string countingKey() {
-    std::string key;
-    for (char byte = 0; byte < 32; ++byte) {
-        key += byte;
+std::string bytesUpTo(int end) {
+    std::string bytes;
+    for (int byte = 0; byte < end; ++byte) {
+        bytes += static_cast<char>(byte);
     }
-    return key;
+    return bytes;
 }
 
 std::string upperCase(std::string digits) {
@@ -42,16 +44,21 @@ std::string upperCase(std::string digits) {
     return digits;
 }
 
+std::string replaced(std::size_t position, const std::string& by) {
+    return std::string(KNOWN_TEXT).replace(position, by.size(), by);
+}
+
+} // namespace
+
 class DataDecryption : public testing::Test {
 protected:
-    void SetUp() override {
-        writeFile(keyFile, countingKey());
+    DataDecryption() {
+        writeFile(keyFile, key);
     }
 
-    static void expectText(const std::string& cipherHex, const std::string& file,
-                           const std::string& plainText) {
+    void expectText(const std::string& cipherHex, const std::string& plainText) const {
         const OutputCapture errors(2);
-        EXPECT_EQ(decryptHexString(cipherHex, file), plainText);
+        EXPECT_EQ(decryptHexString(cipherHex, keyFile), plainText);
         EXPECT_EQ(errors.text(), "");
     }
 
@@ -59,7 +66,7 @@ protected:
                               const std::string& reason) {
         const OutputCapture errors(2);
         EXPECT_EQ(decryptHexString(cipherHex, file), "");
-        EXPECT_EQ(errors.text(), "data_decryption: " + reason + "\n");
+        EXPECT_EQ(errors.text(), "data_decryption: " + reason + "\n") << cipherHex.substr(0, 100);
     }
 
     static void expectEncryptionFailure(const std::string& plainText, const std::string& file,
@@ -76,89 +83,58 @@ protected:
     }
 
     TempDirectory directory;
+    std::string key = bytesUpTo(32);
     std::string keyFile = directory.file("pkey.tmp");
 };
 
-struct BadText {
-    std::string_view name;
-    std::string text;
-    std::string_view reason;
-};
-
-void PrintTo(const BadText& row, std::ostream* out) {
-    *out << row.name;
-}
-
-std::string replaced(std::size_t position, const std::string& by) {
-    return std::string(KNOWN_TEXT).replace(position, by.size(), by);
-}
-
-constexpr std::string_view TOO_SHORT = "the text has fewer than 56 digits";
-constexpr std::string_view NO_DIGIT = "the text holds a character that is no hexadecimal digit";
-constexpr std::string_view FALSE_TAG = "the text is damaged or was encrypted with another key";
-
-const BadText BAD_TEXTS[] = {
-    {"Empty", "", TOO_SHORT},
-    {"NonceOnly", KNOWN_TEXT.substr(0, 24), TOO_SHORT},
-    {"OneDigitShortOfATag", KNOWN_TEXT.substr(0, 55), TOO_SHORT},
-    {"OddNumberOfDigits", KNOWN_TEXT + "0", "the text has an odd number of digits"},
-    {"LastDigitMissing", KNOWN_TEXT.substr(0, KNOWN_TEXT.size() - 1),
-     "the text has an odd number of digits"},
-    {"TooLong", std::string(65538, '0'), "the text has more than 65536 digits"},
-    {"TooLongAndOdd", std::string(65537, '0'), "the text has more than 65536 digits"},
-    {"LetterBehindF", replaced(0, "g"), NO_DIGIT},
-    {"CapitalBehindF", replaced(1, "G"), NO_DIGIT},
-    {"CharacterBeforeZero", replaced(30, "/"), NO_DIGIT},
-    {"CharacterBehindNine", replaced(30, ":"), NO_DIGIT},
-    {"CharacterBeforeCapitalA", replaced(30, "@"), NO_DIGIT},
-    {"CharacterBeforeA", replaced(31, "`"), NO_DIGIT},
-    {"LastCharacter", replaced(KNOWN_TEXT.size() - 1, "x"), NO_DIGIT},
-    {"HexadecimalPrefix", replaced(0, "0x"), NO_DIGIT},
-    {"Blank", replaced(10, " "), NO_DIGIT},
-    {"LineFeedAtTheEnd", KNOWN_TEXT + "\r\n", NO_DIGIT},
-    {"Nul", replaced(10, std::string(1, '\0')), NO_DIGIT},
-    {"HighByte", replaced(10, "\xC3\xA4"), NO_DIGIT},
-    {"FormatString", replaced(0, "%s%n%s%n"), NO_DIGIT},
-    {"LastByteMissing", KNOWN_TEXT.substr(0, KNOWN_TEXT.size() - 2), FALSE_TAG},
-    {"FirstByteMissing", KNOWN_TEXT.substr(2), FALSE_TAG},
-    {"OneByteMore", KNOWN_TEXT + "00", FALSE_TAG},
-    {"LongestOfZeros", std::string(65536, '0'), FALSE_TAG},
-    {"ShortestOfZeros", std::string(56, '0'), FALSE_TAG},
-};
-
-class BadEncryptedText : public DataDecryption, public testing::WithParamInterface<BadText> {};
-
-} // namespace
-
-TEST_F(DataDecryption, DecryptsAKnownText) {
-    expectText(KNOWN_TEXT, keyFile, KNOWN_PLAIN_TEXT);
-}
-
-TEST_F(DataDecryption, TakesDigitsOfEitherCase) {
-    expectText(upperCase(KNOWN_TEXT), keyFile, KNOWN_PLAIN_TEXT);
-    expectText(upperCase(KNOWN_TEXT.substr(0, 41)) + KNOWN_TEXT.substr(41), keyFile,
-               KNOWN_PLAIN_TEXT);
+TEST_F(DataDecryption, RecoversAKnownTextInDigitsOfEitherCase) {
+    expectText(KNOWN_TEXT, KNOWN_PLAIN_TEXT);
+    expectText(upperCase(KNOWN_TEXT), KNOWN_PLAIN_TEXT);
+    expectText(upperCase(KNOWN_TEXT.substr(0, 41)) + KNOWN_TEXT.substr(41), KNOWN_PLAIN_TEXT);
 }
 
 // Test cases 13 and 14 of the GCM algorithm's published vectors: key and nonce of zeros.
-TEST_F(DataDecryption, DecryptsThePublishedVectors) {
+TEST_F(DataDecryption, RecoversThePublishedVectors) {
     writeFile(keyFile, std::string(32, '\0'));
     const std::string nonce(24, '0');
-    expectText(nonce + "cea7403d4d606b6e074ec5d3baf39d18d0d1c8a799996bf0265b98b5d48ab919", keyFile,
+    expectText(nonce + "cea7403d4d606b6e074ec5d3baf39d18d0d1c8a799996bf0265b98b5d48ab919",
                std::string(16, '\0'));
-    expectText(nonce + "530f8afbc74536b9a963b4f1c4cb738b", keyFile, "");
+    expectText(nonce + "530f8afbc74536b9a963b4f1c4cb738b", "");
 }
 
-TEST_P(BadEncryptedText, GivesAnEmptyTextAndTheReason) {
-    expectFailure(GetParam().text, keyFile, std::string(GetParam().reason));
+TEST_F(DataDecryption, GivesAnEmptyTextAndTheReasonForABadText) {
+    for (const auto& [text, reason] : std::vector<std::pair<std::string, std::string>>{
+             {"", TOO_SHORT},
+             {KNOWN_TEXT.substr(0, 24), TOO_SHORT},
+             {KNOWN_TEXT.substr(0, 55), TOO_SHORT},
+             {KNOWN_TEXT + "0", ODD},
+             {KNOWN_TEXT.substr(0, KNOWN_TEXT.size() - 1), ODD},
+             {std::string(65538, '0'), TOO_LONG},
+             {std::string(65537, '0'), TOO_LONG},
+             {replaced(0, "g"), NO_DIGIT},
+             {replaced(1, "G"), NO_DIGIT},
+             {replaced(30, "/"), NO_DIGIT}, // before "0"
+             {replaced(30, ":"), NO_DIGIT}, // behind "9"
+             {replaced(30, "@"), NO_DIGIT}, // before "A"
+             {replaced(31, "`"), NO_DIGIT}, // before "a"
+             {replaced(KNOWN_TEXT.size() - 1, "x"), NO_DIGIT},
+             {replaced(0, "0x"), NO_DIGIT},
+             {replaced(10, " "), NO_DIGIT},
+             {KNOWN_TEXT + "\r\n", NO_DIGIT},
+             {replaced(10, "\0"s), NO_DIGIT},
+             {replaced(10, "\xC3\xA4"), NO_DIGIT},
+             {replaced(0, "%s%n%s%n"), NO_DIGIT},
+             {KNOWN_TEXT.substr(0, KNOWN_TEXT.size() - 2), FALSE_TAG},
+             {KNOWN_TEXT.substr(2), FALSE_TAG},
+             {KNOWN_TEXT + "00", FALSE_TAG},
+             {std::string(65536, '0'), FALSE_TAG},
+             {std::string(56, '0'), FALSE_TAG},
+         }) {
+        expectFailure(text, keyFile, reason);
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, BadEncryptedText, testing::ValuesIn(BAD_TEXTS),
-                         [](const testing::TestParamInfo<BadText>& row) {
-                             return std::string(row.param.name);
-                         });
-
-TEST_F(DataDecryption, EverySingleFlippedBitIsFound) {
+TEST_F(DataDecryption, FindsEverySingleFlippedBit) {
     const OutputCapture errors(2);
     std::string lines;
     for (std::size_t bit = 0; bit < KNOWN_TEXT.size() * 4; ++bit) {
@@ -166,105 +142,90 @@ TEST_F(DataDecryption, EverySingleFlippedBitIsFound) {
         const auto value = std::stoul(text.substr(bit / 4, 1), nullptr, 16) ^ (1UL << (bit % 4));
         text[bit / 4] = "0123456789abcdef"[value];
         EXPECT_EQ(decryptHexString(text, keyFile), "") << "bit " << bit;
-        lines += "data_decryption: " + std::string(FALSE_TAG) + "\n";
+        lines += "data_decryption: " + FALSE_TAG + "\n";
     }
     EXPECT_EQ(errors.text(), lines);
 }
 
-TEST_F(DataDecryption, AnotherKeyIsRefused) {
-    std::string key = countingKey();
+TEST_F(DataDecryption, RefusesAnotherKey) {
     key.back() = static_cast<char>(key.back() ^ 1);
     writeFile(keyFile, key);
-    expectFailure(KNOWN_TEXT, keyFile, std::string(FALSE_TAG));
+    expectFailure(KNOWN_TEXT, keyFile, FALSE_TAG);
 }
 
-TEST_F(DataDecryption, KeyFileMustHoldExactly32Bytes) {
+TEST_F(DataDecryption, NeedsAKeyFileOfExactly32Bytes) {
     const std::string reason = "the key file " + keyFile + " does not hold exactly 32 bytes";
-    for (const auto& content : {std::string(), countingKey().substr(1), countingKey() + "\n",
-                                countingKey() + countingKey(), std::string(100'000, 'k')}) {
+    for (const std::string& content :
+         {""s, key.substr(1), key + "\n", key + key, std::string(100'000, 'k')}) {
         writeFile(keyFile, content);
         expectBadKeyFile(keyFile, reason);
     }
 }
 
-TEST_F(DataDecryption, KeyFileMustBeThere) {
+TEST_F(DataDecryption, NeedsAKeyFileThatCanBeRead) {
     const std::string missing = directory.file("missing");
-    expectBadKeyFile(missing,
-                     "the key file " + missing + " cannot be read: No such file or directory");
-    expectBadKeyFile("", "the key file  cannot be read: No such file or directory");
-}
-
-TEST_F(DataDecryption, KeyFileMustBeARegularFile) {
     const std::string fifo = directory.file("fifo");
-    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    expectBadKeyFile(fifo, "the key file " + fifo + " is not a regular file");
-    expectBadKeyFile(directory.path(),
-                     "the key file " + directory.path() + " is not a regular file");
-    expectBadKeyFile("/dev/zero", "the key file /dev/zero is not a regular file");
-}
-
-TEST_F(DataDecryption, KeyFileThatCannotBeOpenedIsReported) {
     const std::string loop = directory.file("loop");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     std::filesystem::create_symlink(loop, loop);
-    expectBadKeyFile(loop,
-                     "the key file " + loop + " cannot be read: Too many levels of symbolic links");
-}
-
-TEST_F(DataDecryption, KeyFilePathIsNotCutAtANul) {
-    expectBadKeyFile(keyFile + std::string(1, '\0') + "x",
-                     "the key file's path holds a NUL character");
-}
-
-TEST_F(DataDecryption, EncryptedTextsComeBackWhole) {
-    std::string everyByte;
-    for (int byte = 0; byte < 256; ++byte) {
-        everyByte += static_cast<char>(byte);
+    for (const auto& [file, fault] : std::vector<std::pair<std::string, std::string>>{
+             {missing, " cannot be read: No such file or directory"},
+             {"", " cannot be read: No such file or directory"},
+             {loop, " cannot be read: Too many levels of symbolic links"},
+             {fifo, " is not a regular file"},
+             {directory.path(), " is not a regular file"},
+             {"/dev/zero", " is not a regular file"},
+         }) {
+        expectBadKeyFile(file, "the key file " + file + fault);
     }
-    for (const auto& plainText : {std::string("x"), std::string("p\xC3\xA4ss w\xC3\xB6rd%n"),
-                                  everyByte, std::string(MAX_PLAIN_SIZE, 'm')}) {
+    expectBadKeyFile(keyFile + "\0x"s, "the key file's path holds a NUL character");
+}
+
+TEST_F(DataDecryption, RecoversWhateverWasEncrypted) {
+    for (const std::string& plainText :
+         {"x"s, "p\xC3\xA4ss w\xC3\xB6rd%n"s, bytesUpTo(256), std::string(MAX_PLAIN_SIZE, 'm')}) {
         const std::string cipherHex = encryptHexString(plainText, keyFile);
         EXPECT_EQ(cipherHex.size(), 2 * (12 + plainText.size() + 16));
         EXPECT_EQ(cipherHex.find_first_not_of("0123456789abcdef"), std::string::npos);
-        expectText(cipherHex, keyFile, plainText);
+        expectText(cipherHex, plainText);
     }
 }
 
-TEST_F(DataDecryption, EveryEncryptionTakesAFreshNonce) {
+TEST_F(DataDecryption, MeetsAFreshNonceInEveryText) {
     const std::string first = encryptHexString("text", keyFile);
     const std::string second = encryptHexString("text", keyFile);
     EXPECT_NE(first.substr(0, 24), second.substr(0, 24));
     EXPECT_NE(first.substr(24), second.substr(24));
 }
 
-TEST_F(DataDecryption, TextsThatCouldNotComeBackAreNotEncrypted) {
+TEST_F(DataDecryption, NeverMeetsATextThatCouldNotComeBack) {
     expectEncryptionFailure("", keyFile, "an empty text cannot be encrypted");
     expectEncryptionFailure(std::string(MAX_PLAIN_SIZE + 1, 'm'), keyFile,
                             "the text has more than 32740 bytes");
 }
 
-TEST_F(DataDecryption, CallersOpensslErrorsStayAsTheyWere) {
+TEST_F(DataDecryption, LeavesTheCallersOpensslErrorsAsTheyWere) {
     ERR_clear_error();
     ERR_raise(ERR_LIB_USER, 42);
     const auto error = ERR_peek_last_error();
-    expectFailure(replaced(60, "00"), keyFile, std::string(FALSE_TAG));
-    expectText(KNOWN_TEXT, keyFile, KNOWN_PLAIN_TEXT);
+    expectFailure(replaced(60, "00"), keyFile, FALSE_TAG);
+    expectText(KNOWN_TEXT, KNOWN_PLAIN_TEXT);
     EXPECT_NE(encryptHexString("text", keyFile), "");
     EXPECT_EQ(ERR_get_error(), error);
     EXPECT_EQ(ERR_get_error(), 0U);
 }
 
-TEST_F(DataDecryption, ThreadsDecryptSideBySide) {
+TEST_F(DataDecryption, WorksOnSeveralThreadsAtOnce) {
     std::vector<std::string> results(8);
     std::vector<std::thread> threads;
-    threads.reserve(results.size());
-    for (auto& result : results) {
+    for (std::string& result : results) {
         threads.emplace_back([&] {
             for (int round = 0; round < 50; ++round) {
                 result = decryptHexString(encryptHexString("round", keyFile), keyFile);
             }
         });
     }
-    for (auto& thread : threads) {
+    for (std::thread& thread : threads) {
         thread.join();
     }
     EXPECT_EQ(results, std::vector<std::string>(8, "round"));

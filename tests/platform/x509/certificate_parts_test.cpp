@@ -1,0 +1,111 @@
+// Names, key usage and dates.
+
+#include "platform/x509/certificate_chain.h"
+#include "platform/x509/dates.h"
+#include "platform/x509/key_usage.h"
+#include "platform/x509/names.h"
+#include "tests/support/certificates.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Parts = std::vector<std::pair<std::string, std::string>>;
+
+CertificateHandle madeWith(const CertificateOptions& options) {
+    CertificateChain chain = readCertificates(makeSelfSigned(options).certificate);
+    return std::move(chain.at(0));
+}
+
+Parts partsOf(const X509_NAME* name) {
+    Parts parts;
+    for (const NamePart& part : namePartsOf(name)) {
+        parts.emplace_back(part.property, part.value.value_or("(nothing)"));
+    }
+    return parts;
+}
+
+Parts subjectParts(const std::vector<std::pair<std::string, std::string>>& subject) {
+    return partsOf(X509_get_subject_name(madeWith({.subject = subject}).get()));
+}
+
+} // namespace
+
+TEST(NameParts, HaveRedfishNamesAndAFixedOrder) {
+    EXPECT_EQ(subjectParts({{"emailAddress", "a@b"},
+                            {"C", "DE"},
+                            {"ST", "Bayern"},
+                            {"L", "M\xc3\xbcnchen"},
+                            {"O", "Example, Ltd."},
+                            {"OU", "Boards"},
+                            {"OU", "Second"},
+                            {"CN", "bmc"}}),
+              (Parts{{"CommonName", "bmc"},
+                     {"Organization", "Example, Ltd."},
+                     {"OrganizationalUnit", "Boards"},
+                     {"City", "M\xc3\xbcnchen"},
+                     {"State", "Bayern"},
+                     {"Country", "DE"},
+                     {"Email", "a@b"},
+                     {"DisplayString", "CN=bmc,OU=Second,OU=Boards,O=Example\\, Ltd.,"
+                                       "L=M\xc3\xbcnchen,ST=Bayern,C=DE,emailAddress=a@b"}}));
+    EXPECT_EQ(subjectParts({}), (Parts{{"DisplayString", ""}}));
+}
+
+TEST(NameParts, HoldWhatStandsInTheCertificate) {
+    EXPECT_EQ(subjectParts({{"CN", "a\nb"}}),
+              (Parts{{"CommonName", "a\nb"}, {"DisplayString", "CN=a\\0Ab"}}));
+}
+
+TEST(NameParts, AreEmptyWhenTheyAreNoText) {
+    const NameHandle name(X509_NAME_new());
+    const unsigned char text[] = {0xff, 0xfe};
+    ASSERT_EQ(
+        X509_NAME_add_entry_by_NID(name.get(), NID_commonName, V_ASN1_UTF8STRING, text, 2, -1, 0),
+        1);
+    EXPECT_EQ(partsOf(name.get()).at(0), Parts::value_type("CommonName", "(nothing)"));
+}
+
+TEST(KeyUsage, HasARedfishNameForEveryBitAndPurpose) {
+    const std::vector<std::string> names = {
+        "DigitalSignature", "NonRepudiation",       "KeyEncipherment",      "DataEncipherment",
+        "KeyAgreement",     "KeyCertSign",          "CRLSigning",           "EncipherOnly",
+        "DecipherOnly",     "ServerAuthentication", "ClientAuthentication", "CodeSigning",
+        "EmailProtection",  "Timestamping",         "OCSPSigning"};
+    const CertificateHandle all = madeWith(
+        {.extensions = {
+             {"keyUsage",
+              "digitalSignature,nonRepudiation,keyEncipherment,dataEncipherment,keyAgreement,"
+              "keyCertSign,cRLSign,encipherOnly,decipherOnly"},
+             {"extendedKeyUsage", "OCSPSigning,1.2.3,timeStamping,emailProtection,codeSigning,"
+                                  "clientAuth,serverAuth"}}});
+    EXPECT_EQ(keyUsageOf(all.get()), names);
+    for (const std::string& name : names) {
+        const std::optional<KeyUsageValue> usage = keyUsageNamed(name);
+        ASSERT_TRUE(usage.has_value()) << name;
+        EXPECT_EQ(usage->name, name);
+        EXPECT_NE(usage->bit >= 0, usage->purpose != 0) << name;
+    }
+    EXPECT_EQ(keyUsageNamed("digitalSignature"), std::nullopt);
+    EXPECT_TRUE(keyUsageOf(madeWith({}).get()).empty());
+}
+
+TEST(Dates, AreShownInUtc) {
+    const CertificateHandle certificate =
+        madeWith({.notBefore = "19600102030405Z", .notAfter = "99991231235959Z"});
+    EXPECT_EQ(isoTime(utcTime(X509_get0_notBefore(certificate.get())).value()),
+              "1960-01-02T03:04:05Z");
+    EXPECT_EQ(isoTime(utcTime(X509_get0_notAfter(certificate.get())).value()),
+              "9999-12-31T23:59:59Z");
+    std::tm early{};
+    early.tm_year = 42 - 1900;
+    early.tm_mday = 1;
+    EXPECT_EQ(isoTime(early), "0042-01-01T00:00:00Z");
+}
+
+TEST(Dates, AreNothingWhenTheyCannotBeRead) {
+    const CertificateHandle certificate = madeWith({});
+    ASN1_TIME* time = X509_getm_notAfter(certificate.get());
+    ASSERT_EQ(ASN1_STRING_set(time, "yesterday", -1), 1);
+    EXPECT_EQ(utcTime(time).has_value(), false);
+}
