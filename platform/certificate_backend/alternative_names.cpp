@@ -103,6 +103,18 @@ GeneralNameHandle textName(int form, std::string_view text) {
     return makeName(form, V_ASN1_IA5STRING, text.data(), text.size());
 }
 
+GeneralNameHandle dnsName(std::string_view text) {
+    return isDnsName(text) ? textName(GEN_DNS, text) : nullptr;
+}
+
+GeneralNameHandle uriName(std::string_view text) {
+    return isUri(text) ? textName(GEN_URI, text) : nullptr;
+}
+
+GeneralNameHandle emailName(std::string_view text) {
+    return isEmail(text) ? textName(GEN_EMAIL, text) : nullptr;
+}
+
 GeneralNameHandle addressName(std::string_view text) {
     if (text.starts_with('[') && text.ends_with(']')) {
         text = text.substr(1, text.size() - 2);
@@ -120,31 +132,29 @@ GeneralNameHandle addressName(std::string_view text) {
                : nullptr;
 }
 
+// How to make a name of one form; null when the text has another.
+struct Form {
+    std::string_view prefix;
+    GeneralNameHandle (*make)(std::string_view text);
+};
+
+// In the order in which a value without a prefix is tried.
+constexpr std::array<Form, 4> FORMS = {
+    {{"ip:", addressName}, {"dns:", dnsName}, {"uri:", uriName}, {"email:", emailName}}};
+
 } // namespace
 
 GeneralNameHandle alternativeName(const std::string& value) {
     std::string_view text = value;
-    if (takePrefix(text, "dns:")) {
-        return isDnsName(text) ? textName(GEN_DNS, text) : nullptr;
+    for (const Form& form : FORMS) {
+        if (takePrefix(text, form.prefix)) {
+            return form.make(text);
+        }
     }
-    if (takePrefix(text, "ip:")) {
-        return addressName(text);
+    for (const Form& form : FORMS) {
+        if (GeneralNameHandle name = form.make(text)) {
+            return name;
+        }
     }
-    if (takePrefix(text, "email:")) {
-        return isEmail(text) ? textName(GEN_EMAIL, text) : nullptr;
-    }
-    if (takePrefix(text, "uri:")) {
-        return isUri(text) ? textName(GEN_URI, text) : nullptr;
-    }
-    GeneralNameHandle address = addressName(text);
-    if (address) {
-        return address;
-    }
-    if (isDnsName(text)) {
-        return textName(GEN_DNS, text);
-    }
-    if (isUri(text)) {
-        return textName(GEN_URI, text);
-    }
-    return isEmail(text) ? textName(GEN_EMAIL, text) : nullptr;
+    return nullptr;
 }

@@ -67,6 +67,14 @@ Fault certificateFault(X509* certificate, bool signatureCounts, const BoardClock
     return signatureCounts ? signatureFault(certificate) : std::nullopt;
 }
 
+Fault identityFault(const CertificateChain& chain, const std::string& rootCaFile,
+                    const BoardClock& clock) {
+    if (Fault fault = serverUseFault(chain.front().get())) {
+        return fault;
+    }
+    return rootCaFile.empty() ? std::nullopt : rootFault(chain, rootCaFile, clock);
+}
+
 } // namespace
 
 Fault validityFault(X509* certificate, const BoardClock& clock) {
@@ -139,14 +147,6 @@ Fault admissionFault(const ChainAndKey& certificate, CollectionKind kind,
             return fault;
         }
     }
-    if (Fault fault = privateKeyFault(certificate, kind)) {
-        return fault;
-    }
-    if (!isIdentity) {
-        return std::nullopt;
-    }
-    if (Fault fault = serverUseFault(first.get())) {
-        return fault;
-    }
-    return rootCaFile.empty() ? std::nullopt : rootFault(certificate.chain, rootCaFile, clock);
+    Fault fault = privateKeyFault(certificate, kind);
+    return fault || !isIdentity ? fault : identityFault(certificate.chain, rootCaFile, clock);
 }

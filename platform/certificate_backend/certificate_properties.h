@@ -4,7 +4,7 @@
 // Subject, ValidNotBefore, ValidNotAfter).
 
 #include "platform/certificate_backend.h"
-#include "platform/fault.h"
+#include "platform/posix/fault.h"
 #include "platform/x509/openssl_handles.h"
 
 // Fills key usage, issuer, subject and dates. The names hold CommonName, Organization,

@@ -2,7 +2,7 @@
 
 // The texts in which certificates come and go (Redfish Certificate 1.2, CertificateType).
 
-#include "platform/fault.h"
+#include "platform/posix/fault.h"
 #include "platform/x509/certificate_chain.h"
 
 #include <cstddef>

@@ -202,7 +202,7 @@ std::span<const std::string> arrayOf(const CSRRequest& request, const std::strin
                                                   : std::span(found->second);
 }
 
-Refusal readExtensions(const CSRRequest& request, CsrParameters& parameters) {
+Refusal readAlternativeNames(const CSRRequest& request, CsrParameters& parameters) {
     const std::span<const std::string> names = arrayOf(request, "AlternativeNames");
     if (names.size() > MOST_ALTERNATIVE_NAMES) {
         return wrongFormat("more than " + std::to_string(MOST_ALTERNATIVE_NAMES) + " names",
@@ -215,6 +215,10 @@ Refusal readExtensions(const CSRRequest& request, CsrParameters& parameters) {
         }
         parameters.alternativeNames.push_back(std::move(name));
     }
+    return std::nullopt;
+}
+
+Refusal readKeyUsage(const CSRRequest& request, CsrParameters& parameters) {
     for (const std::string& value : arrayOf(request, "KeyUsage")) {
         const std::optional<KeyUsageValue> usage = keyUsageNamed(value);
         if (!usage) {
@@ -275,7 +279,8 @@ std::optional<MessageInfo> readCsrParameters(const CSRRequest& request, CsrParam
     if (strange) {
         return strange;
     }
-    for (const auto& read : {readSubject, readAttributes, readExtensions, readKey}) {
+    for (const auto& read :
+         {readSubject, readAttributes, readAlternativeNames, readKeyUsage, readKey}) {
         Refusal refusal = read(request, parameters);
         if (refusal) {
             return refusal;

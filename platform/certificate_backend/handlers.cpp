@@ -26,18 +26,26 @@ Result machineFault(const char* handler, const char* reason) noexcept {
     return result;
 }
 
+// The thread's queue of OpenSSL errors is empty for the operation, and holds none of it afterwards.
+struct CleanErrorQueue {
+    CleanErrorQueue() {
+        ERR_clear_error();
+    }
+    ~CleanErrorQueue() {
+        ERR_clear_error();
+    }
+    CleanErrorQueue(const CleanErrorQueue&) = delete;
+    CleanErrorQueue& operator=(const CleanErrorQueue&) = delete;
+};
+
 template <typename Result, typename Operation>
 Result guarded(const char* handler, Operation operation) noexcept {
-    ERR_clear_error();
+    const CleanErrorQueue queue;
     try {
-        Result result = operation(currentSurroundings());
-        ERR_clear_error(); // this thread's queue is not left with our failures
-        return result;
+        return operation(currentSurroundings());
     } catch (const std::exception& error) {
-        ERR_clear_error();
         return machineFault<Result>(handler, error.what());
     } catch (...) {
-        ERR_clear_error();
         return machineFault<Result>(handler, "unknown error");
     }
 }

@@ -2,7 +2,7 @@
 
 // Textual encodings (RFC 7468): a text cut into its "-----BEGIN ...-----" blocks.
 
-#include "platform/fault.h"
+#include "platform/posix/fault.h"
 #include "platform/posix/secret_text.h"
 
 #include <string>

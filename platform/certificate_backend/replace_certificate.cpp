@@ -45,6 +45,15 @@ KeyHandle knownKey(const LockedDirectory& directory, ChainAndKey& installed, EVP
     return renewed ? std::move(installed.privateKey) : std::move(key);
 }
 
+Fault readAndDescribe(const ReplaceCertRequest& request, NewCertificate& certificate,
+                      CreateCertResult& result) {
+    if (Fault fault =
+            readCertificateText(request.certificateString, certificate.type, certificate.content)) {
+        return fault;
+    }
+    return describe(certificate, result);
+}
+
 // The certificates are the installed ones. A key beside them is checked all the same.
 CreateCertResult leaveInstalled(const LockedDirectory& directory, const NewCertificate& certificate,
                                 const ChainAndKey& installed, CreateCertResult result) {
@@ -79,19 +88,15 @@ CreateCertResult replaceCertificate(const Surroundings& surroundings,
     if (!type) {
         return refusedType(request);
     }
-    const LockedDirectory directory(surroundings.directory);
-    std::optional<ChainAndKey> installed = loadInstalled(directory, request.certificateUri);
-    if (!installed) {
-        return refused(400, resourceMissingAtUri(request.certificateUri));
-    }
     NewCertificate certificate = {
         request.certificateUri, collectionKindOf(collectionOf(request.certificateUri)), *type, {}};
-    CreateCertResult result;
-    if (const Fault fault =
-            readCertificateText(request.certificateString, *type, certificate.content)) {
-        return refusedText(*fault);
+    const LockedDirectory directory(surroundings.directory);
+    std::optional<ChainAndKey> installed = loadInstalled(directory, certificate.uri);
+    if (!installed) {
+        return refused(400, resourceMissingAtUri(certificate.uri));
     }
-    if (const Fault fault = describe(certificate, result)) {
+    CreateCertResult result;
+    if (const Fault fault = readAndDescribe(request, certificate, result)) {
         return refusedText(*fault);
     }
     if (sameCertificates(certificate.content.chain, installed->chain)) {

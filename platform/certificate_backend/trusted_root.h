@@ -3,7 +3,7 @@
 // Path validation (RFC 5280, 6).
 
 #include "platform/certificate_backend/board_clock.h"
-#include "platform/fault.h"
+#include "platform/posix/fault.h"
 #include "platform/x509/certificate_chain.h"
 
 #include <string>

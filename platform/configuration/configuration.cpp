@@ -7,9 +7,6 @@
 #include "platform/configuration/parser.h"
 #include "platform/posix/file_descriptor.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -60,16 +57,11 @@ std::optional<std::string> readFile(const std::string& path) {
     if (path.empty() || path.find('\0') != std::string::npos) {
         return std::nullopt;
     }
-    // Not blocking, so that a FIFO in the file's place cannot hold the caller up.
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    const FileDescriptor file = openForReading(path);
     if (file.get() < 0) {
         return errno == ENOENT || errno == ENOTDIR ? std::nullopt : unreadable(path, errno);
     }
-    struct stat status {};
-    if (::fstat(file.get(), &status) != 0) {
-        return unreadable(path, errno);
-    }
-    if (!S_ISREG(status.st_mode)) {
+    if (!isRegularFile(file)) {
         return unreadable(path, "Not a regular file");
     }
     return readAll(file, path);

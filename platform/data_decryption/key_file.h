@@ -2,7 +2,7 @@
 
 // The key of encrypted texts and the file that holds it.
 
-#include "platform/fault.h"
+#include "platform/posix/fault.h"
 
 #include <array>
 #include <cstddef>

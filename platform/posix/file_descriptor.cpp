@@ -1,5 +1,7 @@
 #include "platform/posix/file_descriptor.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,6 +14,15 @@ FileDescriptor::~FileDescriptor() {
     if (mDescriptor >= 0) {
         ::close(mDescriptor);
     }
+}
+
+FileDescriptor openForReading(const std::string& path) {
+    return FileDescriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+}
+
+bool isRegularFile(const FileDescriptor& file) {
+    struct stat status = {};
+    return ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 ssize_t readUpTo(const FileDescriptor& file, void* buffer, std::size_t size) {

@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <string>
 
 // Owns a file descriptor and closes it at the end of the scope. A negative number, as open returns
 // it on a failure, owns nothing.
@@ -24,6 +25,12 @@ public:
 private:
     int mDescriptor;
 };
+
+// Opens the file for reading. Owns nothing when that fails, with the reason in errno. A FIFO in the
+// file's place does not hold the caller up.
+[[nodiscard]] FileDescriptor openForReading(const std::string& path);
+
+[[nodiscard]] bool isRegularFile(const FileDescriptor& file);
 
 // Reads up to size bytes, fewer only at the end of the file. Returns their number, or -1 with errno
 // when reading fails. A signal in between does no harm.
