@@ -31,7 +31,8 @@ std::string unquote(std::string_view text) {
         plain += text.substr(0, 1);
         text.remove_prefix(text.empty() ? 0 : 1);
     }
-    return plain += text;
+    plain += text;
+    return plain;
 }
 
 std::optional<double> extractDouble(std::string_view text) {
@@ -137,4 +138,8 @@ std::string compactJsonText(const nlohmann::json& value) {
         logStoreError(std::string("Dump JSON object error. EXCEPTION=") + failure.what());
         return {};
     }
+}
+
+std::string quotedText(const std::string& text) {
+    return '"' + text + '"';
 }

@@ -21,3 +21,6 @@
 // The compact JSON text of a scalar, UTF-8 as it is. Empty, and told on standard error, when the
 // value is a string that is no valid UTF-8.
 [[nodiscard]] std::string compactJsonText(const nlohmann::json& value);
+
+// The stored form of a string in which nothing is escaped: the text between double quotes.
+[[nodiscard]] std::string quotedText(const std::string& text);

@@ -3,6 +3,12 @@
 #include "core/protocol/fields.h"
 #include "core/protocol/redfish_names.h"
 
+namespace {
+
+constexpr char MEMBERS_SEGMENT[] = "/Members";
+
+} // namespace
+
 void addMarkerPrefix(std::string& key) {
     if (!key.starts_with(MARKER_PREFIX)) {
         key.insert(0, MARKER_PREFIX);
@@ -13,8 +19,16 @@ std::string parentUri(const std::string& uri) {
     return uri.substr(0, uri.find_last_of('/'));
 }
 
+std::string memberUri(const std::string& collectionUri, const std::string& identifier) {
+    return collectionUri + "/" + identifier;
+}
+
+std::string withoutMembersSegment(const std::string& uri) {
+    return uri.ends_with(MEMBERS_SEGMENT) ? parentUri(uri) : uri;
+}
+
 std::string memberListKey(const std::string& collectionUri) {
-    return MARKER_PREFIX + collectionUri + "/Members";
+    return MARKER_PREFIX + collectionUri + MEMBERS_SEGMENT;
 }
 
 std::string supportedTypesKey(const std::string& collectionUri) {

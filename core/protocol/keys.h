@@ -15,6 +15,13 @@ void addMarkerPrefix(std::string& key);
 // no "/".
 [[nodiscard]] std::string parentUri(const std::string& uri);
 
+// The URI of the collection's member of this identifier.
+[[nodiscard]] std::string memberUri(const std::string& collectionUri,
+                                    const std::string& identifier);
+
+// The collection at whose members a request was aimed: a last segment "Members" is taken off.
+[[nodiscard]] std::string withoutMembersSegment(const std::string& uri);
+
 // The list of a collection's members, and the list of the certificate types that it accepts.
 [[nodiscard]] std::string memberListKey(const std::string& collectionUri);
 [[nodiscard]] std::string supportedTypesKey(const std::string& collectionUri);
