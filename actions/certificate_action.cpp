@@ -6,7 +6,7 @@
 #include "core/protocol/fields.h"
 #include "core/protocol/message_ids.h"
 #include "core/protocol/redfish_names.h"
-#include "core/protocol/status_words.h"
+#include "requests/refusal.h"
 #include "requests/request_record.h"
 #include "requests/return_status.h"
 #include "store/resource_store.h"
@@ -16,22 +16,21 @@
 namespace {
 
 // False when the target is no action of this service; the request is answered in either case.
-bool runAction(redisContext* context, nlohmann::json& record, const std::string& statusKey,
-               const std::string& returnChannel) {
+bool runAction(const AnswerPlace& place, nlohmann::json& record) {
     const std::string requestDataKey = stringMember(record, REQUEST_DATA_FIELD);
     const std::string targetUri = stringMember(record, TARGET_URI_FIELD);
     if (targetUri == GENERATE_CSR_ACTION_URI) {
-        // Needed only by a task, but read for every request.
+        // Needed only by a task, but a request without it is at fault in either case.
         const std::string taskUri = stringMember(record, TASK_FIELD);
-        (void)generateCSR(context, returnChannel, requestDataKey, statusKey, taskUri);
+        (void)generateCSR(place.context, place.returnChannel, requestDataKey, place.statusKey,
+                          taskUri);
         return true;
     }
     if (targetUri == REPLACE_CERTIFICATE_ACTION_URI) {
-        (void)replaceCertificate(context, requestDataKey, statusKey);
+        (void)replaceCertificate(place.context, requestDataKey, place.statusKey);
         return true;
     }
-    (void)writeReturnStatus(context, statusKey, nlohmann::json::object(), STATUS_FAILURE,
-                            MSG_ACTION_NOT_SUPPORTED, {targetUri}, true);
+    (void)writeAnswer(place, failureAnswer(MSG_ACTION_NOT_SUPPORTED, {targetUri}));
     return false;
 }
 
@@ -48,8 +47,8 @@ bool handleCertificateAction(redisContext* context, const std::string& requestKe
         gLogger->error("Certificate action: get request data structure failed.");
         return false;
     }
-    const std::string returnChannel = stringMember(record, RETURN_CHANNEL_FIELD);
-    const bool isKnown = runAction(context, record, statusKey, returnChannel);
-    publishReply(context, returnChannel, statusKey);
+    const AnswerPlace place = {context, statusKey, stringMember(record, RETURN_CHANNEL_FIELD)};
+    const bool isKnown = runAction(place, record);
+    publishReply(place);
     return isKnown;
 }

@@ -1,12 +1,15 @@
 #include "actions/csr_worker.h"
 
+#include "actions/csr_request.h"
 #include "actions/csr_response.h"
 #include "actions/pending_csr.h"
 #include "actions/task_state.h"
+#include "core/at_scope_end.h"
 #include "core/logger.h"
 #include "core/protocol/keys.h"
 #include "core/protocol/messages.h"
 #include "core/redis_connection.h"
+#include "requests/backend_result.h"
 #include "requests/return_status.h"
 
 #include <nlohmann/json.hpp>
@@ -16,25 +19,18 @@
 
 namespace {
 
-constexpr std::int32_t SUCCESS = 200;
 constexpr int MAX_FAILED_TAKES = 3;
 
 // The password is gone when the backend has returned, however it returned.
 CSRResult callBackend(CSRRequest& request) {
-    struct PasswordWiper {
-        CSRRequest& request;
-        ~PasswordWiper() {
-            wipeChallengePassword(request);
-        }
-    };
-    const PasswordWiper wiper = {request};
+    const AtScopeEnd wiper([&request] { wipeChallengePassword(request); });
     return generateCSRHandler(request);
 }
 
 void runTask(redisContext* context, PendingCSR& record) {
     publishTaskState(context, {record.taskUri, TASK_RUNNING});
     const CSRResult result = callBackend(record.request);
-    if (result.code == SUCCESS) {
+    if (isBackendSuccess(result.code)) {
         completeCSRTask(context, record.taskUri, result.csr, record.collectionUri);
         return;
     }
@@ -89,8 +85,8 @@ void completeCSRTask(redisContext* context, const std::string& taskUri, const st
 
 void failCSRTask(redisContext* context, const std::string& taskUri, std::int32_t code,
                  const MessageInfo& message) {
-    (void)writeReturnStatus(context, taskResultKey(taskUri), nlohmann::json::object(),
-                            errorStatus(code), errorMessageId(code, message), message.MessageArgs,
-                            message.RelatedProperties, false);
+    Answer answer = backendFailure(code, message);
+    answer.expires = false;
+    (void)writeAnswer({context, taskResultKey(taskUri), ""}, answer);
     publishTaskState(context, {taskUri, TASK_EXCEPTION});
 }

@@ -1,7 +1,5 @@
 #include "actions/pending_csr.h"
 
-#include "core/secret.h"
-
 PendingCSRQueue pendingCSRQueue;
 
 namespace {
@@ -36,11 +34,4 @@ PendingCSR* takePendingCSR() {
         pendingCSRQueue.entries.pop_front();
     }
     return oldest;
-}
-
-void wipeChallengePassword(CSRRequest& request) {
-    const auto password = request.stringParameters.find("ChallengePassword");
-    if (password != request.stringParameters.end()) {
-        wipeText(password->second);
-    }
 }

@@ -33,6 +33,3 @@ void pushPendingCSR(PendingCSR* record);
 // Waits until the queue holds an entry and takes the oldest. A null entry is returned and stays
 // where it is.
 [[nodiscard]] PendingCSR* takePendingCSR();
-
-// Overwrites the plain text of the request's challenge password.
-void wipeChallengePassword(CSRRequest& request);

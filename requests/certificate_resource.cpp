@@ -2,6 +2,7 @@
 
 #include "core/logger.h"
 #include "core/protocol/certificate_defaults.h"
+#include "core/protocol/fields.h"
 #include "core/protocol/keys.h"
 #include "core/protocol/redfish_names.h"
 #include "core/redis_commands.h"
@@ -10,9 +11,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <unordered_map>
-#include <vector>
 
 namespace {
 
@@ -26,14 +25,6 @@ nlohmann::json identifierObject(const std::unordered_map<std::string, std::strin
 }
 
 } // namespace
-
-bool isSupportedCertificateType(redisContext* context, const std::string& collectionUri,
-                                const std::string& certificateType) {
-    std::vector<std::string> supported;
-    (void)redisLRange(context, supportedTypesKey(collectionUri), supported);
-    const std::string jsonText = '"' + certificateType + '"';
-    return std::find(supported.begin(), supported.end(), jsonText) != supported.end();
-}
 
 void addCertificateProperties(nlohmann::json& body, const CreateCertResult& result) {
     body[ISSUER] = identifierObject(result.issuer);
@@ -53,6 +44,20 @@ bool createCertificateResource(redisContext* context, nlohmann::json& body,
         body[property] = value;
     }
     return writeResource(context, newUri, body) == STORE_OK;
+}
+
+void setPrivateKeyReference(redisContext* context, const std::string& certificateUri,
+                            const std::string& privateKeyValue) {
+    (void)redisHSet(context, certificateUri, CERT_PRIVATE_KEY_FIELD, privateKeyValue);
+}
+
+void replacePrivateKeyReference(redisContext* context, const std::string& certificateUri,
+                                const std::string& privateKeyValue) {
+    if (privateKeyValue.empty()) {
+        (void)redisHDel(context, certificateUri, CERT_PRIVATE_KEY_FIELD);
+    } else {
+        setPrivateKeyReference(context, certificateUri, privateKeyValue);
+    }
 }
 
 bool addCollectionMember(redisContext* context, const std::string& newUri,

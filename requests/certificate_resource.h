@@ -11,12 +11,6 @@
 
 struct redisContext;
 
-// True when the collection's list "@Redfish.SupportedCertificates" holds the type. False also for a
-// list that is missing or cannot be read.
-[[nodiscard]] bool isSupportedCertificateType(redisContext* context,
-                                              const std::string& collectionUri,
-                                              const std::string& certificateType);
-
 // Puts what the backend found out about the certificate into the body. A missing e-mail address of
 // subject or issuer becomes null.
 void addCertificateProperties(nlohmann::json& body, const CreateCertResult& result);
@@ -26,6 +20,15 @@ void addCertificateProperties(nlohmann::json& body, const CreateCertResult& resu
 [[nodiscard]] bool createCertificateResource(redisContext* context, nlohmann::json& body,
                                              const std::string& identifier,
                                              const std::string& newUri);
+
+// Records where the backend keeps the certificate's private key. A failure is ignored: the
+// certificate is installed.
+void setPrivateKeyReference(redisContext* context, const std::string& certificateUri,
+                            const std::string& privateKeyValue);
+
+// The same for a certificate that has one already, which an empty value removes.
+void replacePrivateKeyReference(redisContext* context, const std::string& certificateUri,
+                                const std::string& privateKeyValue);
 
 // Puts a reference to the certificate at the head of the collection's members and updates the
 // collection's count and entity tag. False when one of the two failed.

@@ -1,7 +1,6 @@
 #include "requests/collection_lock.h"
 
-#include "core/logger.h"
-#include "requests/return_status.h"
+#include "requests/refusal.h"
 
 #include <unistd.h>
 
@@ -16,6 +15,7 @@ constexpr useconds_t PAUSE_MICROSECONDS = 100000;
 } // namespace
 
 bool tryLockWithTimeout(pthread_mutex_t* mutex, int seconds) {
+    // Computed in 64 bits and cut to 32: the number wraps by rule, without an overflow.
     const auto pauses =
         static_cast<std::int32_t>(static_cast<std::int64_t>(seconds) * TRIES_PER_SECOND);
     for (std::int32_t i = 0; i <= pauses; ++i) {
@@ -27,26 +27,21 @@ bool tryLockWithTimeout(pthread_mutex_t* mutex, int seconds) {
     return false;
 }
 
-bool lockCollection(redisContext* context, pthread_mutex_t* collectionLock,
-                    const std::string& returnChannel, const std::string& statusKey,
-                    const char* reason) {
+bool lockCollection(pthread_mutex_t* collectionLock, const AnswerPlace& place, const char* reason) {
     if (tryLockWithTimeout(collectionLock, LOCK_SECONDS)) {
         return true;
     }
-    gLogger->error("%s", reason);
-    writeBusyReturnStatus(context, statusKey);
-    publishReply(context, returnChannel, statusKey);
+    (void)refuseRequest(place, reason, busyAnswer());
+    publishReply(place);
     return false;
 }
 
-void unlockAndReply(redisContext* context, pthread_mutex_t* collectionLock,
-                    const std::string& returnChannel, const std::string& statusKey,
-                    bool succeeded) {
-    if (succeeded) {
-        (void)pthread_mutex_unlock(collectionLock);
-        publishReply(context, returnChannel, statusKey);
-    } else {
-        publishReply(context, returnChannel, statusKey);
-        (void)pthread_mutex_unlock(collectionLock);
-    }
+void unlockThenReply(pthread_mutex_t* collectionLock, const AnswerPlace& place) {
+    (void)pthread_mutex_unlock(collectionLock);
+    publishReply(place);
+}
+
+void replyThenUnlock(pthread_mutex_t* collectionLock, const AnswerPlace& place) {
+    publishReply(place);
+    (void)pthread_mutex_unlock(collectionLock);
 }

@@ -1,21 +1,24 @@
 #include "requests/create_certificate.h"
 
+#include "core/at_scope_end.h"
 #include "core/logger.h"
 #include "core/protocol/fields.h"
 #include "core/protocol/keys.h"
-#include "core/protocol/message_ids.h"
 #include "core/protocol/redfish_names.h"
 #include "core/protocol/status_words.h"
-#include "core/redis_commands.h"
+#include "core/secret.h"
 #include "core/settings.h"
 #include "platform/certificate_backend.h"
+#include "requests/backend_result.h"
 #include "requests/certificate_resource.h"
 #include "requests/collection_lock.h"
 #include "requests/event_group.h"
 #include "requests/identifiers.h"
+#include "requests/refusal.h"
 #include "requests/request_record.h"
 #include "requests/resource_events.h"
 #include "requests/return_status.h"
+#include "requests/supported_types.h"
 #include "store/resource_store.h"
 
 #include <nlohmann/json.hpp>
@@ -23,49 +26,18 @@
 namespace {
 
 constexpr int RANDOM_ID_BYTES = 4;
-constexpr std::int32_t SUCCESS = 200;
 
-struct CreateRecord {
-    std::string returnChannel;
-    std::string requestDataKey;
-    std::string collectionUri;
-};
-
-std::string withoutMembersSegment(const std::string& uri) {
-    return uri.ends_with("/Members") ? parentUri(uri) : uri;
-}
-
-CreateRecord readRecord(nlohmann::json& record) {
-    CreateRecord fields;
-    fields.returnChannel = stringMember(record, RETURN_CHANNEL_FIELD);
-    fields.requestDataKey = stringMember(record, REQUEST_DATA_FIELD);
-    fields.collectionUri = withoutMembersSegment(stringMember(record, TARGET_URI_FIELD));
-    return fields;
-}
-
-bool isComplete(const CreateRecord& fields) {
-    return !fields.returnChannel.empty() && !fields.requestDataKey.empty() &&
-           !fields.collectionUri.empty();
-}
-
-void refuseType(redisContext* context, const std::string& statusKey,
-                const std::string& certificateType) {
-    (void)writeReturnStatus(context, statusKey, nlohmann::json::object(), STATUS_FAILURE,
-                            MSG_PROPERTY_VALUE_NOT_IN_LIST, {certificateType, CERTIFICATE_TYPE},
-                            true);
-}
-
-// Stores and links what the backend has installed. The text of the failed step; null when all went
-// well.
+// The text of the failed step; null when all went well.
 const char* storeCertificate(redisContext* context, nlohmann::json& body,
                              const CreateCertRequest& request, const CreateCertResult& result) {
-    const std::string newUri = request.collectionUri + "/" + request.certificateId;
+    const std::string newUri = memberUri(request.collectionUri, request.certificateId);
     addCertificateProperties(body, result);
     if (!createCertificateResource(context, body, request.certificateId, newUri)) {
         return "Create certificate: create resource failed";
     }
+    // Only now: the resource would have replaced the field.
     if (!result.privateKeyValue.empty()) {
-        (void)redisHSet(context, newUri, CERT_PRIVATE_KEY_FIELD, result.privateKeyValue);
+        setPrivateKeyReference(context, newUri, result.privateKeyValue);
     }
     if (!addCollectionMember(context, newUri, request.collectionUri)) {
         return "Create certificate: update Certificate Collection failed.";
@@ -76,71 +48,78 @@ const char* storeCertificate(redisContext* context, nlohmann::json& body,
     return nullptr;
 }
 
-int finishCertificateCreate(redisContext* context, const std::string& newUri,
-                            const std::string& collectionUri, const std::string& statusKey) {
-    (void)writeReturnStatus(context, statusKey, {{LOCATION_FIELD, newUri}}, STATUS_OK, EMPTY_VALUE,
-                            {}, true);
-    const std::uint32_t eventGroupId = getNextEventGroupId(context, gLogger);
-    return generateResourceEvent(context,
-                                 memberEventArguments("add", newUri, collectionUri, eventGroupId));
+int finishCertificateCreate(const AnswerPlace& place, const CreateCertRequest& request) {
+    const std::string newUri = memberUri(request.collectionUri, request.certificateId);
+    (void)writeAnswer(place, {STATUS_OK, {{LOCATION_FIELD, newUri}}, {}});
+    const std::uint32_t eventGroupId = getNextEventGroupId(place.context, gLogger);
+    return generateResourceEvent(
+        place.context, memberEventArguments("add", newUri, request.collectionUri, eventGroupId));
+}
+
+int installCertificate(const AnswerPlace& place, nlohmann::json& body,
+                       const CreateCertRequest& request) {
+    const CreateCertResult result = createCertificateHandler(request);
+    if (!isBackendSuccess(result.code)) {
+        (void)writeAnswer(place, backendFailure(result.code, result.message));
+        return 0;
+    }
+    const char* failure = storeCertificate(place.context, body, request, result);
+    if (failure != nullptr) {
+        return refuseRequest(place, failure);
+    }
+    return finishCertificateCreate(place, request);
 }
 
 } // namespace
 
 int handleCreateCertificate(redisContext* context, const std::string& requestKey,
                             const std::string& statusKey, pthread_mutex_t* collectionLock) {
+    AnswerPlace place = {context, statusKey, ""};
     if (requestKey.empty() || statusKey.empty()) {
-        return refuseRequest(context, statusKey,
-                             "Create certificate: request data structure error.");
+        return refuseRequest(place, "Create certificate: request data structure error.");
     }
     nlohmann::json record;
     if (getResource(context, requestKey, record) != STORE_OK) {
-        return refuseRequest(context, statusKey,
-                             "Create certificate: get request data structure failed.");
+        return refuseRequest(place, "Create certificate: get request data structure failed.");
     }
-    const CreateRecord fields = readRecord(record);
-    if (!isComplete(fields)) {
-        return refuseRequest(context, statusKey,
-                             "Create certificate: request structure missing property.");
+    place.returnChannel = stringMember(record, RETURN_CHANNEL_FIELD);
+    const std::string requestDataKey = stringMember(record, REQUEST_DATA_FIELD);
+    const std::string collectionUri = withoutMembersSegment(stringMember(record, TARGET_URI_FIELD));
+    if (place.returnChannel.empty() || requestDataKey.empty() || collectionUri.empty()) {
+        return refuseRequest(place, "Create certificate: request structure missing property.");
     }
-    if (!lockCollection(context, collectionLock, fields.returnChannel, statusKey,
-                        "Create certificate: get lock error.")) {
+    if (!lockCollection(collectionLock, place, "Create certificate: get lock error.")) {
         return 0;
     }
-    const int result =
-        createCertificate(context, fields.requestDataKey, fields.collectionUri, statusKey);
+    const int result = createCertificate(context, requestDataKey, collectionUri, statusKey);
     if (result == 0) {
         gLogger->error("Create certificate: create certificate error.");
+        replyThenUnlock(collectionLock, place);
+    } else {
+        unlockThenReply(collectionLock, place);
     }
-    unlockAndReply(context, collectionLock, fields.returnChannel, statusKey, result != 0);
     return result;
 }
 
 int createCertificate(redisContext* context, const std::string& requestDataKey,
                       const std::string& collectionUri, const std::string& statusKey) {
+    const AnswerPlace place = {context, statusKey, ""};
     nlohmann::json body;
-    if (getResource(context, requestDataKey, body) != STORE_OK) {
-        return refuseRequest(context, statusKey, "Create certificate: get request data failed.");
-    }
     CreateCertRequest request;
+    const AtScopeEnd wiper([&] {
+        wipeText(request.certificateString);
+        wipeDocument(body);
+    });
+    if (!readRequestBody(context, requestDataKey, body)) {
+        return refuseRequest(place, "Create certificate: get request data failed.");
+    }
     request.certificateType = stringMember(body, CERTIFICATE_TYPE);
-    if (!isSupportedCertificateType(context, collectionUri, request.certificateType)) {
-        refuseType(context, statusKey, request.certificateType);
+    if (!acceptsCertificateType(place, collectionUri, request.certificateType)) {
         return 0;
     }
     request.collectionUri = collectionUri;
     request.certificateId = generateRandomId(RANDOM_ID_BYTES);
-    request.certificateString = stringMember(body, CERTIFICATE_STRING);
+    request.certificateString = takeSecretMember(body, CERTIFICATE_STRING);
     request.rootCaFile = gRootCaFile;
-    const CreateCertResult result = createCertificateHandler(request);
-    if (result.code != SUCCESS) {
-        writeErrorReturnStatus(context, statusKey, result.code, result.message);
-        return 0;
-    }
-    const char* failure = storeCertificate(context, body, request, result);
-    if (failure != nullptr) {
-        return refuseRequest(context, statusKey, failure);
-    }
-    return finishCertificateCreate(context, collectionUri + "/" + request.certificateId,
-                                   collectionUri, statusKey);
+    return installCertificate(place, body, request);
 }

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <limits>
+#include <optional>
 #include <stdexcept>
 
 namespace {
@@ -15,8 +16,8 @@ namespace {
 constexpr std::int32_t UNSET_MAXIMUM = std::numeric_limits<std::int32_t>::max();
 std::atomic<std::int32_t> gMaxEventGroupId = UNSET_MAXIMUM;
 
-// The setting's value; UNSET_MAXIMUM, told in the log, when it is no number in range.
-std::int32_t parseMaximum(const std::string& text, Logger* logger) {
+// The setting's value; nothing, with the reason in the log, when it is no number in range.
+std::optional<std::int32_t> parseMaximum(const std::string& text, Logger* logger) {
     try {
         const std::int32_t maximum = std::stoi(text);
         if (maximum >= 1) {
@@ -28,7 +29,7 @@ std::int32_t parseMaximum(const std::string& text, Logger* logger) {
     } catch (const std::out_of_range& failure) {
         logDebugText(logger, std::string("Max EventGroupId value out of range ") + failure.what());
     }
-    return UNSET_MAXIMUM;
+    return std::nullopt;
 }
 
 void setCounter(redisContext* context, const std::string& value, Logger* logger) {
@@ -57,12 +58,14 @@ std::uint32_t getMaxEventGroupId(redisContext* context, Logger* logger) {
         return static_cast<std::uint32_t>(known);
     }
     const std::string text = redisHGet(context, WEB_DEFAULT_VALUE, MAX_EVENT_GROUP_ID);
-    if (text.find('.') != std::string::npos) {
+    // A fraction is not reported.
+    const auto maximum =
+        text.find('.') == std::string::npos ? parseMaximum(text, logger) : std::nullopt;
+    if (!maximum) {
         return UNSET_MAXIMUM;
     }
-    const std::int32_t maximum = parseMaximum(text, logger);
-    gMaxEventGroupId.store(maximum, std::memory_order_relaxed);
-    return static_cast<std::uint32_t>(maximum);
+    gMaxEventGroupId.store(*maximum, std::memory_order_relaxed);
+    return static_cast<std::uint32_t>(*maximum);
 }
 
 std::uint32_t getNextEventGroupId(redisContext* context, Logger* logger) {

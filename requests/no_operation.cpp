@@ -10,21 +10,21 @@ namespace {
 
 // Stored as a JSON string literal whose content is the document, so both double quotes belong to
 // it. Front ends compare the text as it stands, its wording included.
-const std::string BODY_START = R"("{
+constexpr char BODY_START[] = R"("{
                 "error": {
                     "@Message.ExtendedInfo": [
                         {
                             "@odata.type": ")";
-const std::string BODY_AFTER_TYPE = R"(",
+constexpr char BODY_AFTER_TYPE[] = R"(",
                             "Resolution": "Add properties in the JSON object and resubmit the request.",
                             "MessageSeverity": "Warning",
                             "Message": "The request body submitted contain no data to act upon and no changes to the resource took place.",
                             "MessageId": ")";
-const std::string BODY_AFTER_MESSAGE_ID = R"("
+constexpr char BODY_AFTER_MESSAGE_ID[] = R"("
                         }
                     ],
                     "code": ")";
-const std::string BODY_END = R"(",
+constexpr char BODY_END[] = R"(",
                     "message": "The request body submitted contain no data to act upon and no changes to the resource took place."
                 }
             }")";
@@ -34,8 +34,8 @@ const std::string BODY_END = R"(",
 void writeNoOperationResponse(redisContext* context, const std::string& statusKey,
                               const std::string& messageId) {
     const std::string responseKey = responseDataKey(statusKey);
-    const std::string body = BODY_START + MESSAGE_ODATA_TYPE + BODY_AFTER_TYPE + messageId +
-                             BODY_AFTER_MESSAGE_ID + messageId + BODY_END;
+    const std::string body = std::string(BODY_START) + MESSAGE_ODATA_TYPE + BODY_AFTER_TYPE +
+                             messageId + BODY_AFTER_MESSAGE_ID + messageId + BODY_END;
     (void)redisHSet(context, statusKey, RETURN_STATUS_FIELD, STATUS_OK_RES);
     (void)redisHSet(context, statusKey, RESPONSE_DATA_FIELD, responseKey);
     (void)redisHSet(context, responseKey, RAW_JSON_FIELD, body);

@@ -1,20 +1,17 @@
 #include "requests/resource_events.h"
 
 #include "core/logger.h"
-#include "core/protocol/fields.h"
 #include "core/protocol/redfish_names.h"
 #include "core/protocol/shared_records.h"
-#include "core/protocol/status_words.h"
 #include "core/redis_commands.h"
 #include "core/redis_reply.h"
 #include "core/settings.h"
-#include "requests/event_group.h"
-#include "requests/return_status.h"
 
 #include <atomic>
 
 namespace {
 
+constexpr const char* CHANGE = "change";
 constexpr const char* EVENT_GROUP_ID_WORD = "EventGroupId";
 
 // Points at one of the texts below. Threads that raise their first events at the same time may both
@@ -42,11 +39,20 @@ bool eventsAreOff() {
     return setting == EVENTS_OFF;
 }
 
-void appendEventGroup(std::vector<std::string>& arguments, const std::string& operation,
-                      const std::string& uri, const std::string& typeName,
-                      const std::string& eventGroupId) {
-    arguments.insert(arguments.end(),
-                     {operation, uri, typeName, EVENT_GROUP_ID_WORD, eventGroupId});
+struct ResourceEvent {
+    std::string operation;
+    std::string uri;
+    std::string typeName;
+};
+
+std::vector<std::string> eventArguments(const std::vector<ResourceEvent>& events,
+                                        std::uint32_t eventGroupId) {
+    std::vector<std::string> arguments;
+    for (const auto& [operation, uri, typeName] : events) {
+        arguments.insert(arguments.end(), {operation, uri, typeName, EVENT_GROUP_ID_WORD,
+                                           std::to_string(eventGroupId)});
+    }
+    return arguments;
 }
 
 // All texts are passed as keys of the script, none as its arguments.
@@ -78,28 +84,21 @@ int readScriptReply(const redisReply& reply, Logger* logger) {
     return 0;
 }
 
-void recordPrivateKey(redisContext* context, const std::string& certificateUri,
-                      const std::string& privateKeyValue) {
-    if (privateKeyValue.empty()) {
-        (void)redisHDel(context, certificateUri, CERT_PRIVATE_KEY_FIELD);
-    } else {
-        (void)redisHSet(context, certificateUri, CERT_PRIVATE_KEY_FIELD, privateKeyValue);
-    }
-}
-
 } // namespace
 
 std::vector<std::string> memberEventArguments(const std::string& operation,
                                               const std::string& certificateUri,
                                               const std::string& collectionUri,
                                               std::uint32_t eventGroupId) {
-    const std::string id = std::to_string(eventGroupId);
-    std::vector<std::string> arguments;
-    appendEventGroup(arguments, operation, certificateUri, CERTIFICATE_TYPE_NAME, id);
-    appendEventGroup(arguments, "change", collectionUri, CERTIFICATE_COLLECTION_TYPE_NAME, id);
-    appendEventGroup(arguments, "change", CERTIFICATE_LOCATIONS_URI,
-                     CERTIFICATE_LOCATIONS_TYPE_NAME, id);
-    return arguments;
+    return eventArguments({{operation, certificateUri, CERTIFICATE_TYPE_NAME},
+                           {CHANGE, collectionUri, CERTIFICATE_COLLECTION_TYPE_NAME},
+                           {CHANGE, CERTIFICATE_LOCATIONS_URI, CERTIFICATE_LOCATIONS_TYPE_NAME}},
+                          eventGroupId);
+}
+
+std::vector<std::string> replacementEventArguments(const std::string& certificateUri,
+                                                   std::uint32_t eventGroupId) {
+    return eventArguments({{CHANGE, certificateUri, CERTIFICATE_TYPE_NAME}}, eventGroupId);
 }
 
 int generateResourceEvent(redisContext* context, const std::vector<std::string>& arguments) {
@@ -120,19 +119,4 @@ int runResourceChangeScript(redisContext* context, const std::vector<std::string
     const std::string format = escapeFormat(scriptCommand(digest, arguments));
     const RedisReply reply(static_cast<redisReply*>(redisCommand(context, format.c_str())));
     return reply ? readScriptReply(*reply, logger) : 0;
-}
-
-void finishCertificateReplace(redisContext* context, const std::string& certificateUri,
-                              const CreateCertResult& result, const std::string& statusKey) {
-    std::vector<std::string> arguments;
-    appendEventGroup(arguments, "change", certificateUri, CERTIFICATE_TYPE_NAME,
-                     std::to_string(getNextEventGroupId(context, gLogger)));
-    recordPrivateKey(context, certificateUri, result.privateKeyValue);
-    if (generateResourceEvent(context, arguments) == 0) {
-        gLogger->error("Failed to generate event.");
-        writeDefaultReturnStatus(context, statusKey);
-        return;
-    }
-    (void)redisHSet(context, statusKey, RETURN_STATUS_FIELD, STATUS_OK_RES);
-    (void)redisHSet(context, statusKey, LOCATION_FIELD, certificateUri);
 }

@@ -9,8 +9,6 @@
 // Configuration key GenerateResourceEvent switches events off when it is exactly "false"; it is
 // read once in the life of the process. A failed event never undoes the change that it reports.
 
-#include "platform/certificate_backend.h"
-
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -25,6 +23,10 @@ struct redisContext;
                                                             const std::string& collectionUri,
                                                             std::uint32_t eventGroupId);
 
+// The one group of a certificate that was replaced.
+[[nodiscard]] std::vector<std::string> replacementEventArguments(const std::string& certificateUri,
+                                                                 std::uint32_t eventGroupId);
+
 // Raises the events: 1 when the script ran or events are switched off, 0 otherwise.
 int generateResourceEvent(redisContext* context, const std::vector<std::string>& arguments);
 
@@ -32,9 +34,3 @@ int generateResourceEvent(redisContext* context, const std::vector<std::string>&
 // the connection was lost. The texts must not contain blanks, which would part them.
 int runResourceChangeScript(redisContext* context, const std::vector<std::string>& arguments,
                             Logger* logger);
-
-// Closes a replacement: records the private key reference (or removes it when the backend gave
-// none), raises the "change" event and writes the status: "OK_RES" with the certificate's URI as
-// location, or "EXCEPTION" when the event failed.
-void finishCertificateReplace(redisContext* context, const std::string& certificateUri,
-                              const CreateCertResult& result, const std::string& statusKey);

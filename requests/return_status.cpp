@@ -3,36 +3,42 @@
 #include "core/logger.h"
 #include "core/protocol/fields.h"
 #include "core/protocol/keys.h"
-#include "core/protocol/message_ids.h"
 #include "core/protocol/shared_records.h"
-#include "core/protocol/status_words.h"
 #include "core/redis_commands.h"
 #include "store/resource_store.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
-#include <charconv>
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
 #include <limits>
+#include <optional>
 
 namespace {
 
 constexpr int DEFAULT_LIFETIME = 6; // seconds
 constexpr std::int64_t MILLISECONDS_PER_SECOND = 1000;
-constexpr std::int32_t BAD_REQUEST = 400;
-constexpr const char* SECONDS_TO_WAIT = "1";
+
+// The number at the front of the text; nothing when there is none, or none that is a time.
+std::optional<std::int64_t> parseMilliseconds(const std::string& text) {
+    char* end = nullptr;
+    errno = 0;
+    const std::int64_t milliseconds = std::strtoll(text.c_str(), &end, 10);
+    if (end == text.c_str() || errno == ERANGE || milliseconds < 0) {
+        return std::nullopt;
+    }
+    return milliseconds;
+}
 
 // Seconds that the extended information lives: a little longer than the front end waits.
 int readLifetime(redisContext* context) {
-    const std::string text =
-        redisHGet(context, WEB_DEFAULT_VALUE, REDIS_CONNECTION_DEFAULT_TIMEOUT);
-    std::int64_t milliseconds = 0;
-    const auto parsed = std::from_chars(text.data(), text.data() + text.size(), milliseconds);
-    if (parsed.ec != std::errc() || milliseconds < 0) {
+    const auto milliseconds =
+        parseMilliseconds(redisHGet(context, WEB_DEFAULT_VALUE, REDIS_CONNECTION_DEFAULT_TIMEOUT));
+    if (!milliseconds) {
         return DEFAULT_LIFETIME;
     }
     constexpr std::int64_t LONGEST = std::numeric_limits<int>::max();
-    return static_cast<int>(std::min(milliseconds / MILLISECONDS_PER_SECOND + 1, LONGEST));
+    return static_cast<int>(std::min(*milliseconds / MILLISECONDS_PER_SECOND + 1, LONGEST));
 }
 
 // Writes the keys of one answer's extended information.
@@ -51,15 +57,20 @@ struct ExtendedInfoWriter {
         }
         return true;
     }
+
+    bool writeList(const std::string& key, const std::vector<std::string>& texts,
+                   const char* failure) const {
+        return texts.empty() || write(key, texts, failure);
+    }
 };
 
-nlohmann::json messageElement(const ExtendedInfoKeys& keys, const std::string& messageId,
-                              bool hasRelated) {
+nlohmann::json messageElement(const ExtendedInfoKeys& keys, const MessageInfo& message) {
     nlohmann::json element = nlohmann::json::object();
-    if (!messageId.empty()) {
-        element[MESSAGE_ID_FIELD] = messageId;
+    if (!message.MessageId.empty()) {
+        element[MESSAGE_ID_FIELD] = message.MessageId;
+        // Named even when there are no arguments, and no such key then.
         element[MESSAGE_ARGS_FIELD] = keys.arguments;
-        if (hasRelated) {
+        if (!message.RelatedProperties.empty()) {
             element[RELATED_PROPERTIES_FIELD] = keys.related;
         }
     }
@@ -67,39 +78,44 @@ nlohmann::json messageElement(const ExtendedInfoKeys& keys, const std::string& m
 }
 
 bool writeExtendedInfo(const ExtendedInfoWriter& writer, const ExtendedInfoKeys& keys,
-                       const std::string& messageId, const std::vector<std::string>& messageArgs,
-                       const std::vector<std::string>& relatedProperties) {
-    return writer.write(keys.element, messageElement(keys, messageId, !relatedProperties.empty()),
+                       const MessageInfo& message) {
+    return writer.write(keys.element, messageElement(keys, message),
                         "writeReturnStatus write ExtendedInfo element failed.") &&
-           (messageArgs.empty() ||
-            writer.write(keys.arguments, messageArgs,
-                         "writeReturnStatus write MessageArgs of ExtendedInfo element failed.")) &&
-           (relatedProperties.empty() ||
-            writer.write(
-                keys.related, relatedProperties,
-                "writeReturnStatus write RelatedProperties of ExtendedInfo element failed.")) &&
+           writer.writeList(
+               keys.arguments, message.MessageArgs,
+               "writeReturnStatus write MessageArgs of ExtendedInfo element failed.") &&
+           writer.writeList(
+               keys.related, message.RelatedProperties,
+               "writeReturnStatus write RelatedProperties of ExtendedInfo element failed.") &&
            writer.write(keys.info, nlohmann::json::array({keys.element}),
                         "writeReturnStatus write ExtendedInfo failed.");
 }
 
 } // namespace
 
+bool writeAnswer(const AnswerPlace& place, const Answer& answer) {
+    const ExtendedInfoKeys keys = extendedInfoKeys(place.statusKey);
+    // Read before the record is written, and even for an answer that does not expire.
+    const int lifetime = readLifetime(place.context);
+    nlohmann::json record = answer.data;
+    record[RETURN_STATUS_FIELD] = answer.status;
+    if (!answer.message.MessageId.empty()) {
+        record[EXTENDED_INFO_FIELD] = keys.info;
+    }
+    if (writeResource(place.context, place.statusKey, record) != STORE_OK) {
+        gLogger->error("writeReturnStatus write return status key failed.");
+        return false;
+    }
+    return writeExtendedInfo({place.context, answer.expires, lifetime}, keys, answer.message);
+}
+
 bool writeReturnStatus(redisContext* context, const std::string& statusKey, nlohmann::json data,
                        const std::string& status, const std::string& messageId,
                        const std::vector<std::string>& messageArgs,
                        const std::vector<std::string>& relatedProperties, bool setExpiry) {
-    const ExtendedInfoKeys keys = extendedInfoKeys(statusKey);
-    const int lifetime = readLifetime(context);
-    data[RETURN_STATUS_FIELD] = status;
-    if (!messageId.empty()) {
-        data[EXTENDED_INFO_FIELD] = keys.info;
-    }
-    if (writeResource(context, statusKey, data) != STORE_OK) {
-        gLogger->error("writeReturnStatus write return status key failed.");
-        return false;
-    }
-    const ExtendedInfoWriter writer = {context, setExpiry, lifetime};
-    return writeExtendedInfo(writer, keys, messageId, messageArgs, relatedProperties);
+    return writeAnswer(
+        {context, statusKey, ""},
+        {status, std::move(data), {messageId, messageArgs, relatedProperties}, setExpiry});
 }
 
 bool writeReturnStatus(redisContext* context, const std::string& statusKey, nlohmann::json data,
@@ -109,42 +125,7 @@ bool writeReturnStatus(redisContext* context, const std::string& statusKey, nloh
                              {}, setExpiry);
 }
 
-void writeDefaultReturnStatus(redisContext* context, const std::string& statusKey) {
-    (void)writeReturnStatus(context, statusKey, nlohmann::json::object(), STATUS_EXCEPTION,
-                            MSG_DATABASE_OPERATION_ERROR, {}, true);
-}
-
-int refuseRequest(redisContext* context, const std::string& statusKey, const char* reason) {
-    gLogger->error("%s", reason);
-    writeDefaultReturnStatus(context, statusKey);
-    return 0;
-}
-
-void writeBusyReturnStatus(redisContext* context, const std::string& statusKey) {
-    (void)writeReturnStatus(context, statusKey, nlohmann::json::object(), STATUS_EXCEPTION,
-                            MSG_SERVICE_TEMPORARILY_UNAVAILABLE, {SECONDS_TO_WAIT}, true);
-}
-
-void writeErrorReturnStatus(redisContext* context, const std::string& statusKey, std::int32_t code,
-                            const MessageInfo& info) {
-    (void)writeReturnStatus(context, statusKey, nlohmann::json::object(), errorStatus(code),
-                            errorMessageId(code, info), info.MessageArgs, info.RelatedProperties,
-                            true);
-}
-
-const char* errorStatus(std::int32_t code) {
-    return code == BAD_REQUEST ? STATUS_FAILURE : STATUS_EXCEPTION;
-}
-
-std::string errorMessageId(std::int32_t code, const MessageInfo& info) {
-    if (!info.MessageId.empty()) {
-        return info.MessageId;
-    }
-    return code == BAD_REQUEST ? MSG_BAD_REQUEST : MSG_DATABASE_OPERATION_ERROR;
-}
-
-void publishReply(redisContext* context, const std::string& returnChannel,
-                  const std::string& statusKey) {
+void publishReply(const AnswerPlace& place) {
     // When nobody waits any more there is nobody left to tell.
-    (void)redisPublish(context, returnChannel, statusKey);
+    (void)redisPublish(place.context, place.returnChannel, place.statusKey);
 }

@@ -21,6 +21,11 @@ inline constexpr char EMAIL[] = "Email";
 inline constexpr char SUBJECT[] = "Subject";
 inline constexpr char ISSUER[] = "Issuer";
 inline constexpr char KEY_BIT_LENGTH[] = "KeyBitLength";
+inline constexpr char KEY_PAIR_ALGORITHM[] = "KeyPairAlgorithm";
+inline constexpr char KEY_CURVE_ID[] = "KeyCurveId";
+inline constexpr char CHALLENGE_PASSWORD[] = "ChallengePassword";
+inline constexpr char CERTIFICATE_COLLECTION[] = "CertificateCollection";
+inline constexpr char CSR_STRING[] = "CSRString";
 
 // Type names, as events name them, and types.
 inline constexpr char CERTIFICATE_TYPE_NAME[] = "Certificate";

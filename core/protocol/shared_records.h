@@ -31,5 +31,5 @@ struct ServiceInitRow {
 // What start-up writes for the front end, in this order.
 inline constexpr std::array<ServiceInitRow, 2> SERVICE_INIT_TABLE = {{
     {CERTIFICATE_SERVICE_URI, POST_VALIDATION_FIELD, "v_CertificateService.json"},
-    {CERTIFICATE_SERVICE_URI, SENSITIVE_DATA_FIELD, "ChallengePassword"},
+    {CERTIFICATE_SERVICE_URI, SENSITIVE_DATA_FIELD, CHALLENGE_PASSWORD},
 }};

@@ -5,6 +5,8 @@
 #include "tests/requests/expected_commands.h"
 #include "tests/requests/request_fixture.h"
 
+#include <nlohmann/json.hpp>
+
 inline const std::string GENERATE_CSR =
     "/redfish/v1/CertificateService/Actions/CertificateService.GenerateCSR";
 inline const std::string REPLACE_CERTIFICATE =
@@ -17,9 +19,25 @@ class ActionFixture : public RequestFixture {
 protected:
     ActionFixture();
 
-    // Stores this body, as a GenerateCSR request's, and runs the action without its dispatch.
+    // Stores this body and runs the action without its dispatch.
     bool runGenerateCSR(const std::string& body);
+    bool runReplaceCertificate(const std::string& body);
+
+    // The commands of a request with this body that is dispatched, with no earlier status there.
+    std::string commandsOfAction(const std::string& targetUri, const std::string& body);
 };
+
+// The text of the type error that the step ends with.
+template <typename Step>
+[[nodiscard]] std::string typeErrorOf(Step step) {
+    try {
+        (void)step();
+    } catch (const nlohmann::json::type_error& failure) {
+        const std::string text = failure.what();
+        return text.substr(text.find("] ") + 2);
+    }
+    return "no type error";
+}
 
 // A request on the action channel with TASK as its task.
 [[nodiscard]] FrontEndRequest actionRequest(const std::string& targetUri, const std::string& body);

@@ -1,6 +1,5 @@
 // The action ReplaceCertificate: what the backend is given, its answers, its refusals.
 
-#include "actions/certificate_action.h"
 #include "actions/replace_certificate.h"
 #include "core/settings.h"
 #include "tests/actions/action_fixture.h"
@@ -15,8 +14,7 @@ using nlohmann::json;
 const std::string ASK_CERTIFICATE = filled(R"(HGET {COLLECTION}/1a @odata.type
 HEXISTS {COLLECTION}/1a &&BlockReplaceCertificate
 )");
-const std::string UNCHANGED_LINE = "[Debug]: The certificate string is not changed, doesn't need "
-                                   "to update the certificate resource.\n";
+const std::string READ_BEFORE_REPLACING = READ_RECORD + READ_BODY + ASK_CERTIFICATE + READ_TYPES;
 
 std::string replaceBody(const std::string& uri = CERTIFICATE, const std::string& type = "PEM") {
     return json({{"CertificateUri", {{"@odata.id", uri}}},
@@ -35,71 +33,68 @@ protected:
     }
 
     bool run(const std::string& body = replaceBody()) {
-        storeResource(client, BODY_KEY, body);
-        return replaceCertificate(context(), BODY_KEY, STATUS_KEY);
+        return runReplaceCertificate(body);
     }
 
-    std::string commandsOf(const std::string& body) {
-        storeRequest(client, actionRequest(REPLACE_CERTIFICATE, body));
-        CommandMonitor monitor(server);
-        EXPECT_TRUE(handleCertificateAction(context(), "requests/1", STATUS_KEY));
-        return commandText(monitor.commands());
+    std::string commandsOfReplacement(const std::string& body = replaceBody()) {
+        return commandsOfAction(REPLACE_CERTIFICATE, body);
     }
 
-    void expectThrow(const std::string& body, const std::string& text) {
-        try {
-            (void)run(body);
-            ADD_FAILURE() << body;
-        } catch (const json::type_error& failure) {
-            EXPECT_NE(std::string(failure.what()).find(text), std::string::npos) << failure.what();
-        }
-    }
-};
-
-TEST_F(ReplaceCertificate, ChangedCertificateSendsTheseCommands) {
-    const std::string digest = loadEventScript();
-    setBackendAnswers(R"({"replace":{"privateKeyValue":"keys/2","message":{"MessageId":"x"}}})");
-    EXPECT_EQ(commandsOf(replaceBody()), READ_RECORD + READ_BODY + ASK_CERTIFICATE + READ_TYPES +
-                                             TAKE_GROUP +
-                                             filled(R"(HSET {URI} &&CertPrivateKey keys/2
-HGET redisSHAScripts resourceChange
+    // The commands of a certificate that was replaced, from the key's recording on.
+    static std::string finishCommands(const std::string& keyCommand, const std::string& digest) {
+        return TAKE_GROUP + keyCommand +
+               filled(R"(HGET redisSHAScripts resourceChange
 EVALSHA {DIGEST} 5 change {URI} Certificate EventGroupId 1
 HSET status/1/result &&ReturnStatus OK_RES
 HSET status/1/result &&Location {URI}
 )",
-                                                    {{"URI", CERTIFICATE}, {"DIGEST", digest}}) +
-                                             PUBLISH_REPLY);
+                      {{"URI", CERTIFICATE}, {"DIGEST", digest}});
+    }
+};
+
+TEST_F(ReplaceCertificate, SendsTheseCommandsForAChangedCertificate) {
+    const std::string digest = loadEventScript();
+    setBackendAnswers(R"({"replace":{"privateKeyValue":"keys/2","message":{"MessageId":"x"}}})");
+    EXPECT_EQ(commandsOfReplacement(),
+              READ_BEFORE_REPLACING +
+                  finishCommands("HSET " + CERTIFICATE + " &&CertPrivateKey keys/2\n", digest) +
+                  PUBLISH_REPLY);
     EXPECT_EQ(client.hash(STATUS_KEY),
               (std::map<std::string, std::string>{{"&&Location", CERTIFICATE},
                                                   {"&&ReturnStatus", "OK_RES"}}));
-    EXPECT_EQ(log(), "[Debug]: CertificateService will generate events when resource is "
-                     "created/updated/removed.\n");
+    EXPECT_EQ(log(), EVENTS_ON_LINE);
 }
 
-TEST_F(ReplaceCertificate, UnchangedCertificateSendsTheseCommandsAndStaysAsItIs) {
+TEST_F(ReplaceCertificate, RemovesTheKeyOfACertificateThatHasNoneNow) {
+    const std::string digest = loadEventScript();
+    EXPECT_EQ(commandsOfReplacement(),
+              READ_BEFORE_REPLACING +
+                  finishCommands("HDEL " + CERTIFICATE + " &&CertPrivateKey\n", digest) +
+                  PUBLISH_REPLY);
+    EXPECT_EQ(client.hash(CERTIFICATE).count("&&CertPrivateKey"), 0U);
+}
+
+TEST_F(ReplaceCertificate, SendsTheseCommandsForAnUnchangedCertificateAndLeavesItAsItIs) {
     const auto before = client.hash(CERTIFICATE);
     setBackendAnswers(R"({"replace":{"privateKeyValue":"keys/2",
         "message":{"MessageId":"Base.1.9.NoOperation"}}})");
-    storeRequest(client, actionRequest(REPLACE_CERTIFICATE, replaceBody()));
-    CommandMonitor monitor(server);
-    EXPECT_TRUE(handleCertificateAction(context(), "requests/1", STATUS_KEY));
-    const Commands commands = monitor.commands();
-    const std::string text = describeCommands(commands);
+    const std::string commands = commandsOfReplacement();
     const std::string body = client.hash("status/1/result/ResponseData").at("&&RawJSON");
-    EXPECT_EQ(text, READ_RECORD + READ_BODY + ASK_CERTIFICATE + READ_TYPES +
-                        filled(R"(HSET status/1/result &&Location {URI}
+    EXPECT_EQ(commands, READ_BEFORE_REPLACING +
+                            filled(R"(HSET status/1/result &&Location {URI}
 HSET status/1/result &&ReturnStatus OK_RES
 HSET status/1/result &&ResponseData status/1/result/ResponseData
 HSET status/1/result/ResponseData &&RawJSON {BODY}
 )",
-                               {{"URI", CERTIFICATE}, {"BODY", describeText(body)}}) +
-                        PUBLISH_REPLY);
+                                   {{"URI", CERTIFICATE}, {"BODY", describeText(body)}}) +
+                            PUBLISH_REPLY);
     EXPECT_NE(body.find("\"MessageId\": \"Base.1.9.NoOperation\""), std::string::npos);
     EXPECT_EQ(client.hash(CERTIFICATE), before);
-    EXPECT_EQ(log(), UNCHANGED_LINE);
+    EXPECT_EQ(log(), "[Debug]: The certificate string is not changed, doesn't need to update the "
+                     "certificate resource.\n");
 }
 
-TEST_F(ReplaceCertificate, OnlyTheWholeMessageMeansUnchanged) {
+TEST_F(ReplaceCertificate, TakesOnlyTheWholeMessageForUnchanged) {
     loadEventScript();
     for (const std::string message :
          {"", "NoOperation", "Base.1.9.NoOperation2", "base.1.9.NoOperation"}) {
@@ -111,13 +106,7 @@ TEST_F(ReplaceCertificate, OnlyTheWholeMessageMeansUnchanged) {
     }
 }
 
-TEST_F(ReplaceCertificate, UnchangedNeedsCode200) {
-    setBackendAnswers(R"({"replace":{"code":400,"message":{"MessageId":"Base.1.9.NoOperation"}}})");
-    EXPECT_FALSE(run());
-    EXPECT_EQ(answer(), "FAILURE Base.1.9.NoOperation ()");
-}
-
-TEST_F(ReplaceCertificate, BackendGetsTheRequest) {
+TEST_F(ReplaceCertificate, HandsTheRequestToTheBackend) {
     loadEventScript();
     gRootCaFile = "/etc/roots.pem";
     EXPECT_TRUE(run());
@@ -132,23 +121,37 @@ TEST_F(ReplaceCertificate, BackendGetsTheRequest) {
     EXPECT_EQ(json::parse(backendCalls().front()), expected);
 }
 
-TEST_F(ReplaceCertificate, FailedEventIsAnException) {
+TEST_F(ReplaceCertificate, AnswersAFailedEventAsAnException) {
+    client.command("HSET", STATUS_KEY, "&&Other", "gone");
     EXPECT_TRUE(run());
-    EXPECT_EQ(answer(), "EXCEPTION ExtendedError.1.2.DatabaseOperationError ()");
-    EXPECT_TRUE(log().ends_with("[Error]: Cannot get SHA script resourceChange.\n"
-                                "[Error]: Failed to generate event.\n"));
+    EXPECT_EQ(answer(), DATABASE_ERROR);
+    EXPECT_EQ(client.hash(STATUS_KEY).count("&&Other"), 0U);
+    EXPECT_GT(client.command("TTL", "status/1/ExtendedInfo").integer, 0);
+    EXPECT_EQ(log(), EVENTS_ON_LINE + "[Error]: Cannot get SHA script resourceChange.\n"
+                                      "[Error]: Failed to generate event.\n");
 }
 
-TEST_F(ReplaceCertificate, UnreadableBodyIsAnswered) {
-    EXPECT_EQ(commandsOf(""),
-              READ_RECORD + "TYPE requests/1/body\n" + defaultFailureCommands() + PUBLISH_REPLY);
-    EXPECT_EQ(log(), "[Error]: ReplaceCertificate: get request data failed.\n");
-    EXPECT_FALSE(replaceCertificate(context(), BODY_KEY, STATUS_KEY));
+TEST_F(ReplaceCertificate, AddsItsStatusFieldsToWhatIsThereWithEventsOffToo) {
+    configure({{"GenerateResourceEvent", "false"}});
+    client.command("HSET", STATUS_KEY, "&&Other", "kept");
+    EXPECT_TRUE(run());
+    EXPECT_EQ(client.hash(STATUS_KEY),
+              (std::map<std::string, std::string>{
+                  {"&&Location", CERTIFICATE}, {"&&Other", "kept"}, {"&&ReturnStatus", "OK_RES"}}));
 }
 
-TEST_F(ReplaceCertificate, CertificateThatIsNotThereIsAnswered) {
+TEST_F(ReplaceCertificate, IgnoresAKeyThatCannotBeRecorded) {
+    loadEventScript();
+    client.command("SET", "/c/1", "no hash");
+    CreateCertResult result;
+    result.privateKeyValue = "keys/2";
+    finishCertificateReplace(context(), "/c/1", result, STATUS_KEY);
+    EXPECT_EQ(answer(), "OK_RES");
+}
+
+TEST_F(ReplaceCertificate, AnswersACertificateThatIsNotThere) {
     client.command("DEL", CERTIFICATE);
-    EXPECT_EQ(commandsOf(replaceBody()),
+    EXPECT_EQ(commandsOfReplacement(),
               READ_RECORD + READ_BODY + "HGET " + CERTIFICATE + " @odata.type\n" +
                   failureCommands("FAILURE", "Base.1.9.ResourceMissingAtURI", {CERTIFICATE}) +
                   PUBLISH_REPLY);
@@ -157,26 +160,34 @@ TEST_F(ReplaceCertificate, CertificateThatIsNotThereIsAnswered) {
     EXPECT_FALSE(run());
 }
 
-TEST_F(ReplaceCertificate, ResourceWithoutTypeIsAnswered) {
+TEST_F(ReplaceCertificate, AnswersAResourceWithoutTypeBeforeItsBlock) {
     client.command("HDEL", CERTIFICATE, "@odata.type");
     client.command("HSET", CERTIFICATE, "&&BlockReplaceCertificate", "true");
     EXPECT_FALSE(run());
     EXPECT_EQ(answer(), "FAILURE Base.1.9.ResourceMissingAtURI (" + CERTIFICATE + ")");
 }
 
-TEST_F(ReplaceCertificate, UriWithPercentSignsIsLoggedLiterally) {
+TEST_F(ReplaceCertificate, LogsAUriWithPercentSignsAsItIsUpToItsFirstNul) {
     EXPECT_FALSE(run(replaceBody("/c/100%s%n")));
     EXPECT_EQ(answer(), "FAILURE Base.1.9.ResourceMissingAtURI (/c/100%s%n)");
     EXPECT_EQ(log(), "[Error]: ReplaceCertificate: /c/100%s%n is not a certificate resource.\n");
+    configure();
+    storeResource(client, BODY_KEY, replaceBody());
+    client.command("HSET", "&&" + BODY_KEY + "/CertificateUri", "@odata.id",
+                   std::string("\"/c\0/1\"", 7));
+    client.command("HDEL", BODY_KEY, "&&ObjectRef CertificateUri " + CERTIFICATE);
+    client.command("HSET", BODY_KEY, "&&Object CertificateUri &&" + BODY_KEY + "/CertificateUri",
+                   "");
+    EXPECT_FALSE(replaceCertificate(context(), BODY_KEY, STATUS_KEY));
+    EXPECT_EQ(log(), "[Error]: ReplaceCertificate: /c is not a certificate resource.\n");
 }
 
 class RefusedCertificate : public ReplaceCertificate {
 protected:
-    void expectRefusal() {
+    void expectRefusal(const std::string& field, const std::string& value) {
         configure();
-        client.command("DEL", STATUS_KEY, "status/1/ExtendedInfo", "status/1/ExtendedInfo/1",
-                       "status/1/ExtendedInfo/1/MessageArgs");
-        EXPECT_EQ(commandsOf(replaceBody()),
+        client.command("HSET", CERTIFICATE, field, value);
+        EXPECT_EQ(commandsOfReplacement(),
                   READ_RECORD + READ_BODY + ASK_CERTIFICATE +
                       failureCommands(
                           "FAILURE", "ExtendedError.1.2.ActionNotSupportedOnReference",
@@ -190,25 +201,23 @@ protected:
     }
 };
 
-TEST_F(RefusedCertificate, BlockFieldOfAnyValue) {
+TEST_F(RefusedCertificate, HasABlockFieldOfAnyValue) {
     for (const std::string value : {"true", "false", "", "0"}) {
-        client.command("HSET", CERTIFICATE, "&&BlockReplaceCertificate", value);
-        expectRefusal();
+        expectRefusal("&&BlockReplaceCertificate", value);
     }
 }
 
-TEST_F(RefusedCertificate, OtherTypes) {
+TEST_F(RefusedCertificate, HasTheTypeOfAnotherResource) {
     for (const std::string type :
          {"\"#CertificateCollection.CertificateCollection\"", "#Certificate.v1_2_2.Certificate",
           "\"#Certificate.v1_2_2.Certificate\" ", "\"\""}) {
-        client.command("HSET", CERTIFICATE, "@odata.type", type);
-        expectRefusal();
+        expectRefusal("@odata.type", type);
     }
 }
 
-TEST_F(ReplaceCertificate, UnsupportedTypeIsAnsweredWithoutTheBackend) {
-    EXPECT_EQ(commandsOf(replaceBody(CERTIFICATE, "pem")),
-              READ_RECORD + READ_BODY + ASK_CERTIFICATE + READ_TYPES +
+TEST_F(ReplaceCertificate, AnswersAnUnsupportedTypeWithoutAskingTheBackend) {
+    EXPECT_EQ(commandsOfReplacement(replaceBody(CERTIFICATE, "pem")),
+              READ_BEFORE_REPLACING +
                   failureCommands("FAILURE", "Base.1.9.PropertyValueNotInList",
                                   {"pem", "CertificateType"}) +
                   PUBLISH_REPLY);
@@ -217,9 +226,8 @@ TEST_F(ReplaceCertificate, UnsupportedTypeIsAnsweredWithoutTheBackend) {
     EXPECT_EQ(log(), "");
 }
 
-TEST_F(ReplaceCertificate, UriWithoutSlashIsItsOwnCollection) {
+TEST_F(ReplaceCertificate, TakesAUriWithoutSlashForItsOwnCollection) {
     client.command("HSET", "certificate", "@odata.type", "\"#Certificate.v1_2_2.Certificate\"");
-    CommandMonitor monitor(server);
     EXPECT_FALSE(run(replaceBody("certificate")));
     EXPECT_EQ(answer(), "FAILURE Base.1.9.PropertyValueNotInList (PEM, CertificateType)");
     loadEventScript();
@@ -228,60 +236,54 @@ TEST_F(ReplaceCertificate, UriWithoutSlashIsItsOwnCollection) {
     EXPECT_EQ(backendCalls().size(), 1U);
 }
 
-TEST_F(ReplaceCertificate, BackendsRefusalIsAnswered) {
-    struct Row {
-        std::string order;
-        std::string expected;
+TEST_F(ReplaceCertificate, AnswersARefusalOfTheBackendAndDoesNothingElse) {
+    const std::vector<std::array<std::string, 3>> table = {
+        {"400", "", "FAILURE ExtendedError.1.2.BadRequest ()"},
+        {"500", "", DATABASE_ERROR},
+        {"202", "", DATABASE_ERROR},
+        {"400", "Own.1.0.Text", "FAILURE Own.1.0.Text ()"},
+        {"400", "Base.1.9.NoOperation", "FAILURE Base.1.9.NoOperation ()"},
     };
-    const std::vector<Row> table = {
-        {R"({"code":400})", "FAILURE ExtendedError.1.2.BadRequest ()"},
-        {R"({"code":500})", "EXCEPTION ExtendedError.1.2.DatabaseOperationError ()"},
-        {R"({"code":202})", "EXCEPTION ExtendedError.1.2.DatabaseOperationError ()"},
-        {R"({"code":400,"message":{"MessageId":"Own.1.0.Text","MessageArgs":["a"],
-            "RelatedProperties":["/CertificateString"]}})",
-         "FAILURE Own.1.0.Text (a) [/CertificateString]"},
-    };
-    const auto before = client.hash(CERTIFICATE);
-    for (const Row& row : table) {
-        setBackendAnswers(R"({"replace":)" + row.order + "}");
+    for (const auto& [code, message, expected] : table) {
+        setBackendAnswers(R"({"replace":{"code":)" + code + R"(,"message":{"MessageId":")" +
+                          message + R"("}}})");
         EXPECT_FALSE(run());
-        EXPECT_EQ(answer(), row.expected);
+        EXPECT_EQ(answer(), expected);
     }
-    EXPECT_EQ(client.hash(CERTIFICATE), before);
+    setBackendAnswers(R"({"replace":{"code":400}})");
+    EXPECT_EQ(commandsOfReplacement(),
+              READ_BEFORE_REPLACING + failureCommands("FAILURE", "ExtendedError.1.2.BadRequest") +
+                  PUBLISH_REPLY);
     EXPECT_EQ(log(), "");
 }
 
-TEST_F(ReplaceCertificate, RefusedReplacementSendsTheseCommands) {
-    setBackendAnswers(R"({"replace":{"code":400}})");
-    EXPECT_EQ(commandsOf(replaceBody()),
-              READ_RECORD + READ_BODY + ASK_CERTIFICATE + READ_TYPES +
-                  failureCommands("FAILURE", "ExtendedError.1.2.BadRequest") + PUBLISH_REPLY);
-}
-
-TEST_F(ReplaceCertificate, MissingMembersThrow) {
+TEST_F(ReplaceCertificate, LetsTheTypeErrorOfAMemberOut) {
+    const std::string uri = R"({"CertificateUri":{"@odata.id":")" + CERTIFICATE + "\"}";
     const std::string isNull = "type must be string, but is null";
-    expectThrow(R"({"CertificateString":"t","CertificateType":"PEM"})", isNull);
-    expectThrow(R"({"CertificateUri":{},"CertificateString":"t","CertificateType":"PEM"})", isNull);
-    expectThrow(R"({"CertificateUri":{"@odata.id":5,"x":1},"CertificateString":"t"})",
-                "type must be string, but is number");
-    expectThrow(R"({"CertificateUri":{"@odata.id":"/c/1"},"CertificateType":"PEM"})", isNull);
-    expectThrow(R"({"CertificateUri":{"@odata.id":")" + CERTIFICATE +
-                    R"("},"CertificateString":"t"})",
-                isNull);
-    expectThrow(R"({"CertificateUri":"/c/1","CertificateString":"t"})",
-                "cannot use operator[] with a string argument with string");
+    const std::vector<std::array<std::string, 2>> table = {
+        {R"({"CertificateString":"t","CertificateType":"PEM"})", isNull},
+        {R"({"CertificateUri":{},"CertificateString":"t","CertificateType":"PEM"})", isNull},
+        {R"({"CertificateUri":{"@odata.id":5,"x":1},"CertificateString":"t"})",
+         "type must be string, but is number"},
+        {uri + R"(,"CertificateType":"PEM"})", isNull},
+        {uri + R"(,"CertificateString":"t"})", isNull},
+        {R"({"CertificateUri":"/c/1","CertificateString":"t"})",
+         "cannot use operator[] with a string argument with string"},
+    };
+    for (const auto& [body, expected] : table) {
+        EXPECT_EQ(typeErrorOf([this, &text = body] { return run(text); }), expected) << body;
+    }
     EXPECT_TRUE(backendCalls().empty());
     EXPECT_EQ(client.command("EXISTS", STATUS_KEY).integer, 0);
 }
 
-TEST_F(ReplaceCertificate, WrongCertificateIsToldBeforeAMissingType) {
+TEST_F(ReplaceCertificate, AnswersAWrongCertificateBeforeAMissingType) {
     EXPECT_FALSE(run(R"({"CertificateUri":{"@odata.id":"/not/there"},"CertificateString":"t"})"));
     EXPECT_EQ(answer(), "FAILURE Base.1.9.ResourceMissingAtURI (/not/there)");
     client.command("HSET", CERTIFICATE, "&&BlockReplaceCertificate", "");
     EXPECT_FALSE(run(R"({"CertificateUri":{"@odata.id":")" + CERTIFICATE +
                      R"("},"CertificateString":"t"})"));
-    EXPECT_EQ(answer(), "FAILURE ExtendedError.1.2.ActionNotSupportedOnReference (" + CERTIFICATE +
-                            ", @odata.id, CertificateService.ReplaceCertificate)");
+    EXPECT_TRUE(answer().starts_with("FAILURE ExtendedError.1.2.ActionNotSupportedOnReference"));
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 // and pauses are counted, and no pause takes any time.
 
 #include "requests/collection_lock.h"
+#include "requests/return_status.h"
 #include "tests/requests/redis_proxy.h"
 #include "tests/requests/request_fixture.h"
 
@@ -128,8 +129,10 @@ TEST(TryLockWithTimeout, TakesAMutexThatBecomesFree) {
 
 class CollectionLock : public RequestFixture {
 protected:
-    // Whether the lock is free when the answer is published.
-    bool isFreeAtTheAnswer(bool succeeded) {
+    using Finish = void (*)(pthread_mutex_t*, const AnswerPlace&);
+
+    // Whether the lock is free when the reply is published.
+    bool isFreeAtTheReply(Finish finish) {
         Mutex mutex;
         mutex.lock();
         bool isFree = false;
@@ -138,24 +141,21 @@ protected:
             EXPECT_EQ(command, (Command{"PUBLISH", "channel", "q/42"}));
             return std::nullopt;
         });
-        unlockAndReply(proxy.context(), mutex.get(), "channel", "q/42", succeeded);
+        finish(mutex.get(), {proxy.context(), "q/42", "channel"});
         EXPECT_TRUE(mutex.isFree());
         return isFree;
     }
 };
 
-TEST_F(CollectionLock, IsGivenBackBeforeASuccessIsAnswered) {
-    EXPECT_TRUE(isFreeAtTheAnswer(true));
-}
-
-TEST_F(CollectionLock, IsHeldUntilAFailureHasBeenAnswered) {
-    EXPECT_FALSE(isFreeAtTheAnswer(false));
+TEST_F(CollectionLock, IsFreeBeforeOrAfterTheReplyAsOrdered) {
+    EXPECT_TRUE(isFreeAtTheReply(unlockThenReply));
+    EXPECT_FALSE(isFreeAtTheReply(replyThenUnlock));
 }
 
 TEST_F(CollectionLock, IsTakenSilentlyWhenItIsFree) {
     Mutex mutex;
     CommandMonitor monitor(server);
-    EXPECT_TRUE(lockCollection(context(), mutex.get(), "channel", "q/42", "Reason."));
+    EXPECT_TRUE(lockCollection(mutex.get(), {context(), "q/42", "channel"}, "Reason."));
     EXPECT_FALSE(mutex.isFree());
     EXPECT_EQ(describeCommands(monitor.commands()), "");
     EXPECT_EQ(log(), "");
@@ -171,8 +171,8 @@ TEST_F(CollectionLock, IsTriedForTwoSecondsThenLoggedAndAnsweredBusy) {
         last = command;
         return std::nullopt;
     });
-    EXPECT_FALSE(
-        lockCollection(proxy.context(), mutex.get(), "channel", "q/42", "Reason of 100 %s."));
+    const AnswerPlace place = {proxy.context(), "q/42", "channel"};
+    EXPECT_FALSE(lockCollection(mutex.get(), place, "Reason of 100 %s."));
     EXPECT_EQ(gTries, 21);
     EXPECT_EQ(gPauses, 21);
     EXPECT_EQ(logAtTheStatus, "[Error]: Reason of 100 %s.\n");

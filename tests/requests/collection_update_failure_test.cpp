@@ -28,7 +28,7 @@ TEST_F(CollectionUpdateFailure, IsLoggedAndAnsweredAndLeavesWhatWasWritten) {
     EXPECT_EQ(log(), "[Error]: Failed to update resource " + COLLECTION +
                          ".\n"
                          "[Error]: Create certificate: update Certificate Collection failed.\n");
-    EXPECT_EQ(answer(), "EXCEPTION ExtendedError.1.2.DatabaseOperationError ()");
+    EXPECT_EQ(answer(), DATABASE_ERROR);
     EXPECT_EQ(client.command("LLEN", "&&" + COLLECTION + "/Members").integer, 1);
     EXPECT_EQ(client.hash(COLLECTION).at("Members@odata.count"), "0");
 }

@@ -6,6 +6,8 @@
 #include "tests/requests/request_fixture.h"
 #include "tests/support/output_capture.h"
 
+#include <array>
+
 namespace {
 
 constexpr std::uint32_t LARGEST = 2147483647;
@@ -43,14 +45,13 @@ TEST_F(EventGroup, RunsFromOneToTheMaximumAndStartsAgain) {
     EXPECT_EQ(log(), "");
 }
 
-TEST_F(EventGroup, SendsTheCommandsOfAnOrdinaryIdentifier) {
+TEST_F(EventGroup, IsDrawnByTheseCommandsWithTheMaximumReadOnce) {
     setMaximum("3");
-    CommandMonitor monitor(server);
-    EXPECT_EQ(next(), 1U);
-    EXPECT_EQ(next(), 2U);
-    EXPECT_EQ(next(), 3U);
-    // The maximum is read once.
-    EXPECT_EQ(describeCommands(monitor.commands()),
+    EXPECT_EQ(commandsOf([this] {
+                  for (const std::uint32_t expected : {1U, 2U, 3U}) {
+                      EXPECT_EQ(next(), expected);
+                  }
+              }),
               "HINCRBY /redfish/v1/EventService &&EVENT_GROUP_ID_COUNTER 1\n"
               "HGET webDefaultValue MAX_EVENT_GROUP_ID\n"
               "HINCRBY /redfish/v1/EventService &&EVENT_GROUP_ID_COUNTER 1\n"
@@ -58,7 +59,7 @@ TEST_F(EventGroup, SendsTheCommandsOfAnOrdinaryIdentifier) {
               "HSET /redfish/v1/EventService &&EVENT_GROUP_ID_COUNTER 0\n");
 }
 
-TEST_F(EventGroup, MaximumOfOneIsGivenEveryTime) {
+TEST_F(EventGroup, IsOneEveryTimeWhenTheMaximumIsOne) {
     setMaximum("1");
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(next(), 1U);
@@ -66,88 +67,71 @@ TEST_F(EventGroup, MaximumOfOneIsGivenEveryTime) {
     }
 }
 
-TEST_F(EventGroup, CounterBeyondTheMaximumRestarts) {
+TEST_F(EventGroup, IsTheMaximumWhenTheCounterIsOutOfRangeOrNoNumber) {
     setMaximum("3");
-    for (const std::string start : {"3", "4", "5", "1000"}) {
+    for (const std::string start : {"3", "4", "5", "1000", "-10", "rubbish"}) {
         setCounter(start);
         EXPECT_EQ(next(), 3U) << start;
         EXPECT_EQ(counter(), "0");
     }
     EXPECT_EQ(next(), 1U);
-}
-
-TEST_F(EventGroup, GoodMaximumIsKept) {
-    setMaximum("5");
-    EXPECT_EQ(maximum(), 5U);
-    setMaximum("7");
-    EXPECT_EQ(maximum(), 5U);
-    client.command("DEL", "webDefaultValue");
-    EXPECT_EQ(maximum(), 5U);
-}
-
-TEST_F(EventGroup, UnusableMaximumIsReadAgain) {
-    setMaximum("rubbish");
-    EXPECT_EQ(maximum(), LARGEST);
-    setMaximum("7");
-    EXPECT_EQ(maximum(), 7U);
-}
-
-TEST_F(EventGroup, LargestMaximumIsReadAgainSinceItMeansNone) {
-    setMaximum("2147483647");
-    EXPECT_EQ(maximum(), LARGEST);
     EXPECT_EQ(log(), "");
-    setMaximum("7");
-    EXPECT_EQ(maximum(), 7U);
 }
 
-TEST_F(EventGroup, MaximumEndsAtTheFirstNonDigit) {
-    setMaximum(" \t12abc");
+TEST_F(EventGroup, MaximumIsKeptOnceItIsGood) {
+    setMaximum(" \t12abc"); // as far as the digits go
+    EXPECT_EQ(maximum(), 12U);
+    setMaximum("7");
+    EXPECT_EQ(maximum(), 12U);
+    client.command("DEL", "webDefaultValue");
     EXPECT_EQ(maximum(), 12U);
     EXPECT_EQ(log(), "");
 }
 
-TEST_F(EventGroup, FractionIsNoMaximumAndNotReported) {
-    for (const std::string text : {"3.5", "3.0", ".", "rubbish."}) {
-        setMaximum(text);
-        EXPECT_EQ(maximum(), LARGEST) << text;
-    }
-    EXPECT_EQ(log(), "");
-    setMaximum("4");
-    EXPECT_EQ(maximum(), 4U);
-}
-
-TEST_F(EventGroup, MaximumWithoutDigitsIsReportedAtEveryCall) {
-    EXPECT_EQ(maximum(), LARGEST); // no field at all
-    setMaximum("");
+TEST_F(EventGroup, MaximumThatIsUnusableIsReadAndReportedAtEveryCall) {
+    const std::string noNumber = "[Debug]: Max EventGroupId value type error stoi\n";
+    const std::string outOfRange = "[Debug]: Max EventGroupId value out of range stoi\n";
+    const std::string belowOne = "[Debug]: The default max value was set to invalid value.\n";
+    const std::vector<std::array<std::string, 2>> table = {
+        {"", noNumber},
+        {"many", noNumber},
+        {"2147483648", outOfRange},
+        {"-2147483649", outOfRange},
+        {"99999999999999999999", outOfRange},
+        {"0", belowOne},
+        {"-1", belowOne},
+        {"-2147483648", belowOne},
+        {"3.5", ""}, // a fraction is not reported
+        {"3.0", ""},
+        {"rubbish.", ""},
+        {"2147483647", ""}, // the number that means none
+    };
     EXPECT_EQ(maximum(), LARGEST);
-    setMaximum("many");
-    EXPECT_EQ(maximum(), LARGEST);
-    EXPECT_EQ(log(), "[Debug]: Max EventGroupId value type error stoi\n"
-                     "[Debug]: Max EventGroupId value type error stoi\n"
-                     "[Debug]: Max EventGroupId value type error stoi\n");
-}
-
-TEST_F(EventGroup, MaximumOutOfRangeIsReportedAtEveryCall) {
-    for (const std::string text : {"2147483648", "-2147483649", "99999999999999999999"}) {
+    EXPECT_EQ(log(), noNumber); // no such field
+    for (const auto& [text, line] : table) {
+        configure();
         setMaximum(text);
         EXPECT_EQ(maximum(), LARGEST) << text;
-    }
-    EXPECT_EQ(log(), "[Debug]: Max EventGroupId value out of range stoi\n"
-                     "[Debug]: Max EventGroupId value out of range stoi\n"
-                     "[Debug]: Max EventGroupId value out of range stoi\n");
-}
-
-TEST_F(EventGroup, MaximumBelowOneIsReportedAtEveryCall) {
-    for (const std::string text : {"0", "-1", "-2147483648"}) {
-        setMaximum(text);
         EXPECT_EQ(maximum(), LARGEST) << text;
+        EXPECT_EQ(log(), line + line) << text;
     }
-    EXPECT_EQ(log(), "[Debug]: The default max value was set to invalid value.\n"
-                     "[Debug]: The default max value was set to invalid value.\n"
-                     "[Debug]: The default max value was set to invalid value.\n");
+    setMaximum("7");
+    EXPECT_EQ(maximum(), 7U);
 }
 
-TEST_F(EventGroup, WithoutUsableMaximumIdentifiersRunOn) {
+TEST_F(EventGroup, MaximumThatIsUnusableNeverTakesTheGoodOnesPlace) {
+    setMaximum("7");
+    // While one thread waits for an unusable setting, another one finds a good one.
+    const RedisProxy proxy(server, [this](const Command&) -> std::optional<std::string> {
+        EXPECT_EQ(maximum(), 7U);
+        return "$1\r\n0\r\n";
+    });
+    EXPECT_EQ(getMaxEventGroupId(proxy.context(), gLogger), LARGEST);
+    setMaximum("9");
+    EXPECT_EQ(maximum(), 7U);
+}
+
+TEST_F(EventGroup, RunsOnToTheLargestNumberWithoutAUsableMaximum) {
     setMaximum("0");
     setCounter("2147483645");
     EXPECT_EQ(next(), 2147483646U);
@@ -156,7 +140,7 @@ TEST_F(EventGroup, WithoutUsableMaximumIdentifiersRunOn) {
     EXPECT_EQ(next(), 1U);
 }
 
-TEST_F(EventGroup, LostConnectionRestartsAtOne) {
+TEST_F(EventGroup, RestartsAtOneWhenTheConnectionIsLost) {
     const RedisProxy proxy(server, answerOnce({"HINCRBY"}, CLOSE_CONNECTION));
     EXPECT_EQ(getNextEventGroupId(proxy.context(), gLogger), 1U);
     EXPECT_EQ(log(), "[Debug]: Failed to increase the counter &&EVENT_GROUP_ID_COUNTER\n"
@@ -164,16 +148,7 @@ TEST_F(EventGroup, LostConnectionRestartsAtOne) {
                      "[Debug]: Max EventGroupId value type error stoi\n");
 }
 
-TEST_F(EventGroup, CounterThatIsNoNumberRestarts) {
-    setMaximum("3");
-    setCounter("rubbish");
-    EXPECT_EQ(next(), 3U);
-    EXPECT_EQ(counter(), "0");
-    EXPECT_EQ(next(), 1U);
-    EXPECT_EQ(log(), "");
-}
-
-TEST_F(EventGroup, FailedResetAtTheWrapIsReported) {
+TEST_F(EventGroup, ReportsAFailedResetAtTheWrap) {
     setMaximum("3");
     setCounter("2");
     const RedisProxy proxy(server, answerOnce({"HSET"}, ERROR_REPLY));
@@ -182,14 +157,7 @@ TEST_F(EventGroup, FailedResetAtTheWrapIsReported) {
     EXPECT_EQ(counter(), "3");
 }
 
-TEST_F(EventGroup, NegativeCounterRestartsAtTheMaximum) {
-    setMaximum("3");
-    setCounter("-10");
-    EXPECT_EQ(next(), 3U);
-    EXPECT_EQ(counter(), "0");
-}
-
-TEST_F(EventGroup, WithoutLoggerReportsGoToStandardError) {
+TEST_F(EventGroup, ReportsOnStandardErrorWithoutALogger) {
     const OutputCapture errors(2);
     EXPECT_EQ(getMaxEventGroupId(context(), nullptr), LARGEST);
     EXPECT_EQ(errors.text(), "[DEBUG] Max EventGroupId value type error stoi\n");

@@ -25,6 +25,17 @@ inline const std::string LOCATIONS = "/redfish/v1/CertificateService/Certificate
 inline const std::string STATUS_KEY = "status/1/result";
 inline const std::string RETURN_CHANNEL = "answers/1";
 
+// What answer() gives for a request that could not be carried out.
+inline const std::string DATABASE_ERROR = "EXCEPTION ExtendedError.1.2.DatabaseOperationError ()";
+
+// The line of a process's first event.
+inline const std::string EVENTS_ON_LINE = "[Debug]: CertificateService will generate events when "
+                                          "resource is created/updated/removed.\n";
+
+// The commands as describeCommands gives them, with the entity tags, which are times, replaced by
+// ETAG.
+[[nodiscard]] std::string commandText(const Commands& commands);
+
 class RequestFixture : public testing::Test {
 protected:
     RequestFixture();
@@ -41,6 +52,14 @@ protected:
         return work.context();
     }
 
+    // The commands that the step sends, as commandText gives them.
+    template <typename Step>
+    [[nodiscard]] std::string commandsOf(Step step) {
+        CommandMonitor monitor(server);
+        step();
+        return commandText(monitor.commands());
+    }
+
     // Loads the event service's script and returns its digest.
     std::string loadEventScript(const std::string& lua = "return #KEYS");
 
@@ -55,10 +74,6 @@ protected:
 private:
     std::unique_ptr<Logger> logger;
 };
-
-// The commands as describeCommands gives them, with the entity tags, which are times, replaced by
-// ETAG.
-[[nodiscard]] std::string commandText(const Commands& commands);
 
 // A creation of a PEM certificate in COLLECTION.
 [[nodiscard]] FrontEndRequest creationRequest();
