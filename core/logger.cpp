@@ -114,6 +114,7 @@ __attribute__((format(printf, 1, 0))) std::string formatText(const char* format,
                                                              va_list arguments) {
     va_list measured;
     va_copy(measured, arguments);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the line above is not understood
     const int length = std::vsnprintf(nullptr, 0, format, measured);
     va_end(measured);
     std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');

@@ -143,6 +143,5 @@ int redisHMSet(redisContext* context, const std::string& key,
     }
     const RedisReply reply(static_cast<redisReply*>(
         redisCommandArgv(context, static_cast<int>(words.size()), words.data(), lengths.data())));
-    const bool accepted = reply && reply->str != nullptr && std::strncmp(reply->str, "OK", 2) == 0;
-    return accepted ? 1 : 0;
+    return reply && replyText(*reply).starts_with("OK") ? 1 : 0;
 }

@@ -2,8 +2,9 @@
 
 // Secrets in memory: they are overwritten as soon as they have served.
 //
-// Only what is reached here is overwritten. Copies that a library made on the way (a buffer that it
-// moved while it grew, say) are out of reach.
+// These functions overwrite what is still owned. The daemon's heap overwrites what has been given
+// back (core/daemon/wiped_heap.cpp); other programs that use them have no such heap, and copies
+// that a text made while it grew are out of reach there.
 
 #include <nlohmann/json_fwd.hpp>
 

@@ -74,15 +74,9 @@ protected:
     Logger mLogger;
 };
 
-TEST_F(LoggerClock, padsTheDayWithABlank) {
+TEST_F(LoggerClock, writesDateAndSecondsOfTheLine) {
     EXPECT_EQ(lineAt(1730713515), "Nov  4 09:45:15 1730713515 [Error]: failure\n");
-}
-
-TEST_F(LoggerClock, writesADayOfTwoDigits) {
     EXPECT_EQ(lineAt(1731577515), "Nov 14 09:45:15 1731577515 [Error]: failure\n");
-}
-
-TEST_F(LoggerClock, writesTheEpochItself) {
     EXPECT_EQ(lineAt(0), "Jan  1 00:00:00 0 [Error]: failure\n");
 }
 

@@ -161,17 +161,6 @@ TEST_F(Log, followsATimeZoneThatIsSetLater) {
     // NOLINTEND(concurrency-mt-unsafe)
 }
 
-TEST_F(Log, tellsTheTimeOfTheLine) {
-    (void)init("LOG_FILE=@/x.log\n");
-    const std::time_t before = std::time(nullptr);
-    (void)writeBoth();
-    const std::time_t after = std::time(nullptr);
-    for (const auto& line : rawLines()) {
-        const std::time_t written = std::stol(line.substr(16));
-        EXPECT_TRUE(before <= written && written <= after) << line;
-    }
-}
-
 TEST_F(Log, goesToStandardErrorWhileTheFileCannotBeOpened) {
     std::filesystem::create_directory(file("folder"));
     EXPECT_EQ(init("LOG_FILE=@/folder/x.log\n"), "");
@@ -181,14 +170,6 @@ TEST_F(Log, goesToStandardErrorWhileTheFileCannotBeOpened) {
     std::filesystem::create_directory(file("folder"));
     EXPECT_EQ(writeBoth(), "");
     EXPECT_EQ(logLines("folder/x.log"), BOTH_LINES);
-}
-
-TEST_F(Log, goesToANewFileWhenTheFileHasBeenRemoved) {
-    (void)init("LOG_FILE=@/x.log\n");
-    (void)writeBoth();
-    std::filesystem::remove(file("x.log"));
-    EXPECT_EQ(writeBoth(), "");
-    EXPECT_EQ(logLines(), BOTH_LINES);
 }
 
 // Each line is longer than the blocks in which a stream writes.
@@ -273,9 +254,6 @@ TEST_F(Log, ofLevelErrorDropsDebugLines) {
     (void)init("LOG_FILE=@/x.log\nLOG_LEVEL=error\n");
     EXPECT_EQ(writeBoth(), "");
     EXPECT_THAT(logLines(), ElementsAre("[Error]: failure 7 of 100%"));
-}
-
-TEST_F(Log, ofLevelErrorDropsDebugLinesOnStandardErrorToo) {
     (void)init("LOG_LEVEL=error\n");
     const OutputCapture errors(STDERR_FILENO);
     mLogger.debug("news");
@@ -352,6 +330,8 @@ TEST_F(Log, takesTheLimitAsAnIntegerAndIsRenamedWhenItReachesIt) {
         {"-2147483649", "Error: stoi\n", 0},
         {"99999999999999999999", "Error: stoi\n", 0},
     };
+    (void)init("LOG_FILE=@/x.log\n");
+    EXPECT_FALSE(isRenamed(1'000'000));
     for (const auto& [value, printed, limit] : rows) {
         SCOPED_TRACE(value);
         EXPECT_EQ(init("LOG_FILE=@/x.log\nLOG_FILE_SIZE=" + std::string(value) + "\n"), printed);
@@ -364,11 +344,6 @@ TEST_F(Log, takesTheLimitAsAnIntegerAndIsRenamedWhenItReachesIt) {
         EXPECT_TRUE(isRenamed(limit));
         EXPECT_TRUE(isRenamed(limit + 1));
     }
-}
-
-TEST_F(Log, withoutASizeIsNeverRenamed) {
-    (void)init("LOG_FILE=@/x.log\n");
-    EXPECT_FALSE(isRenamed(1'000'000));
 }
 
 TEST_F(Log, isRenamedBeforeTheNextLine) {

@@ -16,7 +16,6 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 
 namespace {
 
@@ -24,14 +23,17 @@ constexpr int UNIX_SOCKET = 1;
 constexpr int TCP = 2;
 constexpr int STANDARD_PORT = 6379;
 
-using Connection = RedisConnection;
-
 RedisConnectionInfo infoFor(int type, const std::string& socketPath, long port = 0) {
     RedisConnectionInfo info{};
     info.type = type;
     info.port = port;
     std::strncpy(info.socketPath, socketPath.c_str(), sizeof info.socketPath - 1);
     return info;
+}
+
+RedisConnection connectTo(const std::string& socketPath) {
+    auto info = infoFor(UNIX_SOCKET, socketPath);
+    return RedisConnection(connectToRedis(&info));
 }
 
 std::string ping(redisContext* context) {
@@ -45,7 +47,7 @@ std::string ping(redisContext* context) {
 // What a process that connects for the first time gets on the server's PING.
 std::string pingOfFreshProcess() {
     return inFreshProcess([] {
-        const Connection connection(redisConnectContext());
+        const RedisConnection connection(redisConnectContext());
         return ping(connection.get());
     });
 }
@@ -70,26 +72,21 @@ RedisServerOptions onTcp(int port, const std::string& password = "") {
 
 // ---- connectToRedis ----
 
-TEST(ConnectToRedis, reachesAUnixSocket) {
+TEST(ConnectToRedis, reachesAUnixSocketAndSetsNoTimeout) {
     const RedisServer server;
-    auto info = infoFor(UNIX_SOCKET, server.socketPath());
-    const Connection connection(connectToRedis(&info));
+    const RedisConnection connection = connectTo(server.socketPath());
     EXPECT_EQ(ping(connection.get()), "PONG");
+    EXPECT_EQ(connection->timeout, nullptr);
 }
 
-TEST(ConnectToRedis, reachesATcpPortAtTheLoopbackAddress) {
-    const RedisServer server(onTcp(STANDARD_PORT));
-    auto info = infoFor(TCP, "", STANDARD_PORT);
-    const Connection connection(connectToRedis(&info));
-    EXPECT_EQ(ping(connection.get()), "PONG");
-    EXPECT_STREQ(info.host, "127.0.0.1");
-}
-
-TEST(ConnectToRedis, reachesAnyPortOfTheInfo) {
-    const RedisServer server(onTcp(6401));
-    auto info = infoFor(TCP, "", 6401);
-    const Connection connection(connectToRedis(&info));
-    EXPECT_EQ(ping(connection.get()), "PONG");
+TEST(ConnectToRedis, reachesAnyTcpPortAtTheLoopbackAddress) {
+    for (const int port : {STANDARD_PORT, 6401}) {
+        const RedisServer server(onTcp(port));
+        auto info = infoFor(TCP, "", port);
+        const RedisConnection connection(connectToRedis(&info));
+        EXPECT_EQ(ping(connection.get()), "PONG");
+        EXPECT_STREQ(info.host, "127.0.0.1");
+    }
 }
 
 TEST(ConnectToRedis, keepsAHostThatIsGiven) {
@@ -98,14 +95,6 @@ TEST(ConnectToRedis, keepsAHostThatIsGiven) {
     info.host = "127.0.0.2";
     EXPECT_EQ(connectToRedis(&info), nullptr);
     EXPECT_STREQ(info.host, "127.0.0.2");
-}
-
-TEST(ConnectToRedis, setsNoTimeout) {
-    const RedisServer server;
-    auto info = infoFor(UNIX_SOCKET, server.socketPath());
-    const Connection connection(connectToRedis(&info));
-    ASSERT_NE(connection, nullptr);
-    EXPECT_EQ(connection->timeout, nullptr);
 }
 
 TEST(ConnectToRedis, givesNullForNoInfoAndAnUnknownType) {
@@ -123,8 +112,7 @@ TEST(ConnectToRedis, givesNullWhereNobodyListens) {
     EXPECT_EQ(connectToRedis(&port), nullptr);
     for (const std::string& path : {std::string("/run/missing.sock"), std::string(),
                                     "/run/" + std::string(1018, 's'), server.socketPath() + "\n"}) {
-        auto info = infoFor(UNIX_SOCKET, path);
-        EXPECT_EQ(connectToRedis(&info), nullptr) << path;
+        EXPECT_EQ(connectTo(path), nullptr) << path;
     }
 }
 
@@ -133,8 +121,7 @@ TEST(ConnectToRedis, givesNullWhereNobodyListens) {
 class Authentication : public testing::Test {
 protected:
     RedisServer mServer{onTcp(0, "right pass%word %s")};
-    RedisConnectionInfo mInfo = infoFor(UNIX_SOCKET, mServer.socketPath());
-    Connection mConnection{connectToRedis(&mInfo)};
+    RedisConnection mConnection = connectTo(mServer.socketPath());
 };
 
 TEST_F(Authentication, acceptsThePassword) {
@@ -162,8 +149,7 @@ TEST_F(Authentication, failsWithoutAReply) {
 
 TEST(AuthenticationReply, ofAServerWithoutPasswordIsAFailure) {
     const RedisServer server;
-    auto info = infoFor(UNIX_SOCKET, server.socketPath());
-    const Connection connection(connectToRedis(&info));
+    const RedisConnection connection = connectTo(server.socketPath());
     EXPECT_EQ(redisAuthentication(connection.get(), "needless"), 1);
 }
 
@@ -178,8 +164,7 @@ TEST(AuthenticationReply, isExactlyTheStatusOk) {
     };
     for (const auto& [bytes, result] : rows) {
         ScriptedServer server({bytes});
-        auto info = infoFor(UNIX_SOCKET, server.socketPath());
-        Connection connection(connectToRedis(&info));
+        RedisConnection connection = connectTo(server.socketPath());
         EXPECT_EQ(redisAuthentication(connection.get(), "two words\n"), result) << bytes;
         connection.reset();
         EXPECT_EQ(server.received(), (Commands{{"AUTH", "two words\n"}}));
@@ -188,19 +173,17 @@ TEST(AuthenticationReply, isExactlyTheStatusOk) {
 
 // ---- redisConnectContext ----
 
-TEST(ConnectContext, overTheSocket) {
-    const RedisServer server;
-    writeConnectionFiles(server);
-    EXPECT_EQ(pingOfFreshProcess(), "PONG");
+TEST(ConnectContext, reachesTheServerOverBothRoadsAndLogsInWhereThereIsAPassword) {
+    for (const char* password : {"", "pass word"}) {
+        const RedisServer server(onTcp(STANDARD_PORT, password));
+        for (const RedisAddress address : {RedisAddress::UNIX_SOCKET, RedisAddress::TCP}) {
+            writeConnectionFiles(server, address);
+            EXPECT_EQ(pingOfFreshProcess(), "PONG") << password;
+        }
+    }
 }
 
-TEST(ConnectContext, overTheStandardPort) {
-    const RedisServer server(onTcp(STANDARD_PORT));
-    writeConnectionFiles(server, RedisAddress::TCP);
-    EXPECT_EQ(pingOfFreshProcess(), "PONG");
-}
-
-TEST(ConnectContext, notOverAnotherPort) {
+TEST(ConnectContext, isNullWithAnotherPort) {
     const RedisServer server(onTcp(6380));
     writeConnectionFiles(server, RedisAddress::TCP);
     EXPECT_EQ(pingOfFreshProcess(), "no connection");
@@ -214,7 +197,7 @@ TEST(ConnectContext, prefersTheSocketToThePort) {
     RedisClient(onPort).command("SET", "server", "port");
     RedisClient(onSocket).command("SET", "server", "socket");
     EXPECT_EQ(inFreshProcess([] {
-                  const Connection connection(redisConnectContext());
+                  const RedisConnection connection(redisConnectContext());
                   return std::string(replyText(*sendRedisCommand(connection.get(), "GET server")));
               }),
               "socket");
@@ -225,18 +208,6 @@ TEST(ConnectContext, isNullWhileTheServerIsDown) {
     writeConnectionFiles(server);
     server.stop();
     EXPECT_EQ(pingOfFreshProcess(), "no connection");
-}
-
-TEST(ConnectContext, logsIn) {
-    const RedisServer server(onTcp(0, "pass word"));
-    writeConnectionFiles(server);
-    EXPECT_EQ(pingOfFreshProcess(), "PONG");
-}
-
-TEST(ConnectContext, logsInOverTcp) {
-    const RedisServer server(onTcp(STANDARD_PORT, "pass word"));
-    writeConnectionFiles(server, RedisAddress::TCP);
-    EXPECT_EQ(pingOfFreshProcess(), "PONG");
 }
 
 TEST(ConnectContext, isNullWithAWrongPasswordOrOneWithALineEnd) {
@@ -278,8 +249,8 @@ TEST(ConnectContext, givesEveryCallerAConnectionOfItsOwn) {
     const RedisServer server;
     writeConnectionFiles(server);
     EXPECT_EQ(inFreshProcess([] {
-                  const Connection first(redisConnectContext());
-                  Connection second(redisConnectContext());
+                  const RedisConnection first(redisConnectContext());
+                  RedisConnection second(redisConnectContext());
                   const bool different = first.get() != second.get() && first->fd != second->fd;
                   second.reset();
                   return std::to_string(different) + " " + ping(first.get());
@@ -291,8 +262,7 @@ TEST(ConnectContext, givesEveryCallerAConnectionOfItsOwn) {
 
 TEST(ConnectionBuffers, holdNoReplyOnceTheyAreWiped) {
     const RedisServer server;
-    auto info = infoFor(UNIX_SOCKET, server.socketPath());
-    const Connection connection(connectToRedis(&info));
+    const RedisConnection connection = connectTo(server.socketPath());
     const std::string secret(500, 's');
     ASSERT_NE(sendRedisCommand(connection.get(), "ECHO %s", secret.c_str()), nullptr);
     const char* buffer = connection->reader->buf;
@@ -305,8 +275,7 @@ TEST(ConnectionBuffers, holdNoReplyOnceTheyAreWiped) {
 
 TEST(ConnectionBuffers, keepAReplyThatIsStillToBeRead) {
     ScriptedServer server({"+first\r\n+second\r\n"});
-    auto info = infoFor(UNIX_SOCKET, server.socketPath());
-    const Connection connection(connectToRedis(&info));
+    const RedisConnection connection = connectTo(server.socketPath());
     ASSERT_NE(sendRedisCommand(connection.get(), "PING"), nullptr);
     wipeConnectionBuffers(connection.get());
     RedisReply reply;
@@ -316,8 +285,7 @@ TEST(ConnectionBuffers, keepAReplyThatIsStillToBeRead) {
 
 TEST(ConnectionBuffers, mayBeGoneAfterAnError) {
     ScriptedServer server({"!rubbish\r\n"});
-    auto info = infoFor(UNIX_SOCKET, server.socketPath());
-    const Connection connection(connectToRedis(&info));
+    const RedisConnection connection = connectTo(server.socketPath());
     EXPECT_EQ(sendRedisCommand(connection.get(), "PING"), nullptr);
     wipeConnectionBuffers(connection.get());
     wipeConnectionBuffers(nullptr);
@@ -325,20 +293,16 @@ TEST(ConnectionBuffers, mayBeGoneAfterAnError) {
 
 // ---- redisDisconnectContext ----
 
-TEST(DisconnectContext, ofNullGivesOne) {
-    EXPECT_EQ(redisDisconnectContext(nullptr), 1);
-}
-
-TEST(DisconnectContext, closesTheConnectionAndGivesZero) {
+TEST(DisconnectContext, closesAConnectionAndGivesZeroOrOneForNone) {
     const RedisServer server;
     RedisClient observer(server);
-    auto info = infoFor(UNIX_SOCKET, server.socketPath());
-    redisContext* context = connectToRedis(&info);
+    redisContext* context = connectTo(server.socketPath()).release();
     ASSERT_EQ(ping(context), "PONG");
     const auto clients = [&] { return splitLines(observer.command("CLIENT", "LIST").text).size(); };
     ASSERT_EQ(clients(), 2U);
     EXPECT_EQ(redisDisconnectContext(context), 0);
     EXPECT_TRUE(waitUntil([&] { return clients() == 1; }));
+    EXPECT_EQ(redisDisconnectContext(nullptr), 1);
 }
 
 } // namespace

@@ -3,138 +3,84 @@
 
 #include "core/daemon/startup_records.h"
 #include "core/logger.h"
+#include "core/redis_connection.h"
 #include "tests/core/scripted_server.h"
 #include "tests/support/output_capture.h"
 
 #include <gtest/gtest.h>
-#include <hiredis/hiredis.h>
 #include <unistd.h>
-
-#include <memory>
 
 namespace {
 
 using Texts = std::vector<std::string>;
 
-struct Outcome {
-    bool succeeded = false;
-    std::string log;
-    std::string output;
-    Commands commands;
-};
+const std::string NO_LENGTHS =
+    ">>> Failed to get list length on "
+    "&&/redfish/v1/CertificateService/CertificateCollection/POSTCREATEQ.\n"
+    ">>> Failed to get list length on "
+    "&&/redfish/v1/CertificateService/CertificateCollection/DELETEQ.\n"
+    ">>> Failed to get list length on &&/redfish/v1/CertificateService/POSTACTIONQ.\n";
+const std::string NO_ACCESS = "[Error]: Failed to access Redis.\n";
+const std::string NO_SETTING = "[Error]: Init property failed.\n";
+const std::string CREATION_LOADED =
+    "[Debug]: >>> skeleton certificate service loaded create channel successfully.\n";
+const std::string DELETION_LOADED =
+    "[Debug]: >>> skeleton certificate service loaded delete channel successfully.\n";
+const std::string ACTION_LOADED =
+    "[Debug]: >>> skeleton certificate service loaded action channel successfully.\n";
+const std::string NO_LINK = "[Error]: Add channel link failed.\n";
+const std::string NO_MARK = "[Error]: Init /redfish/v1/CertificateService/Actions/"
+                            "CertificateService.GenerateCSR to support Async failed.\n";
+const std::string ALL_LOADED = CREATION_LOADED + DELETION_LOADED + ACTION_LOADED;
 
-// The logger of the process for the time of a scope.
-class ScopedLogger {
-public:
-    ScopedLogger() {
-        gLogger = &mLogger;
-    }
-    ~ScopedLogger() {
-        gLogger = nullptr;
-    }
-    ScopedLogger(const ScopedLogger&) = delete;
-    ScopedLogger& operator=(const ScopedLogger&) = delete;
+const std::string OLD = ":0\r\n";
+const std::string NEW = ":1\r\n";
+const std::string ERROR = "-ERR no\r\n";
 
-private:
-    Logger mLogger;
-};
-
-// Writes the records to a server that gives these answers and then no more.
-Outcome writeWith(const Texts& answers) {
+// Writes the records to a server that gives these answers and then no more: whether that succeeded,
+// what was logged and printed, and how many commands were answered.
+std::string outcomeOf(const Texts& answers) {
     ScriptedServer server(answers);
-    Outcome outcome;
+    Logger logger;
+    gLogger = &logger;
+    std::string outcome;
     {
-        const ScopedLogger logger;
-        const std::unique_ptr<redisContext, void (*)(redisContext*)> context(
-            redisConnectUnix(server.socketPath().c_str()), redisFree);
+        const RedisConnection connection(redisConnectUnix(server.socketPath().c_str()));
         const OutputCapture output(STDOUT_FILENO);
         const OutputCapture errors(STDERR_FILENO);
-        outcome.succeeded = writeStartupRecords(context.get());
+        const bool succeeded = writeStartupRecords(connection.get());
         (void)std::fflush(stdout);
-        outcome.log = errors.text();
-        outcome.output = output.text();
+        outcome = (succeeded ? "succeeded\n" : "failed\n") + errors.text() + output.text();
     }
-    outcome.commands = server.received();
-    return outcome;
+    gLogger = nullptr;
+    return outcome + std::to_string(server.received().size()) + " commands";
 }
 
-const Texts EMPTY_QUEUES = {":0\r\n", ":0\r\n", ":0\r\n"};
-
-Texts afterEmptyQueues(const Texts& answers) {
-    Texts result = EMPTY_QUEUES;
-    result.insert(result.end(), answers.begin(), answers.end());
-    return result;
+TEST(StartupRecords, AreWrittenUnlessALengthOrALinkFails) {
+    const struct {
+        Texts answers; // three lengths, two settings, three links, the asynchronous mark
+        std::string outcome;
+    } rows[] = {
+        {{}, "failed\n" + NO_ACCESS + NO_LENGTHS + "0 commands"},
+        {{OLD, ":-1\r\n", OLD}, "failed\n" + NO_ACCESS + "3 commands"},
+        {{OLD, OLD, OLD}, "failed\n" + NO_SETTING + NO_SETTING + NO_LINK + "3 commands"},
+        {{OLD, OLD, OLD, ERROR, NEW, NEW, NEW, NEW, NEW},
+         "succeeded\n" + NO_SETTING + ALL_LOADED + "9 commands"},
+        {{OLD, OLD, OLD, NEW, NEW, NEW, NEW},
+         "failed\n" + CREATION_LOADED + DELETION_LOADED + NO_LINK + "7 commands"},
+        {{OLD, OLD, OLD, NEW, NEW, NEW, NEW, NEW},
+         "succeeded\n" + ALL_LOADED + NO_MARK + "8 commands"},
+        {{OLD, OLD, OLD, OLD, OLD, NEW, NEW, NEW, OLD}, "succeeded\n" + ALL_LOADED + "9 commands"},
+    };
+    for (const auto& [answers, outcome] : rows) {
+        EXPECT_EQ(outcomeOf(answers), outcome);
+    }
 }
 
-const std::string ALL_LOADED =
-    "[Debug]: >>> skeleton certificate service loaded create channel successfully.\n"
-    "[Debug]: >>> skeleton certificate service loaded delete channel successfully.\n"
-    "[Debug]: >>> skeleton certificate service loaded action channel successfully.\n";
-
-TEST(StartupRecords, withoutAnyReplyCannotReadTheQueues) {
-    const Outcome outcome = writeWith({});
-    EXPECT_FALSE(outcome.succeeded);
-    EXPECT_EQ(outcome.log, "[Error]: Failed to access Redis.\n");
-    EXPECT_EQ(outcome.output, ">>> Failed to get list length on &&/redfish/v1/CertificateService/"
-                              "CertificateCollection/POSTCREATEQ.\n"
-                              ">>> Failed to get list length on &&/redfish/v1/CertificateService/"
-                              "CertificateCollection/DELETEQ.\n"
-                              ">>> Failed to get list length on &&/redfish/v1/CertificateService/"
-                              "POSTACTIONQ.\n");
-}
-
-TEST(StartupRecords, withoutTheLastLengthWriteNothing) {
-    const Outcome outcome = writeWith({":0\r\n", ":0\r\n"});
-    EXPECT_FALSE(outcome.succeeded);
-    EXPECT_EQ(outcome.log, "[Error]: Failed to access Redis.\n");
-    EXPECT_EQ(outcome.commands.size(), 2U);
-}
-
-TEST(StartupRecords, withANegativeLengthWriteNothing) {
-    const Outcome outcome = writeWith({":0\r\n", ":-1\r\n", ":0\r\n"});
-    EXPECT_FALSE(outcome.succeeded);
-    EXPECT_EQ(outcome.log, "[Error]: Failed to access Redis.\n");
-    EXPECT_EQ(outcome.output, "");
-    EXPECT_EQ(outcome.commands.size(), 3U);
-}
-
-TEST(StartupRecords, onAConnectionLostAfterTheLengthsFailWithTheFirstLink) {
-    const Outcome outcome = writeWith(EMPTY_QUEUES);
-    EXPECT_FALSE(outcome.succeeded);
-    EXPECT_EQ(outcome.log, "[Error]: Init property failed.\n"
-                           "[Error]: Init property failed.\n"
-                           "[Error]: Add channel link failed.\n");
-}
-
-TEST(StartupRecords, goOnAfterOneSettingThatFails) {
-    const Outcome outcome = writeWith(
-        afterEmptyQueues({"-ERR no\r\n", ":1\r\n", ":1\r\n", ":1\r\n", ":1\r\n", ":1\r\n"}));
-    EXPECT_TRUE(outcome.succeeded);
-    EXPECT_EQ(outcome.log, "[Error]: Init property failed.\n" + ALL_LOADED);
-    EXPECT_EQ(outcome.commands.size(), 9U);
-}
-
-TEST(StartupRecords, onAConnectionLostBeforeTheLastLinkFail) {
-    const Outcome outcome = writeWith(afterEmptyQueues({":1\r\n", ":1\r\n", ":1\r\n", ":1\r\n"}));
-    EXPECT_FALSE(outcome.succeeded);
-    EXPECT_EQ(outcome.log, ALL_LOADED.substr(0, ALL_LOADED.rfind("[Debug]")) +
-                               "[Error]: Add channel link failed.\n");
-}
-
-TEST(StartupRecords, onAConnectionLostBeforeTheAsynchronousMarkSucceed) {
-    const Outcome outcome =
-        writeWith(afterEmptyQueues({":1\r\n", ":1\r\n", ":1\r\n", ":1\r\n", ":1\r\n"}));
-    EXPECT_TRUE(outcome.succeeded);
-    EXPECT_EQ(outcome.log, ALL_LOADED +
-                               "[Error]: Init /redfish/v1/CertificateService/Actions/"
-                               "CertificateService.GenerateCSR to support Async failed.\n");
-}
-
-TEST(StartupRecords, areOverwrittenWithoutAComplaint) {
-    const Outcome outcome =
-        writeWith(afterEmptyQueues({":0\r\n", ":0\r\n", ":1\r\n", ":1\r\n", ":1\r\n", ":0\r\n"}));
-    EXPECT_TRUE(outcome.succeeded);
-    EXPECT_EQ(outcome.log, ALL_LOADED);
+TEST(StartupRecords, AreNotWrittenWithoutTheLastLength) {
+    const std::string outcome = outcomeOf({OLD, OLD});
+    EXPECT_EQ(outcome,
+              "failed\n" + NO_ACCESS + NO_LENGTHS.substr(NO_LENGTHS.rfind(">>>")) + "2 commands");
 }
 
 } // namespace
