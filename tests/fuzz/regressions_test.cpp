@@ -13,8 +13,7 @@ class FuzzRegression : public StoreFixture {};
 TEST_F(FuzzRegression, ADroppedEntryThatBeginsWithABlankTakesNoResourceWithIt) {
     client.command("RPUSH", "/u", "1", " &&Object k");
     client.command("HSET", "k", "Name", "\"kept\"");
-    const json configuration = {
-        {"ArrayStyle", 1}, {"ArrayMaxSize", 0}, {"ArrayNullElement", false}};
+    const json configuration = arrayStyle(1);
     ASSERT_EQ(updateResource(context(), "/u", {1}, configuration), STORE_OK);
     EXPECT_EQ(client.list("/u"), Entries{"1"});
     EXPECT_EQ(client.hash("k"), (std::map<std::string, std::string>{{"Name", "\"kept\""}}));
@@ -23,7 +22,7 @@ TEST_F(FuzzRegression, ADroppedEntryThatBeginsWithABlankTakesNoResourceWithIt) {
 // Target array_updates: a key that two markers name, as an object and as an array, was walked as
 // whichever field Redis gave first, and what was below it stayed for ever.
 TEST_F(FuzzRegression, AKeyNamedAsObjectAndAsArrayLeavesNothingBehind) {
-    const json configuration = {{"ArrayStyle", 3}, {"ArrayMaxSize", 4}, {"ArrayNullElement", true}};
+    const json configuration = arrayStyle(3, 4, true);
     ASSERT_EQ(writeResource(context(), "/u", json::parse(R"({"A":{"n":{"n":2}}})")), STORE_OK);
     const json array = {{"A", {nullptr, nullptr, 5}}};
     ASSERT_EQ(updateResource(context(), "/u", array, configuration), STORE_OK);

@@ -10,45 +10,33 @@ using nlohmann::json;
 
 namespace {
 
+// clang-format off
 constexpr std::size_t DEEPEST = 3;
 constexpr std::size_t MOST_ELEMENTS = 6;
-constexpr std::array<std::string_view, 6> NAMES = {"A", "B", "N", "A", "&&Raw", "@odata.id"};
+constexpr std::array<std::string_view, 6> NAMES = {
+    "A", "B", "N", "A", "&&Raw", "@odata.id"};
 constexpr std::array<std::string_view, 17> STRINGS = {
-    "text",  "two words",        "",           "null",           "ToDelete", "&&Foo bar",
-    "&&Foo", "&&Object k",       "&&Array  k", "&&ObjectRef /r", "&&Object", "&&Object &&/u/A/2",
-    "100%s", "\"quoted\" \\ \n", "\xff",       "/u/A",           "null"};
+    "text", "two words", "", "null", "ToDelete", "&&Foo bar", "&&Foo", "&&Object k",
+    "&&Array  k", "&&ObjectRef /r", "&&Object", "&&Object &&/u/A/2", "100%s",
+    "\"quoted\" \\ \n", "\xff", "/u/A", "null"};
 constexpr std::array<std::string_view, 2> TARGETS = {"/r", "/u/A"};
-constexpr std::array<double, 12> MAXIMA = {0, -1, 1, 2, 3, 4, 6, 2.5, 0.5, 9, 0, 5};
+constexpr std::array<double, 12> MAXIMA = {
+    0, -1, 1, 2, 3, 4, 6, 2.5, 0.5, 9, 0, 5};
 
 // What other writers do, be it in the stored form or not.
-constexpr std::array<std::string_view, 8> KEYS = {"/u",       "&&/u/A",   "&&/u/B",   "&&/u/N",
-                                                  "&&/u/A/1", "&&/u/A/2", "&&/u/A/A", "k"};
-constexpr std::array<std::string_view, 15> ENTRIES = {"ToDelete",
-                                                      "null",
-                                                      "&&Object k",
-                                                      " &&Object k",
-                                                      "&&Array  k ",
-                                                      "&&Object k k",
-                                                      "&&Array &&/u/A",
-                                                      "&&Object &&/u/A/2",
-                                                      "&&ObjectRef /r",
-                                                      "&&ObjectRef /u/A",
-                                                      "",
-                                                      "true",
-                                                      "\"old\"",
-                                                      "&&Foo bar",
-                                                      "&&Object"};
-constexpr std::array<std::string_view, 9> FIELDS = {"A",
-                                                    "N",
-                                                    "&&Object A &&/u/A",
-                                                    "&&Array A &&/u/A",
-                                                    "&&Object B &&/u/B",
-                                                    "&&Array B &&/u/B",
-                                                    "&&ObjectRef N /r",
-                                                    "&&Object N k",
-                                                    "&&Array N k"};
+constexpr std::array<std::string_view, 8> KEYS = {
+    "/u", "&&/u/A", "&&/u/B", "&&/u/N", "&&/u/A/1", "&&/u/A/2", "&&/u/A/A", "k"};
+constexpr std::array<std::string_view, 16> ENTRIES = {
+    "ToDelete", "null", "&&Object k", " &&Object k", "&&Array  k ", "&&Object k k",
+    "&&Array &&/u/A", "&&Object &&/u/A/2", "&&ObjectRef /r", "&&ObjectRef /u/A", "", "true",
+    "\"old\"", "&&Foo bar", "&&Object", "&&Array /u"};
+constexpr std::array<std::string_view, 9> FIELDS = {
+    "A", "N", "&&Object A &&/u/A", "&&Array A &&/u/A", "&&Object B &&/u/B", "&&Array B &&/u/B",
+    "&&ObjectRef N /r", "&&Object N k", "&&Array N k"};
 constexpr std::array<std::string_view, 7> COUNTERS = {
-    "0", "41", "3", "rubbish", "9223372036854775805", "9223372036854775806", "9223372036854775807"};
+    "0", "41", "3", "rubbish", "9223372036854775805", "9223372036854775806",
+    "9223372036854775807"};
+// clang-format on
 
 json takeValue(Input& input, std::size_t depth);
 

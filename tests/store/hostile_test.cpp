@@ -110,7 +110,7 @@ TEST_F(HostileStore, DeepObjectsNeedNoStack) {
 
 TEST_F(HostileStore, DeepArraysNeedNoStack) {
     const json document = nestedArrays(DEEP / 10);
-    const json styled = {{"ArrayStyle", 2}, {"ArrayMaxSize", 0}, {"ArrayNullElement", false}};
+    const json styled = arrayStyle(2);
     onSmallStack([&] {
         EXPECT_EQ(writeResource(context(), "/x", document), 0);
         json value;
@@ -167,7 +167,7 @@ TEST_F(HostileStore, AKeyWithControlCharactersIsLoggedOnOneLine) {
 
 TEST_F(HostileStore, AListThatHoldsItselfIsFilledOnce) {
     client.command("RPUSH", "/x", "&&Array /x", "1");
-    const json styled = {{"ArrayStyle", 1}, {"ArrayMaxSize", 4}, {"ArrayNullElement", true}};
+    const json styled = arrayStyle(1, 4, true);
     EXPECT_EQ(updateResource(context(), "/x", {json::object(), 2}, styled), 0);
     EXPECT_EQ(client.list("/x"), (std::vector<std::string>{"&&Array /x", "2", "null", "null"}));
 }
@@ -183,7 +183,7 @@ TEST_F(HostileStore, AnUpdateOfAResourceThatHoldsItselfEnds) {
 
 TEST_F(HostileStore, DeepObjectsAreMergedWithoutStack) {
     const json document = nestedObjects(DEEP / 10);
-    const json styled = {{"ArrayStyle", 1}, {"ArrayMaxSize", 0}, {"ArrayNullElement", false}};
+    const json styled = arrayStyle(1);
     onSmallStack([&] { EXPECT_EQ(updateResource(context(), "/x", document, styled), 0); });
     json value;
     EXPECT_EQ(getResource(context(), "/x", value), 0);

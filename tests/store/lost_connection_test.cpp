@@ -209,6 +209,15 @@ TEST_F(LostConnection, ASecondTypeThatIsCutEndsAWrite) {
               (Outcome{STORE_NO_TYPE, NO_TYPE + NOT_WRITTEN + "-3\n"}));
 }
 
+TEST_F(LostConnection, ATopKeyThatMeanwhileIsOfAnotherTypeIsUnread) {
+    const std::string wrongType = "-WRONGTYPE Operation against a key\r\n";
+    for (const Operation& operation : {Operation(readAll), Operation(removeAll)}) {
+        EXPECT_EQ(with(answerOnce({"HGETALL", "/x"}, wrongType), operation),
+                  (Outcome{STORE_MISSING, UNREAD + "/x\n"}));
+    }
+    EXPECT_EQ(client.keys().size(), 4U);
+}
+
 TEST_F(LostConnection, AResourceThatWentMeanwhileEndsAWrite) {
     client.command("DEL", "/x");
     // The first question finds a hash, the second one nothing.
@@ -236,7 +245,7 @@ TEST_F(LostConnection, WithoutACounterElementsAreNamedByTheirIndex) {
 }
 
 TEST_F(LostConnection, AnUpdateWithConfigurationLooksAtNoReply) {
-    const json styled = {{"ArrayStyle", 1}, {"ArrayMaxSize", 4}, {"ArrayNullElement", false}};
+    const json styled = arrayStyle(1, 4);
     const auto update = [&styled](redisContext* connection) {
         return updateResource(connection, "/x", {{"A", {5, nullptr, 7}}, {"N", 1}}, styled);
     };

@@ -60,8 +60,9 @@ TEST_F(RemoveResource, UnlinksAKeyOfTwoMarkersOnce) {
 
 TEST_F(RemoveResource, EndsWithMarkersThatNameEachOther) {
     client.command("HSET", "/x", "&&Object A &&/k", "");
-    client.command("HSET", "&&/k", "&&Object B /x", "", "&&Object C &&/k", "");
-    EXPECT_EQ(removeResource(context(), "/x", true, true), 0);
+    client.command("HSET", "&&/k", "&&Object B /x", "", "&&Array L /x", "", "&&Object C &&/k", "");
+    EXPECT_EQ(commandsOf([&] { EXPECT_EQ(removeResource(context(), "/x", true, true), 0); }),
+              "TYPE /x\nHGETALL /x\nHGETALL &&/k\nUNLINK /x\nUNLINK &&/k\n");
     EXPECT_TRUE(client.keys().empty());
 }
 

@@ -82,7 +82,7 @@ TEST_F(ShortMemory, LeavesAFieldUnwritten) {
 }
 
 TEST_F(ShortMemory, EndsTheFillingOfAList) {
-    const json styled = {{"ArrayStyle", 1}, {"ArrayMaxSize", 6}, {"ArrayNullElement", true}};
+    const json styled = arrayStyle(1, 6, true);
     (void)errorsWithout({"RPUSH", "&&/x/L", "null"}, [&] {
         EXPECT_EQ(updateResource(context(), "/x", {{"L", json::array()}}, styled), STORE_OK);
     });

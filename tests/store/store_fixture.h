@@ -17,6 +17,11 @@
 #include <functional>
 #include <string>
 
+// An array configuration.
+inline nlohmann::json arrayStyle(int style, double maxSize = 0, bool fillNull = false) {
+    return {{"ArrayStyle", style}, {"ArrayMaxSize", maxSize}, {"ArrayNullElement", fillNull}};
+}
+
 class StoreFixture : public testing::Test {
 protected:
     StoreFixture() : client(server) {

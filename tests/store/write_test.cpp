@@ -118,6 +118,12 @@ TEST_F(WriteResource, RemovesWhatWasThere) {
     EXPECT_EQ(client.keys(), (std::vector<std::string>{"/x", "Array-Member-Sequence-ID"}));
 }
 
+TEST_F(WriteResource, ReplacesAList) {
+    client.command("RPUSH", "/x", "1", "2");
+    EXPECT_EQ(writeResource(context(), "/x", json::array({3})), STORE_OK);
+    EXPECT_EQ(client.list("/x"), std::vector<std::string>{"3"});
+}
+
 TEST_F(WriteResource, AnEmptyObjectLeavesNoKey) {
     EXPECT_EQ(commandsOf([&] { EXPECT_EQ(writeResource(context(), "/x", json::object()), 0); }),
               "TYPE /x\nINCR Array-Member-Sequence-ID\n");
