@@ -30,7 +30,7 @@ std::optional<std::string> findSetting(const std::string& path, const char* key)
 }
 
 // Empty when the key is not there.
-std::string readSetting(const std::string& path, const char* key) {
+std::string settingText(const std::string& path, const char* key) {
     return findSetting(path, key).value_or("");
 }
 
@@ -151,10 +151,10 @@ void Logger::init(const std::string& configurationPath) {
     if (isLogSystemRunning(configurationPath)) {
         return;
     }
-    filePath = readSetting(configurationPath, "LOG_FILE");
-    const std::string backupPath = readSetting(configurationPath, "LOG_FILE_BAK");
-    maxFileSize = parseFileSize(readSetting(configurationPath, "LOG_FILE_SIZE"));
-    if (readSetting(configurationPath, "LOG_LEVEL") == "error") {
+    filePath = settingText(configurationPath, "LOG_FILE");
+    const std::string backupPath = settingText(configurationPath, "LOG_FILE_BAK");
+    maxFileSize = parseFileSize(settingText(configurationPath, "LOG_FILE_SIZE"));
+    if (settingText(configurationPath, "LOG_LEVEL") == "error") {
         level = ERROR_LEVEL;
     }
     keepPreviousLog(filePath, backupPath);

@@ -57,7 +57,7 @@ TEST(ListElement, withoutAStringRaisesALogicError) {
     }
 }
 
-TEST(HashField, orValueWithoutAStringRaisesALogicError) {
+TEST(HashElement, withoutAStringRaisesALogicError) {
     for (const char* reply : {"*4\r\n$1\r\na\r\n$1\r\n1\r\n$-1\r\n$1\r\nv\r\n",
                               "*4\r\n$1\r\na\r\n$1\r\n1\r\n:5\r\n$1\r\nv\r\n",
                               "*4\r\n$1\r\na\r\n$1\r\n1\r\n$1\r\nb\r\n$-1\r\n"}) {
@@ -69,7 +69,7 @@ TEST(HashField, orValueWithoutAStringRaisesALogicError) {
     }
 }
 
-TEST(HashField, withoutAValueIsLeftOut) {
+TEST(HashElement, ofAFieldWithoutAValueIsLeftOut) {
     ScriptedReply server("*3\r\n$1\r\na\r\n$1\r\n1\r\n$1\r\nb\r\n");
     Fields fields;
     EXPECT_EQ(redisHGetAll(server.context(), "hash", fields), 1);
