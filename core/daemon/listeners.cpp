@@ -6,6 +6,7 @@
 #include "core/protocol/messages.h"
 #include "core/redis_connection.h"
 #include "core/redis_reply.h"
+#include "core/secret.h"
 #include "requests/create_certificate.h"
 #include "requests/delete_certificate.h"
 
@@ -84,7 +85,7 @@ void listenForActions() {
     while (waitForMessage(subscriber.get(), message)) {
         const RequestKeys keys = splitChannelMessage(message);
         (void)handleCertificateAction(work.get(), keys.requestKey, keys.statusKey);
-        wipeConnectionBuffers(work.get()); // the new certificate may have come with its key
+        wipeUnusedStack(); // the backend may have worked with a private key there
     }
 }
 

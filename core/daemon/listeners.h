@@ -15,6 +15,5 @@ void* createListenerThread(void* collectionLock);
 // Deletion requests, on DELETE_CHANNEL; each message gets a work connection of its own.
 void* deleteListenerThread(void* collectionLock);
 
-// Action requests, on ACTION_CHANNEL; all share one work connection, whose buffers are wiped after
-// each request. The lock is not used.
+// Action requests, on ACTION_CHANNEL; all share one work connection. The lock is not used.
 void* actionListenerThread(void* collectionLock);
