@@ -56,18 +56,17 @@ void runTasks(redisContext* context) {
 
 void work() {
     gLogger->debug("begin process async CSR thread.");
-    redisContext* context = redisConnectContext();
-    if (context == nullptr) {
+    const RedisConnection connection(redisConnectContext());
+    if (!connection) {
         gLogger->error("Failed to connect to Redis.");
         return;
     }
     try {
-        runTasks(context);
+        runTasks(connection.get());
     } catch (const std::exception& failure) {
         gLogger->error("Error occurr during processing pending CSR request, error message: %s",
                        failure.what());
     }
-    (void)redisDisconnectContext(context);
 }
 
 } // namespace

@@ -119,9 +119,9 @@ FrontEndRequest creation(const std::string& type, const std::string& otherMember
 }
 
 FrontEndRequest replacement(const std::string& uri, const std::string& type) {
-    return action("ReplaceCertificate", R"({"CertificateUri":{"@odata.id":")" + uri +
-                                            R"("},"CertificateType":")" + type + "\"" + KEY_MEMBER +
-                                            "}");
+    return action("ReplaceCertificate",
+                  R"({"CertificateUri":{"@odata.id":")" + uri + R"("},"Extra":")" + SECRET +
+                      R"(","CertificateType":")" + type + "\"" + KEY_MEMBER + "}");
 }
 
 FrontEndRequest withoutBody(FrontEndRequest request) {
