@@ -49,18 +49,18 @@ std::string currentNestedKey(const ArrayMerge& merge, std::size_t index) {
     return hasSlot(merge, index) ? nestedKeyOf(merge.current[index]) : std::string();
 }
 
-// The entry at index gives way to the placeholder, and what it held is removed at the end.
+// The entry at index gives way to the mark, and what it held is removed at the end.
 void clearSlot(const Update& update, ArrayMerge& merge, std::size_t index,
-               const std::string& placeholder) {
+               const std::string& mark) {
     std::string orphan = currentNestedKey(merge, index);
     if (!orphan.empty()) {
         merge.orphans.push_back(std::move(orphan));
     }
-    setEntry(update, merge, index, placeholder);
+    setEntry(update, merge, index, mark);
     merge.needsCleanup = true;
 }
 
-const std::string& placeholderOf(const Update& update) {
+const std::string& markOf(const Update& update) {
     return update.configuration.style == STYLE_KEEP_SLOTS ? NULL_ENTRY : TO_DELETE;
 }
 
@@ -84,7 +84,7 @@ void shrink(const Update& update, ArrayMerge& merge, std::size_t newLength) {
         return;
     }
     for (std::size_t i = newLength; i < merge.current.size(); ++i) {
-        clearSlot(update, merge, i, placeholderOf(update));
+        clearSlot(update, merge, i, markOf(update));
     }
 }
 
@@ -97,7 +97,7 @@ void overflow(const Update& update, ArrayMerge& merge, std::size_t index) {
 }
 
 void deleteEntry(const Update& update, ArrayMerge& merge, std::size_t index) {
-    clearSlot(update, merge, index, placeholderOf(update));
+    clearSlot(update, merge, index, markOf(update));
     if (update.configuration.style != STYLE_KEEP_SLOTS) {
         ++merge.deleted;
     }

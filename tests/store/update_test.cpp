@@ -309,6 +309,7 @@ INSTANTIATE_TEST_SUITE_P(OneList, ListUpdates, testing::ValuesIn(std::vector<Lis
     {"AnEmptyArrayIsFilledWithNull",            {"1"},           "[]",           arrayStyle(1, 3, true), {"1", "null", "null"}},
     {"Style3KeepsSlotsAsNull",                  {"7", "8", "9"}, "[1,null]",     arrayStyle(3, 4),       {"1", "null", "null"}},
     {"Style3KeepsSlotsAndFillsUp",              {"7", "8", "9"}, "[1,null]",     arrayStyle(3, 4, true), {"1", "null", "null", "null"}},
+    {"AListAsLongAsItsMaximumIsMerged",         {"7", "8"},      "[1]",          arrayStyle(3, 2),          {"1", "null"}},
     {"Style3KeepsSlotsWithoutAMaximum",         {"7", "8", "9"}, "[1,null]",     arrayStyle(3),          {"1", "null", "null"}},
     {"Style1ClosesUpBehindANull",               {"7", "8", "9"}, "[1,null,3]",   arrayStyle(1),          {"1", "3"}},
     {"Style1DeletesWhatIsBeyondTheNew",         {"7", "8", "9"}, "[1]",          arrayStyle(1),          {"1"}},
