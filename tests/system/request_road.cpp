@@ -43,12 +43,17 @@ RequestRoad::RequestRoad(const std::string& password) : server(withTcp(password)
 
 void RequestRoad::start(const std::map<std::string, std::string>& configuration,
                         const std::string& libraryPath) {
+    launch(configuration, libraryPath);
+    daemon->waitUntilReady(server);
+}
+
+void RequestRoad::launch(const std::map<std::string, std::string>& configuration,
+                         const std::string& libraryPath) {
     DaemonOptions options;
     options.configuration = configuration;
-    options.configuration["LOG_FILE"] = LOG_FILE;
+    options.configuration.insert({"LOG_FILE", LOG_FILE});
     options.libraryPath = libraryPath;
     daemon = std::make_unique<DaemonProcess>(options);
-    daemon->waitUntilReady(server);
 }
 
 FrontEndAnswer RequestRoad::send(const FrontEndRequest& request) {

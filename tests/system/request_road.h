@@ -36,6 +36,10 @@ protected:
     void start(const std::map<std::string, std::string>& configuration = {},
                const std::string& libraryPath = fakeBackendDirectory());
 
+    // The same without waiting.
+    void launch(const std::map<std::string, std::string>& configuration = {},
+                const std::string& libraryPath = fakeBackendDirectory());
+
     // The request goes its whole road.
     FrontEndAnswer send(const FrontEndRequest& request);
 
