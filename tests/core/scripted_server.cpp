@@ -2,7 +2,7 @@
 
 #include "tests/core/scripted_server.h"
 
-#include "tests/support/pipeline.h"
+#include "tests/support/wire.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>

@@ -1,12 +1,13 @@
 #include "tests/faults/fault_proxy.h"
 
+#include "tests/support/wire.h"
+
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 namespace {
@@ -26,110 +27,13 @@ int openSocket() {
     return fd;
 }
 
-// A buffered, blocking stream over one socket. Every function throws std::runtime_error at its end.
-class Stream {
-public:
-    explicit Stream(int fd) : mFd(fd) {}
-
-    std::string line() {
-        std::size_t end = 0;
-        while ((end = mBuffer.find("\r\n")) == std::string::npos) {
-            fill();
-        }
-        return take(end + 2);
-    }
-
-    std::string bytes(std::size_t count) {
-        while (mBuffer.size() < count) {
-            fill();
-        }
-        return take(count);
-    }
-
-    std::string pending() {
-        return take(mBuffer.size());
-    }
-
-    void send(const std::string& text) const {
-        std::size_t sent = 0;
-        while (sent < text.size()) {
-            const ssize_t count = ::send(mFd, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
-            if (count <= 0) {
-                throw std::runtime_error("fault proxy: closed");
-            }
-            sent += static_cast<std::size_t>(count);
-        }
-    }
-
-private:
-    std::string take(std::size_t count) {
-        std::string taken = mBuffer.substr(0, count);
-        mBuffer.erase(0, count);
-        return taken;
-    }
-
-    void fill() {
-        char chunk[65536];
-        const ssize_t count = ::recv(mFd, chunk, sizeof chunk, 0);
-        if (count <= 0) {
-            throw std::runtime_error("fault proxy: closed");
-        }
-        mBuffer.append(chunk, static_cast<std::size_t>(count));
-    }
-
-    int mFd;
-    std::string mBuffer;
-};
-
-struct Command {
-    std::string raw;
-    std::vector<std::string> words;
-};
-
-Command readCommand(Stream& client) {
-    Command command;
-    command.raw = client.line();
-    const int count = std::stoi(command.raw.substr(1));
-    for (int i = 0; i < count; ++i) {
-        const std::string header = client.line();
-        const std::string body = client.bytes(std::stoul(header.substr(1)) + 2);
-        command.raw += header + body;
-        command.words.push_back(body.substr(0, body.size() - 2));
-    }
-    return command;
-}
-
-// One reply, whole, as it stands on the wire.
-std::string readReply(Stream& server) {
-    std::string reply;
-    for (long outstanding = 1; outstanding > 0; --outstanding) {
-        const std::string header = server.line();
-        reply += header;
-        const long length = std::strtol(header.c_str() + 1, nullptr, 10);
-        if (header[0] == '$' && length >= 0) {
-            reply += server.bytes(static_cast<std::size_t>(length) + 2);
-        } else if (header[0] == '*' && length > 0) {
-            outstanding += length;
-        }
-    }
-    return reply;
-}
-
-bool isSubscription(const Command& command) {
-    return command.words[0] == "SUBSCRIBE";
-}
-
-bool forward(int from, int to) {
-    char chunk[65536];
-    const ssize_t count = ::recv(from, chunk, sizeof chunk, 0);
-    return count > 0 && ::send(to, chunk, static_cast<std::size_t>(count), MSG_NOSIGNAL) == count;
-}
-
-void passThrough(int client, int server) {
+// Hands on what the server sends, until the client closes.
+void passOn(int server, int client) {
     pollfd ends[] = {{client, POLLIN, 0}, {server, POLLIN, 0}};
-    while (poll(ends, 2, -1) > 0) {
-        if ((ends[0].revents != 0 && !forward(client, server)) ||
-            (ends[1].revents != 0 && !forward(server, client))) {
+    while (poll(ends, 2, -1) > 0 && ends[0].revents == 0) {
+        char bytes[4096];
+        const ssize_t count = recv(server, bytes, sizeof bytes, 0);
+        if (count <= 0 || !sendAll(client, {bytes, static_cast<std::size_t>(count)})) {
             return;
         }
     }
@@ -202,44 +106,41 @@ FaultPlan FaultProxy::record(const ProxiedCommand& command) {
 void FaultProxy::serve(int client, int connection) {
     const int server = openSocket();
     const sockaddr_un address = unixAddress(mServerPath);
-    try {
-        if (connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-            throw std::runtime_error("fault proxy: the server is not there");
+    const bool isConnected =
+        connect(server, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    {
+        const std::lock_guard guard(mMutex);
+        mSockets.push_back(server);
+    }
+    WireReader reader;
+    bool isOpen = isConnected;
+    while (isOpen && !reader.receive(client).empty()) {
+        while (isOpen && reader.next()) {
+            isOpen = answer(client, server, {connection, reader.words()});
         }
-        {
-            const std::lock_guard guard(mMutex);
-            mSockets.push_back(server);
-        }
-        Stream clientStream(client);
-        Stream serverStream(server);
-        for (;;) {
-            const Command command = readCommand(clientStream);
-            if (isSubscription(command)) {
-                serverStream.send(command.raw);
-                passThrough(client, server);
-                break;
-            }
-            const FaultPlan fault = record({connection, command.words});
-            if (fault.kind == FaultKind::CUT) {
-                break;
-            }
-            if (fault.kind == FaultKind::ERROR_REPLY) {
-                clientStream.send("-" + fault.error + "\r\n");
-                continue;
-            }
-            serverStream.send(command.raw);
-            const std::string reply = readReply(serverStream);
-            if (fault.kind == FaultKind::CUT_REPLY) {
-                break;
-            }
-            clientStream.send(reply);
-        }
-    } catch (const std::exception&) {
-        // One of the two has gone: so does the other.
     }
     const std::lock_guard guard(mMutex);
     for (const int fd : {client, server}) {
         std::erase(mSockets, fd);
         (void)close(fd);
     }
+}
+
+// False when the connection is to be closed.
+bool FaultProxy::answer(int client, int server, const ProxiedCommand& command) {
+    if (command.words[0] == "SUBSCRIBE") {
+        if (sendAll(client, askServer(server, command.words))) {
+            passOn(server, client);
+        }
+        return false;
+    }
+    const FaultPlan fault = record(command);
+    if (fault.kind == FaultKind::CUT) {
+        return false;
+    }
+    if (fault.kind == FaultKind::ERROR_REPLY) {
+        return sendAll(client, "-" + fault.error + "\r\n");
+    }
+    const std::string reply = askServer(server, command.words);
+    return !reply.empty() && fault.kind != FaultKind::CUT_REPLY && sendAll(client, reply);
 }

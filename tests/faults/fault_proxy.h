@@ -5,7 +5,7 @@
 // It listens on a Unix socket, opens one connection to the server for each of its clients, and
 // passes on one command at a time: command to the server, reply to the client. The command that the
 // plan names is answered with an error instead, or its connection is cut. A connection that has
-// subscribed is passed through untouched from then on.
+// subscribed is sent whatever comes from then on.
 
 #include <atomic>
 #include <cstddef>
@@ -50,6 +50,7 @@ public:
 private:
     void acceptClients();
     void serve(int client, int connection);
+    bool answer(int client, int server, const ProxiedCommand& command);
     FaultPlan record(const ProxiedCommand& command);
 
     std::string mServerPath;

@@ -1,27 +1,16 @@
 #include "tests/faults/fault_road.h"
 
-#include "tests/support/fake_backend.h"
-#include "tests/support/request.h"
 #include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
+#include "tests/system/daemon_log.h"
 
-#include <filesystem>
-#include <iterator>
 #include <stdexcept>
-
-const std::string COLLECTION = "/redfish/v1/Managers/1/Certificates";
-const std::string CERTIFICATE = COLLECTION + "/1a2b";
 
 namespace {
 
 const std::string PROXY_PATH = "/run/redis-proxy.sock";
-const std::string LOG_FILE = "/run/daemon.log";
 
 } // namespace
-
-void PrintTo(const Fault& fault, std::ostream* stream) {
-    *stream << fault.name;
-}
 
 std::vector<Fault> connectionFaults() {
     return {
@@ -41,11 +30,10 @@ std::vector<Fault> connectionFaults() {
 }
 
 std::size_t openDescriptors(int pid) {
-    const std::filesystem::directory_iterator entries("/proc/" + std::to_string(pid) + "/fd");
-    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+    return listDirectory("/proc/" + std::to_string(pid) + "/fd").size();
 }
 
-FaultRoad::FaultRoad() : mProxy(mServer.socketPath(), PROXY_PATH), mClient(mServer) {
+FaultRoad::FaultRoad() : proxy(server.socketPath(), PROXY_PATH) {
     writeFile("/var/run/redis.port", "0");
     writeFile("/var/run/redis.unixsocket", PROXY_PATH);
     setBackendAnswers(R"({"create":{"privateKeyValue":"/keys/1","certificateString":"stored",
@@ -53,29 +41,24 @@ FaultRoad::FaultRoad() : mProxy(mServer.socketPath(), PROXY_PATH), mClient(mServ
         "generateCSR":{"csr":"request"},"replace":{"privateKeyValue":"/keys/2"}})");
 }
 
-void FaultRoad::restartDaemon() {
-    mDaemon.reset();
+void FaultRoad::restart() {
+    daemon.reset();
     // The proxy closes the old daemon's connections in its own time; its subscriptions must not be
     // taken for those of the new one.
-    if (!waitUntil([this] {
-            const auto channels = mClient.command("PUBSUB", "CHANNELS").elements;
-            return channels.empty();
-        })) {
+    if (!waitUntil([this] { return listening(client) == "0 0 0"; })) {
         throw std::runtime_error("the old daemon's subscriptions stay");
     }
-    (void)std::filesystem::remove(LOG_FILE);
-    mProxy.setPlan({});
-    mDaemon = std::make_unique<DaemonProcess>(
-        DaemonOptions{{{"LOG_FILE", LOG_FILE}}, fakeBackendDirectory(), {}});
-    mDaemon->waitUntilReady(mServer);
+    proxy.setPlan({});
+    start();
+    seed();
 }
 
 void FaultRoad::seed() {
-    mClient.flushAll();
-    storeCertificateCollection(mClient, COLLECTION);
-    storeResource(mClient, CERTIFICATE,
+    client.flushAll();
+    storeCertificateCollection(client, COLLECTION);
+    storeResource(client, CERTIFICATE,
                   R"({"@odata.type":"#Certificate.v1_2_2.Certificate","Name":"n"})");
-    const std::string digest = mClient.command("SCRIPT", "LOAD", "return #KEYS").text;
-    mClient.command("HSET", "redisSHAScripts", "resourceChange", digest);
-    mClient.command("HSET", "webDefaultValue", "MAX_EVENT_GROUP_ID", "1000");
+    const std::string digest = client.command("SCRIPT", "LOAD", "return #KEYS").text;
+    client.command("HSET", "redisSHAScripts", "resourceChange", digest);
+    client.command("HSET", "webDefaultValue", "MAX_EVENT_GROUP_ID", "1000");
 }

@@ -4,45 +4,39 @@
 // server through the proxy, and the faults.
 
 #include "tests/faults/fault_proxy.h"
-#include "tests/support/daemon_process.h"
-#include "tests/support/redis_client.h"
-#include "tests/support/redis_server.h"
+#include "tests/system/request_road.h"
 
 #include <cstddef>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
 
-extern const std::string COLLECTION;  // a collection that seed() stores
-extern const std::string CERTIFICATE; // a certificate in it
+inline const std::string CERTIFICATE = COLLECTION + "/1a2b"; // seed() stores it
 
 struct Fault {
     std::string name;
     FaultKind kind;
     std::string error;
-};
 
-void PrintTo(const Fault& fault, std::ostream* stream);
+    friend void PrintTo(const Fault& fault, std::ostream* out) {
+        *out << fault.name;
+    }
+};
 
 // Lost connections, and every error with which a server refuses a sound command.
 [[nodiscard]] std::vector<Fault> connectionFaults();
 
 [[nodiscard]] std::size_t openDescriptors(int pid);
 
-// A fixture's base. The tests' own client goes to the server directly.
-class FaultRoad {
+class FaultRoad : public RequestRoad {
 protected:
     FaultRoad();
 
-    // A new daemon, without a fault planned.
-    void restartDaemon();
+    // A new daemon and database, without a fault planned.
+    void restart();
 
     // Empties the database and stores what the requests need.
     void seed();
 
-    RedisServer mServer;
-    FaultProxy mProxy;
-    RedisClient mClient;
-    std::unique_ptr<DaemonProcess> mDaemon;
+    FaultProxy proxy;
 };

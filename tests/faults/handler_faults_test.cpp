@@ -6,35 +6,25 @@
 // done, and that the daemon still works.
 
 #include "tests/faults/fault_road.h"
-#include "tests/support/request.h"
 #include "tests/support/wait.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <ostream>
 
 namespace {
-
-const std::string ACTIONS = "/redfish/v1/CertificateService/Actions/CertificateService.";
-const std::string DATABASE_ERROR = "ExtendedError.1.2.DatabaseOperationError";
 
 // What the front end finds after a request.
 struct Outcome {
     std::string status;
     std::string messageId;
     bool replied = true;
+
+    friend bool operator==(const Outcome&, const Outcome&) = default;
+
+    friend void PrintTo(const Outcome& outcome, std::ostream* out) {
+        *out << outcome.status << ' ' << outcome.messageId
+             << (outcome.replied ? " replied" : " no reply");
+    }
 };
-
-bool operator==(const Outcome& left, const Outcome& right) {
-    return left.status == right.status && left.messageId == right.messageId &&
-           left.replied == right.replied;
-}
-
-void PrintTo(const Outcome& outcome, std::ostream* stream) {
-    *stream << outcome.status << ' ' << outcome.messageId
-            << (outcome.replied ? " replied" : " no reply");
-}
 
 // An error in answer to a command of this name, with this text in its key or field, has this
 // outcome.
@@ -43,91 +33,67 @@ struct ErrorRule {
     std::string argument;
     Outcome outcome;
 };
+using ErrorRules = std::vector<ErrorRule>;
 
 struct Scenario {
     std::string name;
     FrontEndRequest request;
     Outcome success;
-    std::vector<ErrorRule> errors; // the first that fits; none: as without the error
+    ErrorRules errors; // the first that fits; none: as without the error
+
+    friend void PrintTo(const Scenario& scenario, std::ostream* out) {
+        *out << scenario.name;
+    }
 };
 
-void PrintTo(const Scenario& scenario, std::ostream* stream) {
-    *stream << scenario.name;
-}
-
 const Outcome NOTHING = {"", "", false};
+const Outcome CREATED = {"OK", ""};
+const Outcome REMOVED = {"OK_EMPTY", ""};
+const Outcome ANSWERED = {"OK_RES", ""};
+const Outcome DATABASE_ERROR = {"EXCEPTION", "ExtendedError.1.2.DatabaseOperationError"};
+const Outcome UNANSWERED = {"EXCEPTION", "ExtendedError.1.2.DatabaseOperationError", false};
+const Outcome NOT_IN_LIST = {"FAILURE", "Base.1.9.PropertyValueNotInList"};
+const Outcome MISSING = {"FAILURE", "Base.1.9.ResourceMissingAtURI"};
+const Outcome UNSUPPORTED = {"FAILURE", "Base.1.9.ActionNotSupported"};
 
-std::vector<ErrorRule> recordRules(const Outcome& unreadable) {
-    return {{"TYPE", "requests/1", unreadable}, {"HGETALL", "requests/1", unreadable}};
+// A kind of request with the rules of everything that reads a record and a body, and answers with a
+// status word and a publication; its own rules come last.
+Scenario scenario(const std::string& name, const FrontEndRequest& request, const Outcome& success,
+                  const ErrorRules& ownRules) {
+    const Outcome unreadable = request.kind == RequestKind::ACTION ? NOTHING : UNANSWERED;
+    ErrorRules rules = {{"TYPE", "requests/1", unreadable},
+                        {"HGETALL", "requests/1", unreadable},
+                        {"TYPE", "requests/1/body", DATABASE_ERROR},
+                        {"HGETALL", "requests/1/body", DATABASE_ERROR},
+                        {"HSET", "&&ReturnStatus", {"", success.messageId}},
+                        {"PUBLISH", "answers/1", {success.status, success.messageId, false}}};
+    rules.insert(rules.end(), ownRules.begin(), ownRules.end());
+    return {name, request, success, rules};
 }
 
-std::vector<ErrorRule> operator+(std::vector<ErrorRule> rules, const std::vector<ErrorRule>& more) {
-    rules.insert(rules.end(), more.begin(), more.end());
-    return rules;
-}
-
-// The rules of everything that answers with a body, a status word and a publication.
-std::vector<ErrorRule> commonRules(const Outcome& success) {
-    const Outcome unreadable = {"EXCEPTION", DATABASE_ERROR, true};
-    return {{"TYPE", "body/1", unreadable},
-            {"HGETALL", "body/1", unreadable},
-            {"HSET", "&&ReturnStatus", {"", success.messageId, true}},
-            {"PUBLISH", "answers/1", {success.status, success.messageId, false}}};
-}
-
-FrontEndRequest makeRequest(RequestKind kind, const std::string& targetUri,
-                            const std::string& body) {
-    FrontEndRequest request;
-    request.kind = kind;
-    request.targetUri = targetUri;
-    request.body = body;
-    request.bodyKey = "body/1";
-    request.fields = {{"&&Task", "/redfish/v1/TaskService/Tasks/1"}};
+FrontEndRequest unknownAction() {
+    FrontEndRequest request = signing("");
+    request.targetUri = GENERATE_CSR + "/";
     return request;
 }
 
 std::vector<Scenario> scenarios() {
-    const Outcome databaseError = {"EXCEPTION", DATABASE_ERROR, true};
-    const Outcome notInList = {"FAILURE", "Base.1.9.PropertyValueNotInList", true};
-    const Outcome missing = {"FAILURE", "Base.1.9.ResourceMissingAtURI", true};
-    const Outcome unanswered = {"EXCEPTION", DATABASE_ERROR, false};
-    const Outcome created = {"OK", "", true};
-    const Outcome removed = {"OK_EMPTY", "", true};
-    const Outcome answered = {"OK_RES", "", true};
-    const Outcome unsupported = {"FAILURE", "Base.1.9.ActionNotSupported", true};
     return {
-        {"Creation",
-         makeRequest(RequestKind::CREATE, COLLECTION,
-                     R"({"CertificateType":"PEM","CertificateString":"text"})"),
-         created,
-         recordRules(unanswered) + commonRules(created) +
-             std::vector<ErrorRule>{{"LRANGE", COLLECTION, notInList},
-                                    {"LPUSH", "", databaseError}}},
-        {"Deletion", makeRequest(RequestKind::REMOVE, CERTIFICATE, ""), removed,
-         recordRules(unanswered) + commonRules(removed)},
-        {"SigningRequest",
-         makeRequest(RequestKind::ACTION, ACTIONS + "GenerateCSR",
-                     R"({"CertificateCollection":{"@odata.id":")" + COLLECTION +
-                         R"("},"CommonName":"a","KeyCurveId":"TPM_ECC_NIST_P256"})"),
-         answered,
-         recordRules(NOTHING) + commonRules(answered) +
-             std::vector<ErrorRule>{{"HGET", COLLECTION, missing}}},
-        {"Replacement",
-         makeRequest(RequestKind::ACTION, ACTIONS + "ReplaceCertificate",
-                     R"({"CertificateUri":{"@odata.id":")" + CERTIFICATE +
-                         R"("},"CertificateType":"PEM","CertificateString":"text"})"),
-         answered,
-         recordRules(NOTHING) + commonRules(answered) +
-             std::vector<ErrorRule>{{"HGET", CERTIFICATE, missing},
-                                    {"LRANGE", COLLECTION, notInList},
-                                    {"HGET", "redisSHAScripts", databaseError},
-                                    {"EVALSHA", "", databaseError}}},
-        {"UnknownAction", makeRequest(RequestKind::ACTION, ACTIONS + "Nothing", "{}"), unsupported,
-         recordRules(NOTHING) + commonRules(unsupported)},
+        scenario("Creation", creation(), CREATED,
+                 {{"LRANGE", COLLECTION, NOT_IN_LIST}, {"LPUSH", "", DATABASE_ERROR}}),
+        scenario("Deletion", deletion(CERTIFICATE), REMOVED, {}),
+        scenario("SigningRequest", signing(R"("KeyCurveId":"TPM_ECC_NIST_P256")"), ANSWERED,
+                 {{"HGET", COLLECTION, MISSING}}),
+        scenario("Replacement", replacement(CERTIFICATE), ANSWERED,
+                 {{"HGET", CERTIFICATE, MISSING},
+                  {"LRANGE", COLLECTION, NOT_IN_LIST},
+                  {"HGET", "redisSHAScripts", DATABASE_ERROR},
+                  {"EVALSHA", "", DATABASE_ERROR}}),
+        scenario("UnknownAction", unknownAction(), UNSUPPORTED, {}),
     };
 }
 
-bool fits(const ErrorRule& rule, const std::vector<std::string>& command) {
+bool fits(const ErrorRule& rule, const Command& command) {
     const bool hasArgument =
         rule.argument.empty() || std::any_of(command.begin(), command.end(), [&](const auto& word) {
             return word == rule.argument ||
@@ -136,154 +102,125 @@ bool fits(const ErrorRule& rule, const std::vector<std::string>& command) {
     return command.front() == rule.command && hasArgument;
 }
 
-Outcome expectedAfterError(const Scenario& scenario, const std::vector<std::string>& command) {
-    for (const ErrorRule& rule : scenario.errors) {
-        if (fits(rule, command)) {
-            return rule.outcome;
-        }
+Outcome expectedAfterError(const Scenario& scenario, const Command& command) {
+    const auto rule =
+        std::find_if(scenario.errors.begin(), scenario.errors.end(),
+                     [&](const ErrorRule& candidate) { return fits(candidate, command); });
+    Outcome expected = rule == scenario.errors.end() ? scenario.success : rule->outcome;
+    if (command.front() == "HSET" && command.size() > 2 && command[2] == "&&MessageId") {
+        expected.messageId.clear(); // the message itself is what could not be written
     }
-    return scenario.success;
+    return expected;
 }
 
-// Whether the command writes the message itself, which is then not there.
-bool writesMessageId(const std::vector<std::string>& command) {
-    return command.front() == "HSET" && command.size() > 2 && command[2] == "&&MessageId";
-}
-
-} // namespace
-
-class HandlerFaults : public testing::TestWithParam<std::tuple<Scenario, Fault>>,
-                      protected FaultRoad {
+class HandlerFaults : public FaultRoad,
+                      public testing::WithParamInterface<std::tuple<Scenario, Fault>> {
 protected:
     HandlerFaults() {
-        startDaemon();
+        restartAndWarmUp();
     }
 
-    // With one request behind it: the first one also reads what is read only once.
-    void startDaemon() {
-        restartDaemon();
-        seed();
-        (void)sendRequest(mServer, std::get<Scenario>(GetParam()).request);
-    }
-
-    // The same request under keys of its own.
-    static FrontEndRequest second(FrontEndRequest request) {
-        request.requestKey = "requests/2";
-        request.bodyKey = "body/2";
-        request.statusKey = "status/2/result";
-        request.returnChannel = "answers/2";
-        return request;
-    }
-
-    // Announces the request and an untouched one behind it. False when the second one is not
-    // answered; replied tells whether the first one was.
-    bool runBoth(const FrontEndRequest& request, const FaultPlan& plan, bool awaitSecond,
-                 bool& replied) {
-        seed();
-        const FrontEndRequest next = second(request);
-        storeRequest(mClient, request);
-        storeRequest(mClient, next);
-        RedisClient subscriber(mServer);
-        subscriber.command("SUBSCRIBE", request.returnChannel);
-        (void)subscriber.command("SUBSCRIBE", next.returnChannel);
-        mProxy.setPlan(plan);
-        mClient.command("PUBLISH", channelName(request.kind), requestMessage(request));
-        mClient.command("PUBLISH", channelName(next.kind), requestMessage(next));
-        replied = false;
-        RedisAnswer message;
-        while (awaitSecond && subscriber.nextMessage(message, ANSWER_LIMIT_SECONDS)) {
-            if (message.texts()[1] == next.returnChannel) {
-                return true;
-            }
-            replied = replied || message.texts().back() == request.statusKey;
-        }
-        return !awaitSecond;
+    // The first request also reads what is read only once.
+    void restartAndWarmUp() {
+        restart();
+        (void)send(request);
     }
 
     // The commands of the request when nothing is spoilt.
-    std::vector<std::vector<std::string>> learnCommands(const Scenario& scenario) {
+    Commands learnCommands() {
         seed();
-        mProxy.setPlan({});
-        (void)sendRequest(mServer, scenario.request);
-        std::vector<std::vector<std::string>> words;
-        for (const ProxiedCommand& command : mProxy.commands()) {
-            words.push_back(command.words);
+        proxy.setPlan({});
+        (void)send(request);
+        Commands commands;
+        for (const ProxiedCommand& command : proxy.commands()) {
+            commands.push_back(command.words);
         }
-        return words;
+        return commands;
     }
 
-    Outcome outcome(const FrontEndRequest& request, bool replied) {
-        const auto status = mClient.hash(request.statusKey);
-        const auto message = mClient.hash("status/1/ExtendedInfo/1");
-        const auto text = [](const auto& fields, const char* name) {
-            const auto found = fields.find(name);
-            return found == fields.end() ? std::string() : found->second;
-        };
-        return {text(status, "&&ReturnStatus"), text(message, "&&MessageId"), replied};
-    }
-
-    void checkError(const Scenario& scenario, const Fault& fault, std::size_t index,
-                    const std::vector<std::string>& command) {
+    // Announces the request and an untouched one behind it, and waits for the answer to that one
+    // unless nobody will give it. Whether the first one was answered meanwhile.
+    bool runBoth(const FaultPlan& plan, bool awaitSecond) {
+        seed();
+        FrontEndRequest next = request;
+        next.requestKey = "requests/2";
+        next.bodyKey = "requests/2/body";
+        next.statusKey = "status/2/result";
+        next.returnChannel = "answers/2";
+        storeRequest(client, request);
+        storeRequest(client, next);
+        RedisClient replies(server);
+        (void)replies.commandList({"PSUBSCRIBE", "answers/*"});
+        proxy.setPlan(plan);
+        announce(request, requestMessage(request));
+        announce(next, requestMessage(next));
         bool replied = false;
-        ASSERT_TRUE(runBoth(scenario.request, {fault.kind, index, fault.error}, true, replied));
-        Outcome expected = expectedAfterError(scenario, command);
-        if (writesMessageId(command)) {
-            expected.messageId.clear();
+        RedisAnswer message;
+        while (awaitSecond && replies.nextMessage(message, ANSWER_LIMIT_SECONDS)) {
+            if (message.texts().back() == next.statusKey) {
+                return replied;
+            }
+            replied = replied || message.texts().back() == request.statusKey;
         }
-        EXPECT_EQ(outcome(scenario.request, replied), expected);
+        EXPECT_FALSE(awaitSecond) << "the second request is not answered";
+        return replied;
+    }
+
+    void checkError(std::size_t index, const Command& command) {
+        const bool replied = runBoth({fault.kind, index, fault.error}, true);
+        const Outcome outcome = {client.hash(request.statusKey)["&&ReturnStatus"],
+                                 client.hash("status/1/ExtendedInfo/1")["&&MessageId"], replied};
+        EXPECT_EQ(outcome, expectedAfterError(std::get<Scenario>(GetParam()), command));
     }
 
     // A handler whose connection is gone can tell the front end nothing more. The collection
     // requests have a new connection for the next message; the actions' connection is never made
     // again.
-    void checkCut(const Scenario& scenario, const Fault& fault, std::size_t index,
-                  const std::vector<std::string>& command) {
-        const bool isAction = scenario.request.kind == RequestKind::ACTION;
-        bool replied = false;
-        ASSERT_TRUE(runBoth(scenario.request, {fault.kind, index, ""}, !isAction, replied));
-        if (isAction) {
-            ASSERT_TRUE(waitUntil([&] {
-                return mDaemon->log().find("Certificate action: get request data structure "
-                                           "failed.") != std::string::npos;
-            }));
-            ASSERT_TRUE(mDaemon->running());
-            startDaemon();
+    void checkCut(std::size_t index, const Command& command) {
+        const bool isAction = request.kind == RequestKind::ACTION;
+        const bool replied = runBoth({fault.kind, index, ""}, !isAction);
+        if (!isAction) {
+            EXPECT_EQ(replied, fault.kind == FaultKind::CUT_REPLY && command.front() == "PUBLISH");
             return;
         }
-        const bool wasPublished =
-            fault.kind == FaultKind::CUT_REPLY && command.front() == "PUBLISH";
-        EXPECT_EQ(replied, wasPublished);
+        EXPECT_TRUE(waitUntil([this] {
+            return log().find("Certificate action: get request data structure failed.") !=
+                   std::string::npos;
+        }));
+        EXPECT_TRUE(daemon->running());
+        restartAndWarmUp();
     }
+
+    const FrontEndRequest request = std::get<Scenario>(GetParam()).request;
+    const Fault fault = std::get<Fault>(GetParam());
 };
 
-TEST_P(HandlerFaults, EveryCommandInTurn) {
-    const auto& [scenario, fault] = GetParam();
-    const auto commands = learnCommands(scenario);
+TEST_P(HandlerFaults, OfAnyCommandHaveTheirOutcomeAndEndWithTheRequest) {
+    const Commands commands = learnCommands();
     ASSERT_GT(commands.size(), 5U);
-    const int daemon = mDaemon->pid();
-    const std::size_t descriptors = openDescriptors(daemon);
-    for (std::size_t i = 0; i < commands.size(); ++i) {
+    const int firstDaemon = daemon->pid();
+    const std::size_t descriptors = openDescriptors(firstDaemon);
+    for (std::size_t i = 0; i < commands.size() && !HasFailure(); ++i) {
         SCOPED_TRACE(std::to_string(i) + ": " + testing::PrintToString(commands[i]));
         if (fault.kind == FaultKind::ERROR_REPLY) {
-            checkError(scenario, fault, i, commands[i]);
+            checkError(i, commands[i]);
         } else {
-            checkCut(scenario, fault, i, commands[i]);
+            checkCut(i, commands[i]);
         }
-        ASSERT_TRUE(mDaemon->running());
-        ASSERT_FALSE(HasFatalFailure());
+        ASSERT_TRUE(daemon->running());
     }
     // A daemon that was started anew meanwhile has descriptors of its own to compare with.
-    const bool isSameDaemon = mDaemon->pid() == daemon;
     EXPECT_TRUE(waitUntil([&] {
-        return !isSameDaemon || openDescriptors(mDaemon->pid()) <= descriptors;
-    })) << openDescriptors(mDaemon->pid())
+        return daemon->pid() != firstDaemon || openDescriptors(firstDaemon) <= descriptors;
+    })) << openDescriptors(firstDaemon)
         << " descriptors open instead of " << descriptors;
 }
 
 INSTANTIATE_TEST_SUITE_P(All, HandlerFaults,
                          testing::Combine(testing::ValuesIn(scenarios()),
                                           testing::ValuesIn(connectionFaults())),
-                         [](const auto& parameters) {
-                             return std::get<0>(parameters.param).name +
-                                    std::get<1>(parameters.param).name;
+                         [](const auto& row) {
+                             return std::get<0>(row.param).name + std::get<1>(row.param).name;
                          });
+
+} // namespace

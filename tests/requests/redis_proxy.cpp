@@ -1,9 +1,9 @@
-// The proxy reads commands and replies with hiredis's own reader: a command is an array of texts,
-// and of a reply only its end matters, so that its bytes can be passed on as they came.
+// The commands of one connection, one at a time.
 
 #include "tests/requests/redis_proxy.h"
 
 #include "tests/support/redis_server.h"
+#include "tests/support/wire.h"
 
 #include <hiredis/hiredis.h>
 #include <sys/socket.h>
@@ -11,88 +11,7 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <stdexcept>
-
-namespace {
-
-struct ReaderRelease {
-    void operator()(redisReader* reader) const {
-        redisReaderFree(reader);
-    }
-};
-using Reader = std::unique_ptr<redisReader, ReaderRelease>;
-
-struct ReplyRelease {
-    void operator()(redisReply* reply) const {
-        freeReplyObject(reply);
-    }
-};
-using Reply = std::unique_ptr<redisReply, ReplyRelease>;
-
-Reply nextReply(redisReader* reader) {
-    void* reply = nullptr;
-    if (redisReaderGetReply(reader, &reply) != REDIS_OK) {
-        throw std::runtime_error(std::string("proxy: ") + reader->errstr);
-    }
-    return Reply(static_cast<redisReply*>(reply));
-}
-
-// Reads what has come and feeds it to the reader. Empty at the end of the connection.
-std::string receive(int socket, redisReader* reader) {
-    std::array<char, 16384> buffer{};
-    const ssize_t count = read(socket, buffer.data(), buffer.size());
-    if (count <= 0) {
-        return {};
-    }
-    redisReaderFeed(reader, buffer.data(), static_cast<std::size_t>(count));
-    return {buffer.data(), static_cast<std::size_t>(count)};
-}
-
-bool sendAll(int socket, const std::string& bytes) {
-    for (std::size_t sent = 0; sent < bytes.size();) {
-        const ssize_t count = send(socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-        if (count <= 0) {
-            return false;
-        }
-        sent += static_cast<std::size_t>(count);
-    }
-    return true;
-}
-
-Command wordsOf(const redisReply& reply) {
-    Command words;
-    for (std::size_t i = 0; i < reply.elements; ++i) {
-        words.emplace_back(reply.element[i]->str, reply.element[i]->len);
-    }
-    return words;
-}
-
-std::string wireForm(const Command& command) {
-    std::string bytes = "*" + std::to_string(command.size()) + "\r\n";
-    for (const auto& word : command) {
-        bytes += "$" + std::to_string(word.size()) + "\r\n" + word + "\r\n";
-    }
-    return bytes;
-}
-
-std::string askServer(int upstream, const Command& command) {
-    const Reader reader(redisReaderCreate());
-    std::string bytes;
-    if (!sendAll(upstream, wireForm(command))) {
-        return {};
-    }
-    while (!nextReply(reader.get())) {
-        const std::string part = receive(upstream, reader.get());
-        if (part.empty()) {
-            return {};
-        }
-        bytes += part;
-    }
-    return bytes;
-}
-
-} // namespace
 
 RedisProxy::RedisProxy(const RedisServer& server, Interceptor interceptor)
     : mInterceptor(std::move(interceptor)),
@@ -116,10 +35,10 @@ RedisProxy::~RedisProxy() {
 }
 
 void RedisProxy::serve(int client) {
-    const Reader reader(redisReaderCreate());
-    while (!receive(client, reader.get()).empty()) {
-        while (const Reply command = nextReply(reader.get())) {
-            if (!answer(client, wordsOf(*command))) {
+    WireReader reader;
+    while (!reader.receive(client).empty()) {
+        while (reader.next()) {
+            if (!answer(client, reader.words())) {
                 return;
             }
         }

@@ -14,10 +14,10 @@
 class ChildProcess;
 
 struct RedisServerOptions {
-    int tcpPort = 0;      // 0: no TCP
-    std::string password; // empty: none
+    int tcpPort = 0;           // 0: no TCP
+    std::string password = {}; // empty: none
     bool keepData = false;
-    std::vector<std::string> extraArguments; // as on redis-server's command line
+    std::vector<std::string> extraArguments = {}; // as on redis-server's command line
 };
 
 // Started and answering at the end of construction, gone with its folder after destruction.

@@ -1,7 +1,7 @@
 // The Redis server, client, command recorder and pipeline reader that the tests use.
 
 #include "tests/support/command_monitor.h"
-#include "tests/support/pipeline.h"
+#include "tests/support/wire.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 
@@ -101,7 +101,7 @@ TEST(CommandMonitor, RecordsWordsByteForByteAndByClient) {
     EXPECT_EQ(describeCommands({{"get", "k"}, {"DEL", "a b", ""}}), "get k\nDEL \"a b\" \"\"\n");
 }
 
-TEST(Pipeline, ReadsAppendedCommandsWithoutSendingThem) {
+TEST(Wire, ReadsAppendedCommandsWithoutSendingThem) {
     const RedisServer server;
     RedisClient client(server);
     redisAppendCommand(client.context(), "HSET %s %s %b", "k", "f 1", "a\r\n\0b", std::size_t{5});
@@ -111,7 +111,7 @@ TEST(Pipeline, ReadsAppendedCommandsWithoutSendingThem) {
     EXPECT_TRUE(RedisClient(server).keys().empty());
 }
 
-TEST(Pipeline, RefusesWhatIsNoCommand) {
+TEST(Wire, RefusesWhatIsNoCommand) {
     for (const std::string text : {"x", "*1", "*1\r\n", "*1\r\n$3\r\nab\r\n", "*\r\n",
                                    "*1\r\n$1\r\nabc", "*1\n$1\r\na\r\n"}) {
         EXPECT_THROW((void)parseCommands(text), std::runtime_error) << text;

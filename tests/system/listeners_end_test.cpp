@@ -97,7 +97,7 @@ INSTANTIATE_TEST_SUITE_P(Each, OneListener, EVERY_KIND, kindName);
 
 class ListenersThatCannotConnect : public Listeners {
 protected:
-    ListenersThatCannotConnect() : Listeners("secret") {}
+    ListenersThatCannotConnect() : Listeners({.password = "secret"}) {}
 
     // Holds this call of pthread_create; the threads before it go on.
     void startHeld(const std::string& call) {

@@ -10,10 +10,8 @@ namespace {
 
 const std::string LOG_FILE = "/tmp/certificate-service.log";
 
-RedisServerOptions withTcp(const std::string& password) {
-    RedisServerOptions options;
+RedisServerOptions withTcp(RedisServerOptions options) {
     options.tcpPort = 6379;
-    options.password = password;
     return options;
 }
 
@@ -31,7 +29,8 @@ FrontEndRequest numbered(RequestKind kind, const std::string& targetUri, int num
 
 } // namespace
 
-RequestRoad::RequestRoad(const std::string& password) : server(withTcp(password)), client(server) {
+RequestRoad::RequestRoad(const RedisServerOptions& options)
+    : server(withTcp(options)), client(server) {
     writeConnectionFiles(server, RedisAddress::TCP);
     resetBackend();
     std::filesystem::remove("/run/go"); // what tests let the backend wait for

@@ -28,8 +28,9 @@ constexpr int ABORTED = 128 + 6; // ended by SIGABRT
 
 class RequestRoad : public testing::Test {
 protected:
-    // A server with a password refuses a connection that is too many when it logs in.
-    explicit RequestRoad(const std::string& password = "");
+    // The server gets the TCP port that the daemon knows. One with a password refuses a connection
+    // that is too many when it logs in.
+    explicit RequestRoad(const RedisServerOptions& options = {});
 
     // Starts the daemon and waits until it listens. An empty library path means the backend of the
     // build.

@@ -56,7 +56,7 @@ Commands operator+(Commands commands, const Commands& more) {
 
 class StartUp : public RequestRoad {
 protected:
-    explicit StartUp(const std::string& password = "") : RequestRoad(password) {
+    explicit StartUp(const RedisServerOptions& options = {}) : RequestRoad(options) {
         client.flushAll();
     }
 
@@ -178,7 +178,7 @@ TEST_F(StartUp, UsesOneConnectionWhichItClosesBeforeTheThreadsOpenTheirs) {
 
 class StartUpWithAPassword : public StartUp {
 protected:
-    StartUpWithAPassword() : StartUp("very secret word") {}
+    StartUpWithAPassword() : StartUp({.password = "very secret word"}) {}
 };
 
 TEST_F(StartUpWithAPassword, UsesItForEveryConnectionAndNeverShowsIt) {
