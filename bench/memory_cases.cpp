@@ -10,7 +10,7 @@
 #include "store/value_text.h"
 #include "store/write_commands.h"
 #include "tests/support/empty_backend/example_values.h"
-#include "tests/support/pipeline.h"
+#include "tests/support/wire.h"
 
 #include <fcntl.h>
 #include <hiredis/hiredis.h>

@@ -25,7 +25,8 @@ std::string statusKey(int number) {
 
 class Listeners : public RequestRoad {
 protected:
-    Listeners() : replies(server) {
+    explicit Listeners(const RedisServerOptions& options = {})
+        : RequestRoad(options), replies(server) {
         (void)replies.commandList({"PSUBSCRIBE", "answers/*"});
     }
 
@@ -181,23 +182,38 @@ TEST_F(Listeners, OfActionsNeedNoNewConnectionForARequest) {
 
 // ---- work connections that cannot be made ----
 
-class CollectionListener : public Listeners, public testing::WithParamInterface<RequestKind> {};
+class CollectionListener : public Listeners, public testing::WithParamInterface<RequestKind> {
+protected:
+    CollectionListener() : Listeners({.password = "first"}) {
+        writeConnectionFiles(server); // the socket, which can be taken away
+        start();
+        (void)waitUntil([this] { return logLines(*daemon).size() == 8; });
+    }
 
-TEST_P(CollectionListener, LogsAndDropsAMessageThatItCannotConnectForAndGoesOn) {
-    writeConnectionFiles(server); // the socket, which can be taken away
-    start();
-    ASSERT_TRUE(waitUntil([this] { return logLines(*daemon).size() == 8; }));
+    // The request is dropped: logged, and left as it is.
+    void expectDropped(const FrontEndRequest& request) {
+        storeAndAnnounce(request);
+        EXPECT_TRUE(waitUntil([this] { return logLines(*daemon).size() == 10; }));
+        // The text ends in a line feed of its own.
+        EXPECT_TRUE(log().ends_with("[Error]: Failed to connect to Redis\n\n"));
+        EXPECT_EQ(client.hash(request.requestKey).size(), 3U);
+        EXPECT_TRUE(client.hash(request.statusKey).empty());
+        EXPECT_TRUE(daemon->running());
+    }
+};
+
+TEST_P(CollectionListener, DropsAMessageThatItCannotConnectForAndGoesOn) {
     std::filesystem::rename(server.socketPath(), server.socketPath() + ".away");
-    const FrontEndRequest dropped = soundRequest(GetParam(), 1);
-    storeAndAnnounce(dropped);
-    ASSERT_TRUE(waitUntil([this] { return logLines(*daemon).size() == 10; }));
-    // The text ends in a line feed of its own.
-    EXPECT_TRUE(log().ends_with("[Error]: Failed to connect to Redis\n\n"));
+    expectDropped(soundRequest(GetParam(), 1));
     std::filesystem::rename(server.socketPath() + ".away", server.socketPath());
     storeAndAnnounce(soundRequest(GetParam(), 2));
     EXPECT_THAT(nextReplies(1), ElementsAre(statusKey(2)));
-    EXPECT_EQ(client.hash(dropped.requestKey).size(), 3U) << "the request stays as it was";
-    EXPECT_TRUE(client.hash(dropped.statusKey).empty());
+}
+
+TEST_P(CollectionListener, DropsEveryMessageAfterAChangeOfThePassword) {
+    client.command("CONFIG", "SET", "requirepass", "second");
+    writeFile("/var/run/redis.requirepass", "second"); // read once only, at the start
+    expectDropped(soundRequest(GetParam()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, CollectionListener,
