@@ -219,7 +219,8 @@ Refusal readAlternativeNames(const CSRRequest& request, CsrParameters& parameter
 }
 
 Refusal readKeyUsage(const CSRRequest& request, CsrParameters& parameters) {
-    for (const std::string& value : arrayOf(request, "KeyUsage")) {
+    const std::span<const std::string> usages = arrayOf(request, "KeyUsage");
+    for (const std::string& value : usages) {
         const std::optional<KeyUsageValue> usage = keyUsageNamed(value);
         if (!usage) {
             return notInList(value, "KeyUsage");
