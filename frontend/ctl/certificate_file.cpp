@@ -1,8 +1,8 @@
 #include "frontend/ctl/certificate_file.h"
 
+#include "core/secret.h"
 #include "frontend/exchange/front_end_error.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -26,7 +26,8 @@ struct FileEnd {
 using File = std::unique_ptr<std::FILE, FileEnd>;
 
 FrontEndError fileError(const std::string& path, const std::string& what) {
-    return {EXIT_LOCAL_FILE, (path == "-" ? std::string("standard input") : path) + ": " + what};
+    return {FailureKind::LOCAL_FILE,
+            (path == "-" ? std::string("standard input") : path) + ": " + what};
 }
 
 bool contains(const std::string& text, std::string_view part) {
@@ -49,48 +50,7 @@ FrontEndError notACertificate(const std::string& path, const std::string& text) 
     return error;
 }
 
-} // namespace
-
-std::string readTextFile(const std::string& path) {
-    if (path != "-" && std::filesystem::is_directory(path)) {
-        throw fileError(path, "is a folder.");
-    }
-    const File file(path == "-" ? stdin : std::fopen(path.c_str(), "rbe"));
-    if (!file) {
-        throw fileError(path, std::strerror(errno));
-    }
-    std::string text;
-    std::array<char, 4096> part{};
-    std::size_t length = 0;
-    while ((length = std::fread(part.data(), 1, part.size(), file.get())) > 0) {
-        text.append(part.data(), length);
-        if (text.size() > MAX_FILE_SIZE) {
-            throw fileError(path, "is longer than 1 MiB.");
-        }
-    }
-    if (std::ferror(file.get()) != 0) {
-        throw fileError(path, std::strerror(errno));
-    }
-    return text;
-}
-
-std::string readCertificateFile(const std::string& path) {
-    std::string text = readTextFile(path);
-    const bool isText = text.find('\0') == std::string::npos;
-    if (!isText || (!contains(text, CERTIFICATE_BEGIN) && !contains(text, PKCS7_BEGIN))) {
-        throw notACertificate(path, text);
-    }
-    return text;
-}
-
-void writeTextFile(const std::string& path, const std::string& text) {
-    const File file(path == "-" ? stdout : std::fopen(path.c_str(), "wbe"));
-    if (!file || std::fwrite(text.data(), 1, text.size(), file.get()) != text.size() ||
-        std::fflush(file.get()) != 0) {
-        throw fileError(path == "-" ? "standard output" : path, std::strerror(errno));
-    }
-}
-
+// "PKCS7", "PEMchain" for several certificates, else "PEM".
 std::string guessCertificateType(const std::string& text) {
     if (contains(text, PKCS7_BEGIN)) {
         return "PKCS7";
@@ -99,4 +59,52 @@ std::string guessCertificateType(const std::string& text) {
     const bool isChain =
         first != std::string::npos && text.find(CERTIFICATE_BEGIN, first + 1) != std::string::npos;
     return isChain ? "PEMchain" : "PEM";
+}
+
+File openToRead(const std::string& path) {
+    if (path != "-" && std::filesystem::is_directory(path)) {
+        throw fileError(path, "is a folder.");
+    }
+    File file(path == "-" ? stdin : std::fopen(path.c_str(), "rbe"));
+    if (!file) {
+        throw fileError(path, std::strerror(errno));
+    }
+    // Without a buffer of the library's own, no copy of a private key stays in one.
+    (void)std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    return file;
+}
+
+} // namespace
+
+std::string readTextFile(const std::string& path) {
+    const File file = openToRead(path);
+    std::string text(MAX_FILE_SIZE + 1, '\0'); // never grows: that would leave copies behind
+    const std::size_t length = std::fread(text.data(), 1, text.size(), file.get());
+    text.resize(length);
+    if (length <= MAX_FILE_SIZE && std::ferror(file.get()) == 0) {
+        return text;
+    }
+    const int reason = errno;
+    wipeText(text);
+    throw fileError(path, length > MAX_FILE_SIZE ? "is longer than 1 MiB." : std::strerror(reason));
+}
+
+CertificateText readCertificate(const CertificateSource& source) {
+    std::string text = readTextFile(source.file);
+    const bool isText = !contains(text, std::string_view("\0", 1));
+    if (!isText || (!contains(text, CERTIFICATE_BEGIN) && !contains(text, PKCS7_BEGIN))) {
+        const FrontEndError error = notACertificate(source.file, text);
+        wipeText(text);
+        throw error;
+    }
+    const std::string type = source.type.empty() ? guessCertificateType(text) : source.type;
+    return {std::move(text), type};
+}
+
+void writeTextFile(const std::string& path, const std::string& text) {
+    const File file(path == "-" ? stdout : std::fopen(path.c_str(), "wbe"));
+    if (!file || std::fwrite(text.data(), 1, text.size(), file.get()) != text.size() ||
+        std::fflush(file.get()) != 0) {
+        throw fileError(path == "-" ? "standard output" : path, std::strerror(errno));
+    }
 }

@@ -1,45 +1,60 @@
 // Sends an action of any name to the daemon, with a body of one's own.
 
 #include "core/protocol/channels.h"
-#include "frontend/ctl/certificate_file.h"
-#include "frontend/ctl/commands.h"
+#include "core/secret.h"
+#include "frontend/ctl/command_line.h"
 #include "frontend/ctl/output.h"
+#include "frontend/ctl/send_request.h"
 #include "frontend/exchange/front_end_error.h"
-#include "frontend/exchange/service_request.h"
 
 #include <nlohmann/json.hpp>
 
 namespace {
 
-constexpr double DEFAULT_TIMEOUT = 30.0;
+struct ActionOptions {
+    std::string targetUri;
+    std::string bodyFile; // empty: an empty object
+};
 
 nlohmann::json readBody(const std::string& file) {
     if (file.empty()) {
         return nlohmann::json::object();
     }
-    nlohmann::json body = nlohmann::json::parse(readTextFile(file), nullptr, false);
+    std::string text = readTextFile(file);
+    nlohmann::json body = nlohmann::json::parse(text, nullptr, false);
+    wipeText(text);
     if (!body.is_object()) {
-        throw FrontEndError(EXIT_LOCAL_FILE, file + ": is not a JSON object.");
+        throw FrontEndError(FailureKind::LOCAL_FILE, file + ": is not a JSON object.");
     }
     return body;
 }
 
-} // namespace
-
-int runAction(const CommonOptions& common, const ActionOptions& options) {
-    ServiceRequest request;
-    request.channel = ACTION_CHANNEL;
-    request.targetUri = options.targetUri;
-    request.timeout = common.timeout > 0 ? common.timeout : DEFAULT_TIMEOUT;
-    RequestExchange exchange(request, readBody(options.bodyFile));
-    const ServiceAnswer answer = exchange.awaitAnswer();
-    if (!isAccepted(answer)) {
-        return reportRefusal(answer, common.json);
-    }
+void runAction(const CommonOptions& common, const ActionOptions& options) {
+    nlohmann::json body = readBody(options.bodyFile);
+    const RedisConnection session = openRedisSession();
+    const ServiceAnswer answer =
+        sendRequest(session.get(), {ACTION_CHANNEL, options.targetUri, "", 0}, std::move(body),
+                    common)
+            .answer;
     const nlohmann::json response = nlohmann::json::parse(answer.response, nullptr, false);
     printJson({{"status", answer.status},
                {"location", answer.location},
                {"messageId", answer.messageId},
                {"response", response.is_discarded() ? nlohmann::json(nullptr) : response}});
-    return EXIT_OK;
+}
+
+} // namespace
+
+void addAction(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<ActionOptions>();
+    CLI::App* command = app.add_subcommand(
+        "action", "Send an action with a body of your own, and show the answer.");
+    command->add_option("TARGET", options->targetUri, "the action's target URI")
+        ->type_name("")
+        ->required();
+    command
+        ->add_option("--body", options->bodyFile,
+                     "file with the JSON object to send; - for standard input")
+        ->type_name("FILE");
+    chooseWhenNamed(*command, chosen, options, runAction);
 }

@@ -2,58 +2,60 @@
 
 #include "core/protocol/channels.h"
 #include "core/protocol/redfish_names.h"
-#include "core/secret.h"
-#include "frontend/ctl/certificate_file.h"
-#include "frontend/ctl/commands.h"
+#include "frontend/ctl/command_line.h"
 #include "frontend/ctl/output.h"
-#include "frontend/exchange/front_end_error.h"
-#include "frontend/exchange/service_request.h"
+#include "frontend/ctl/send_request.h"
 #include "frontend/exchange/stored_tree.h"
 
 #include <nlohmann/json.hpp>
 
 namespace {
 
-constexpr double DEFAULT_TIMEOUT = 30.0;
+struct CreateOptions {
+    std::string collectionUri;
+    CertificateSource certificate;
+};
 
-void wipeMember(nlohmann::json& body, const std::string& name) {
-    wipeText(body[name].get_ref<std::string&>());
+nlohmann::json requestBody(const CertificateSource& source) {
+    CertificateText certificate = readCertificate(source);
+    nlohmann::json body = {{CERTIFICATE_TYPE, certificate.type}};
+    body[CERTIFICATE_STRING] = std::move(certificate.text);
+    return body;
 }
 
-void printCreated(const ServiceAnswer& answer, const nlohmann::json& resource, double seconds,
-                  bool json) {
+void printCreated(const AcceptedAnswer& created, const nlohmann::json& resource, bool json) {
+    const std::string& location = created.answer.location;
     if (json) {
-        printJson({{"status", answer.status},
-                   {"location", answer.location},
-                   {"seconds", seconds},
+        printJson({{"status", created.answer.status},
+                   {"location", location},
+                   {"seconds", created.seconds},
                    {"resource", resource}});
         return;
     }
-    printLine("Created " + answer.location + "  (" + durationText(seconds) + ")", Colour::GOOD);
+    printLine("Created " + location + "  (" + durationText(created.seconds) + ")", Colour::GOOD);
     printCertificate(resource);
+}
+
+void runCreate(const CommonOptions& common, const CreateOptions& options) {
+    nlohmann::json body = requestBody(options.certificate);
+    const RedisConnection session = openRedisSession();
+    const AcceptedAnswer created = sendRequest(
+        session.get(), {CREATE_CHANNEL, options.collectionUri, "", 0}, std::move(body), common);
+    printCreated(created, clientView(readDocument(session.get(), created.answer.location)),
+                 common.json);
 }
 
 } // namespace
 
-int runCreate(const CommonOptions& common, const CreateOptions& options) {
-    std::string text = readCertificateFile(options.file);
-    nlohmann::json body = {
-        {CERTIFICATE_STRING, text},
-        {CERTIFICATE_TYPE, options.type.empty() ? guessCertificateType(text) : options.type}};
-    wipeText(text);
-    ServiceRequest request;
-    request.channel = CREATE_CHANNEL;
-    request.targetUri = options.collectionUri;
-    request.timeout = common.timeout > 0 ? common.timeout : DEFAULT_TIMEOUT;
-    const Clock::time_point start = Clock::now();
-    RequestExchange exchange(request, body);
-    wipeMember(body, CERTIFICATE_STRING); // it may hold a private key
-    const ServiceAnswer answer = exchange.awaitAnswer();
-    if (!isAccepted(answer)) {
-        return reportRefusal(answer, common.json);
-    }
-    const double seconds = secondsSince(start);
-    printCreated(answer, clientView(readDocument(exchange.session(), answer.location)), seconds,
-                 common.json);
-    return EXIT_OK;
+void addCreate(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<CreateOptions>();
+    CLI::App* command = app.add_subcommand("create", "Install a certificate in a collection.");
+    addUri(*command, "COLLECTION", options->collectionUri, "the certificate collection");
+    addCertificateSource(*command, options->certificate,
+                         "the certificate text, with its private key unless the key was made by\n"
+                         "generate-csr; - for standard input");
+    command->footer("\nExample:\n"
+                    "  cat server.crt server.key | certificatectl create \\\n"
+                    "      /redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates -");
+    chooseWhenNamed(*command, chosen, options, runCreate);
 }

@@ -5,34 +5,46 @@
 #include "core/protocol/redfish_names.h"
 #include "core/protocol/status_words.h"
 #include "core/secret.h"
-#include "frontend/ctl/certificate_file.h"
-#include "frontend/ctl/commands.h"
+#include "frontend/ctl/command_line.h"
 #include "frontend/ctl/output.h"
+#include "frontend/ctl/send_request.h"
 #include "frontend/exchange/front_end_error.h"
 #include "frontend/exchange/password_key.h"
-#include "frontend/exchange/service_request.h"
 #include "frontend/exchange/stored_text.h"
 #include "frontend/records/task_resource.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <array>
+#include <cctype>
+#include <map>
 
 namespace {
 
 using nlohmann::json;
 
-constexpr double DEFAULT_TIMEOUT = 30.0;
-constexpr double DEFAULT_TASK_TIMEOUT = 600.0; // RSA keys of 4096 bits take long on a board
+struct GenerateCsrOptions {
+    std::string collectionUri;
+    std::map<std::string, std::string> parameters; // by Redfish name; empty: not given
+    std::vector<std::string> alternativeNames;
+    std::vector<std::string> keyUsage;
+    int keyBitLength = 0; // 0: not given
+    std::string challengePassword;
+    std::string passwordFile; // whose first line is the challenge password
+    std::string outputFile;   // empty: standard output
+    bool noWait = false;
+};
 
-// Readers of the stored form take no escapes, and no one writes control characters into a name.
+// No name holds control characters, and the stored form has no escapes for them.
 void checkParameter(const std::string& name, const std::string& value) {
     const bool hasControl = std::any_of(value.begin(), value.end(), [](char character) {
         return static_cast<unsigned char>(character) < 0x20 || character == 0x7f;
     });
     if (hasControl || !isValidUtf8(value)) {
-        throw FrontEndError(EXIT_USAGE, "The value of " + name +
-                                            " must be UTF-8 text without control characters.");
+        throw FrontEndError(FailureKind::BAD_INPUT,
+                            "The value of " + name +
+                                " must be UTF-8 text without control characters.");
     }
 }
 
@@ -45,20 +57,70 @@ void addList(json& body, const std::string& name, const std::vector<std::string>
     }
 }
 
+std::string upperCase(std::string text) {
+    for (char& character : text) {
+        character = static_cast<char>(std::toupper(static_cast<unsigned char>(character)));
+    }
+    return text;
+}
+
+// P256, P-256 and TPM_ECC_NIST_P256 are the same; other texts stay for the service to judge.
+std::string curveName(const std::string& text) {
+    std::string name = upperCase(text);
+    std::erase(name, '-');
+    return name == "P256" || name == "P384" || name == "P521" ? "TPM_ECC_NIST_" + name : text;
+}
+
+std::string algorithmName(const std::string& text) {
+    const std::string name = upperCase(text);
+    return name == "RSA" || name == "ECDSA" || name == "ECDH" ? "TPM_ALG_" + name : text;
+}
+
+void addParameter(json& body, const std::string& name, const std::string& value) {
+    checkParameter(name, value);
+    if (name == KEY_CURVE_ID) {
+        body[name] = curveName(value);
+    } else {
+        body[name] = name == KEY_PAIR_ALGORITHM ? algorithmName(value) : value;
+    }
+}
+
+// The challenge password; empty when none is asked for. The caller wipes it.
+std::string challengePassword(const GenerateCsrOptions& options) {
+    if (options.passwordFile.empty()) {
+        return options.challengePassword;
+    }
+    std::string text = readTextFile(options.passwordFile);
+    std::string password = text.substr(0, text.find_first_of("\r\n"));
+    wipeText(text);
+    if (password.empty()) {
+        throw FrontEndError(FailureKind::LOCAL_FILE,
+                            options.passwordFile + ": holds no password in its first line.");
+    }
+    return password;
+}
+
+void addChallengePassword(json& body, const GenerateCsrOptions& options) {
+    std::string password = challengePassword(options);
+    if (!password.empty()) {
+        body[CHALLENGE_PASSWORD] = encryptChallengePassword(password);
+    }
+    wipeText(password);
+}
+
 json requestBody(const GenerateCsrOptions& options) {
-    json body = {{"CertificateCollection", {{ODATA_ID, options.collectionUri}}}};
+    json body = {{CERTIFICATE_COLLECTION, {{ODATA_ID, options.collectionUri}}}};
     for (const auto& [name, value] : options.parameters) {
-        checkParameter(name, value);
-        body[name] = value;
+        if (!value.empty()) {
+            addParameter(body, name, value);
+        }
     }
     addList(body, "AlternativeNames", options.alternativeNames);
     addList(body, KEY_USAGE, options.keyUsage);
     if (options.keyBitLength != 0) {
         body[KEY_BIT_LENGTH] = options.keyBitLength;
     }
-    if (!options.challengePassword.empty()) {
-        body["ChallengePassword"] = encryptChallengePassword(options.challengePassword);
-    }
+    addChallengePassword(body, options);
     return body;
 }
 
@@ -68,6 +130,7 @@ struct TaskLog {
     std::string taskUri;
     Clock::time_point start;
     bool quiet = false;
+    bool isTask = false; // whether the daemon carries the request out as a task
     json states = json::array();
 
     void note(const std::string& state) {
@@ -83,18 +146,12 @@ struct TaskLog {
     }
 };
 
-std::string csrOf(const ServiceAnswer& answer) {
-    const json response = json::parse(answer.response, nullptr, false);
-    const bool hasCsr =
-        response.is_object() && response.contains("CSRString") && response["CSRString"].is_string();
-    return hasCsr ? response["CSRString"].get<std::string>() : std::string();
-}
-
-int showCsr(const CommonOptions& common, const GenerateCsrOptions& options,
-            const ServiceAnswer& answer, const TaskLog& log) {
-    const std::string csr = csrOf(answer);
+void showCsr(const CommonOptions& common, const GenerateCsrOptions& options,
+             const ServiceAnswer& answer, const TaskLog& log) {
+    const std::string csr = signingRequestOf(answer);
     if (csr.empty()) {
-        throw FrontEndError(EXIT_REFUSED, "The service answered without a signing request.");
+        throw FrontEndError(FailureKind::NOT_THERE,
+                            "The service answered without a signing request.");
     }
     const std::string duration = durationText(secondsSince(log.start));
     if (!options.outputFile.empty()) {
@@ -103,8 +160,8 @@ int showCsr(const CommonOptions& common, const GenerateCsrOptions& options,
     if (common.json) {
         const json task = log.states.empty() ? json(nullptr) : json(log.taskUri);
         printJson({{"status", answer.status},
-                   {"CSRString", csr},
-                   {"CertificateCollection", {{ODATA_ID, options.collectionUri}}},
+                   {CSR_STRING, csr},
+                   {CERTIFICATE_COLLECTION, {{ODATA_ID, options.collectionUri}}},
                    {"task", task},
                    {"states", log.states},
                    {"seconds", secondsSince(log.start)}});
@@ -114,54 +171,50 @@ int showCsr(const CommonOptions& common, const GenerateCsrOptions& options,
         printLine("Signing request in " + options.outputFile + "  (" + duration + ")",
                   Colour::GOOD);
     }
-    return EXIT_OK;
 }
 
-int showTask(const CommonOptions& common, const ServiceAnswer& answer) {
+void showTask(const CommonOptions& common, const ServiceAnswer& answer) {
     if (common.json) {
         printJson({{"status", answer.status}, {"task", answer.location}});
     } else {
         printLine(answer.location);
     }
-    return EXIT_OK;
 }
 
-int followTask(const CommonOptions& common, const GenerateCsrOptions& options,
-               RequestExchange& exchange, TaskLog& log) {
-    const double timeout = common.timeout > 0 ? common.timeout : DEFAULT_TASK_TIMEOUT;
-    (void)exchange.awaitTaskEnd(timeout,
-                                [&log](const TaskChange& change) { log.note(change.state); });
-    const auto result = readTaskResult(exchange.session(), log.taskUri);
+TaskObserver observerOf(TaskLog& log) {
+    return [&log](const TaskChange& change) { log.note(change.state); };
+}
+
+// What the task has come to, once it has ended.
+ServiceAnswer awaitTask(const CommonOptions& common, ServiceRequest& request, TaskLog& log) {
+    request.awaitTaskEnd(timeoutOr(common, DEFAULT_TASK_TIMEOUT), observerOf(log));
+    const auto result = readTaskResult(log.context, log.taskUri);
     if (!result) {
-        throw FrontEndError(EXIT_NO_ANSWER, "The task has ended, but left no result.");
+        throw FrontEndError(FailureKind::NO_ANSWER, "The task has ended, but left no result.");
     }
-    return isAccepted(*result) ? showCsr(common, options, *result, log)
-                               : reportRefusal(*result, common.json);
+    checkAccepted(*result);
+    return *result;
 }
 
-int runExchange(const CommonOptions& common, const GenerateCsrOptions& options, json& body,
-                TaskLog& log) {
-    ServiceRequest request;
-    request.channel = ACTION_CHANNEL;
-    request.targetUri = GENERATE_CSR_ACTION_URI;
-    request.taskUri = log.taskUri;
-    request.timeout = common.timeout > 0 ? common.timeout : DEFAULT_TIMEOUT;
+void askDaemon(const CommonOptions& common, const GenerateCsrOptions& options, json body,
+               TaskLog& log) {
+    const RequestHead head = {ACTION_CHANNEL, GENERATE_CSR_ACTION_URI, log.taskUri,
+                              timeoutOr(common, DEFAULT_TIMEOUT)};
     log.start = Clock::now();
-    RequestExchange exchange(request, body);
-    const ServiceAnswer answer =
-        exchange.awaitAnswer([&log](const TaskChange& change) { log.note(change.state); });
-    if (answer.status == STATUS_PROCESSING) {
-        return options.noWait ? showTask(common, answer)
-                              : followTask(common, options, exchange, log);
+    ServiceRequest request(log.context, head, std::move(body));
+    const ServiceAnswer answer = takeAnswer(request, observerOf(log));
+    log.isTask = answer.status == STATUS_PROCESSING;
+    if (!log.isTask) {
+        removeTask(log.context, log.taskUri); // answered at once
+        showCsr(common, options, answer, log);
+    } else if (options.noWait) {
+        showTask(common, answer);
+    } else {
+        showCsr(common, options, awaitTask(common, request, log), log);
     }
-    removeTask(log.context, log.taskUri); // answered at once: no task came of it
-    return isAccepted(answer) ? showCsr(common, options, answer, log)
-                              : reportRefusal(answer, common.json);
 }
 
-} // namespace
-
-int runGenerateCsr(const CommonOptions& common, const GenerateCsrOptions& options) {
+void runGenerateCsr(const CommonOptions& common, const GenerateCsrOptions& options) {
     json body = requestBody(options);
     const RedisConnection session = openRedisSession();
     TaskLog log;
@@ -169,11 +222,113 @@ int runGenerateCsr(const CommonOptions& common, const GenerateCsrOptions& option
     log.taskUri = createTask(session.get(), "Certificate signing request");
     log.quiet = common.json;
     try {
-        return runExchange(common, options, body, log);
-    } catch (const FrontEndError&) {
-        if (log.states.empty()) {
-            removeTask(session.get(), log.taskUri); // it never came to be
+        askDaemon(common, options, std::move(body), log);
+    } catch (const std::exception&) {
+        if (!log.isTask && log.states.empty()) {
+            removeTask(session.get(), log.taskUri); // it never began
         }
         throw;
     }
+}
+
+struct NameOption {
+    const char* option;
+    const char* parameter;
+    const char* help;
+};
+
+// clang-format off
+constexpr std::array<NameOption, 11> NAME_OPTIONS = {{
+    {"--organization",        "Organization",       "organization (O)"},
+    {"--organizational-unit", "OrganizationalUnit", "organizational unit (OU)"},
+    {"--city",                "City",               "city or locality (L)"},
+    {"--state",               "State",              "state or province (ST)"},
+    {"--country",             "Country",            "country, two letters (C)"},
+    {"--email",               "Email",              "e-mail address of the contact"},
+    {"--contact-person",      "ContactPerson",      "name of the contact"},
+    {"--surname",             "Surname",            "surname"},
+    {"--given-name",          "GivenName",          "given name"},
+    {"--initials",            "Initials",           "initials"},
+    {"--unstructured-name",   "UnstructuredName",   "unstructured name (PKCS #9)"},
+}};
+// clang-format on
+
+void addNameOptions(CLI::App& command, GenerateCsrOptions& options) {
+    command
+        .add_option("--cn", options.parameters["CommonName"],
+                    "common name (CN), for a server its host name")
+        ->required();
+    for (const NameOption& name : NAME_OPTIONS) {
+        command.add_option(name.option, options.parameters[name.parameter], name.help);
+    }
+}
+
+void addKeyOptions(CLI::App& command, GenerateCsrOptions& options) {
+    CLI::Option* rsa = command
+                           .add_option("--rsa", options.keyBitLength,
+                                       "an RSA key of so many bits: 2048, 3072 or 4096; runs as "
+                                       "a task")
+                           ->type_name("BITS")
+                           ->check(positiveCheck());
+    command
+        .add_option("--curve", options.parameters[KEY_CURVE_ID],
+                    "an elliptic-curve key: P256, P384 or P521")
+        ->type_name("NAME")
+        ->excludes(rsa);
+    command
+        .add_option("--algorithm", options.parameters[KEY_PAIR_ALGORITHM],
+                    "key algorithm: RSA, ECDSA or ECDH (default: from --rsa or --curve)")
+        ->type_name("NAME");
+}
+
+void addPasswordOptions(CLI::App& command, GenerateCsrOptions& options) {
+    CLI::Option* password =
+        command
+            .add_option("--challenge-password", options.challengePassword,
+                        "challenge password; other users of this machine may see it in the list "
+                        "of processes")
+            ->type_name("TEXT")
+            ->check([](const std::string& text) {
+                return text.empty() ? "the password must not be empty" : std::string();
+            });
+    command
+        .add_option("--challenge-password-file", options.passwordFile,
+                    "file whose first line is the challenge password; - for standard input")
+        ->type_name("FILE")
+        ->excludes(password);
+}
+
+void addListOption(CLI::App& command, const std::string& name, std::vector<std::string>& values,
+                   const std::string& help) {
+    command.add_option(name, values, help)->type_name("NAME")->allow_extra_args(false);
+}
+
+} // namespace
+
+void addGenerateCsr(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<GenerateCsrOptions>();
+    CLI::App* command = app.add_subcommand(
+        "generate-csr", "Have a key pair made, and get the signing request for it.");
+    addUri(*command, "COLLECTION", options->collectionUri,
+           "the collection that the certificate will go into");
+    addNameOptions(*command, *options);
+    addListOption(*command, "--san", options->alternativeNames,
+                  "alternative name: DNS name, IP address, e-mail address or URI; may be "
+                  "repeated");
+    addListOption(*command, "--key-usage", options->keyUsage,
+                  "key usage, such as DigitalSignature or ServerAuthentication; may be "
+                  "repeated");
+    addKeyOptions(*command, *options);
+    addPasswordOptions(*command, *options);
+    command
+        ->add_option("-o,--output", options->outputFile,
+                     "file for the signing request (default: standard output)")
+        ->type_name("FILE");
+    command->add_flag("--no-wait", options->noWait,
+                      "when it runs as a task: print the task's URI and end");
+    command->footer(
+        "\nExamples:\n"
+        "  certificatectl generate-csr COLLECTION --cn bmc.example --san bmc.example -o bmc.csr\n"
+        "  certificatectl generate-csr COLLECTION --cn bmc.example --rsa 3072 --no-wait");
+    chooseWhenNamed(*command, chosen, options, runGenerateCsr);
 }

@@ -1,6 +1,6 @@
 // Shows a resource, or the Redis records behind it.
 
-#include "frontend/ctl/commands.h"
+#include "frontend/ctl/command_line.h"
 #include "frontend/ctl/output.h"
 #include "frontend/exchange/front_end_error.h"
 #include "frontend/exchange/redis_session.h"
@@ -9,6 +9,11 @@
 #include <nlohmann/json.hpp>
 
 namespace {
+
+struct GetOptions {
+    std::string uri;
+    bool raw = false;
+};
 
 nlohmann::json recordDocument(const StoredRecord& record) {
     if (record.isList) {
@@ -45,18 +50,26 @@ void printRecords(const std::vector<StoredRecord>& tree, bool json) {
     }
 }
 
-} // namespace
-
-int runGet(const CommonOptions& common, const GetOptions& options) {
+void runGet(const CommonOptions& common, const GetOptions& options) {
     const RedisConnection session = openRedisSession();
     const std::vector<StoredRecord> tree = readStoredTree(session.get(), options.uri);
     if (tree.empty()) {
-        throw FrontEndError(EXIT_REFUSED, "There is no resource at " + options.uri + ".");
+        throw FrontEndError(FailureKind::NOT_THERE, "There is no resource at " + options.uri + ".");
     }
     if (options.raw) {
         printRecords(tree, common.json);
     } else {
         printJson(clientView(treeDocument(tree)));
     }
-    return EXIT_OK;
+}
+
+} // namespace
+
+void addGet(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<GetOptions>();
+    CLI::App* command = app.add_subcommand("get", "Show a resource as JSON.");
+    command->add_option("URI", options->uri, "the resource")->type_name("")->required();
+    command->add_flag("--raw", options->raw, "show the Redis records behind it");
+    command->footer("\nExample:\n  certificatectl get --raw /redfish/v1/CertificateService");
+    chooseWhenNamed(*command, chosen, options, runGet);
 }

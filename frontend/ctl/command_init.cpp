@@ -1,26 +1,50 @@
-// Seeds the records that a front end keeps.
+// Sets up the records that a front end keeps.
 
-#include "frontend/ctl/commands.h"
+#include "frontend/ctl/command_line.h"
 #include "frontend/ctl/output.h"
-#include "frontend/exchange/front_end_error.h"
 #include "frontend/exchange/redis_session.h"
 #include "frontend/records/seed_records.h"
 
 #include <nlohmann/json.hpp>
 
-int runInit(const CommonOptions& common, const InitOptions& options) {
+namespace {
+
+struct InitOptions {
+    std::vector<std::string> collectionUris;
+};
+
+void runInit(const CommonOptions& common, const InitOptions& options) {
     std::vector<std::string> collections = options.collectionUris;
     if (collections.empty()) {
         collections.emplace_back(DEFAULT_COLLECTION_URI);
     }
     const RedisConnection session = openRedisSession();
-    const SeedReport report = seedRecords(session.get(), collections);
+    nlohmann::json report = nlohmann::json::array();
+    for (const SeededRecord& record : seedRecords(session.get(), collections)) {
+        const std::string line = (record.added ? "set up   " : "was there ") + record.name;
+        report.push_back(line);
+        if (!common.json) {
+            printLine(line, record.added ? Colour::GOOD : Colour::SOFT);
+        }
+    }
     if (common.json) {
         printJson({{"collections", collections}, {"report", report}});
-        return EXIT_OK;
     }
-    for (const std::string& line : report) {
-        printLine(line, line.starts_with("set up") ? Colour::GOOD : Colour::SOFT);
-    }
-    return EXIT_OK;
+}
+
+} // namespace
+
+void addInit(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<InitOptions>();
+    CLI::App* command = app.add_subcommand(
+        "init", "Set up what a front end keeps: service, locations, a certificate collection,\n"
+                "event service with its script, task service, default values. Adds only what is\n"
+                "missing; running it again is harmless.");
+    command
+        ->add_option("--collection", options->collectionUris,
+                     "a certificate collection to set up; may be repeated")
+        ->type_name("URI")
+        ->transform(uriCheck())
+        ->default_str(DEFAULT_COLLECTION_URI);
+    chooseWhenNamed(*command, chosen, options, runInit);
 }

@@ -3,12 +3,10 @@
 #include "core/protocol/channels.h"
 #include "core/protocol/redfish_names.h"
 #include "core/secret.h"
-#include "frontend/ctl/certificate_file.h"
-#include "frontend/ctl/commands.h"
+#include "frontend/ctl/command_line.h"
 #include "frontend/ctl/output.h"
-#include "frontend/exchange/front_end_error.h"
+#include "frontend/ctl/send_request.h"
 #include "frontend/exchange/redfish_messages.h"
-#include "frontend/exchange/service_request.h"
 #include "frontend/exchange/stored_tree.h"
 #include "frontend/records/certificate_records.h"
 
@@ -16,56 +14,81 @@
 
 namespace {
 
-constexpr double DEFAULT_TIMEOUT = 30.0;
+struct ReplaceOptions {
+    std::string uri;
+    CertificateSource certificate;
+};
 
-void printReplaced(const ServiceAnswer& answer, const nlohmann::json& resource, double seconds) {
-    if (isNoOperation(answer)) {
-        printLine("Unchanged " + answer.location + "  (" + durationText(seconds) + ")");
-        printField("message", answer.messageId);
-        printField("", describeMessage(answer.messageId, answer.messageArgs));
-        return;
+// The new text is needed once more after the request, and wiped whatever comes of it.
+struct WipedCertificate : CertificateText {
+    explicit WipedCertificate(CertificateText certificate)
+        : CertificateText(std::move(certificate)) {}
+    WipedCertificate(const WipedCertificate&) = delete;
+    WipedCertificate& operator=(const WipedCertificate&) = delete;
+    ~WipedCertificate() {
+        wipeText(text);
     }
-    printLine("Replaced " + answer.location + "  (" + durationText(seconds) + ")", Colour::GOOD);
+};
+
+// True when the service took the new certificate, false when it was there already.
+bool takeOver(redisContext* session, const std::string& uri, const CertificateText& certificate,
+              const ServiceAnswer& answer) {
+    if (isNoOperation(answer)) {
+        return false;
+    }
+    if (!refreshCertificateRecords(session, uri, certificate.text, certificate.type)) {
+        printNote("The resource keeps the properties of the old certificate: the new text cannot "
+                  "be read here.");
+    }
+    return true;
+}
+
+void printUnchanged(const AcceptedAnswer& replaced) {
+    const ServiceAnswer& answer = replaced.answer;
+    printLine("Unchanged " + answer.location + "  (" + durationText(replaced.seconds) + ")");
+    printField("message", answer.messageId);
+    printField("", describeMessage(answer.messageId, answer.messageArgs));
+}
+
+void printReplaced(const AcceptedAnswer& replaced, const nlohmann::json& resource) {
+    printLine("Replaced " + replaced.answer.location + "  (" + durationText(replaced.seconds) + ")",
+              Colour::GOOD);
     printCertificate(resource);
+}
+
+void runReplace(const CommonOptions& common, const ReplaceOptions& options) {
+    const WipedCertificate certificate(readCertificate(options.certificate));
+    nlohmann::json body = {{CERTIFICATE_URI, {{ODATA_ID, options.uri}}},
+                           {CERTIFICATE_STRING, certificate.text},
+                           {CERTIFICATE_TYPE, certificate.type}};
+    const RedisConnection session = openRedisSession();
+    const AcceptedAnswer replaced =
+        sendRequest(session.get(), {ACTION_CHANNEL, REPLACE_CERTIFICATE_ACTION_URI, "", 0},
+                    std::move(body), common);
+    const bool changed = takeOver(session.get(), options.uri, certificate, replaced.answer);
+    const nlohmann::json resource = clientView(readDocument(session.get(), options.uri));
+    if (common.json) {
+        printJson({{"status", replaced.answer.status},
+                   {"location", replaced.answer.location},
+                   {"messageId", replaced.answer.messageId},
+                   {"changed", changed},
+                   {"seconds", replaced.seconds},
+                   {"resource", resource}});
+    } else if (changed) {
+        printReplaced(replaced, resource);
+    } else {
+        printUnchanged(replaced);
+    }
 }
 
 } // namespace
 
-int runReplace(const CommonOptions& common, const ReplaceOptions& options) {
-    std::string text = readCertificateFile(options.file);
-    const std::string type = options.type.empty() ? guessCertificateType(text) : options.type;
-    nlohmann::json body = {{CERTIFICATE_URI, {{ODATA_ID, options.uri}}},
-                           {CERTIFICATE_STRING, text},
-                           {CERTIFICATE_TYPE, type}};
-    ServiceRequest request;
-    request.channel = ACTION_CHANNEL;
-    request.targetUri = REPLACE_CERTIFICATE_ACTION_URI;
-    request.timeout = common.timeout > 0 ? common.timeout : DEFAULT_TIMEOUT;
-    const Clock::time_point start = Clock::now();
-    RequestExchange exchange(request, body);
-    wipeText(body[CERTIFICATE_STRING].get_ref<std::string&>());
-    const ServiceAnswer answer = exchange.awaitAnswer();
-    if (!isAccepted(answer)) {
-        wipeText(text);
-        return reportRefusal(answer, common.json);
-    }
-    const double seconds = secondsSince(start);
-    const bool changed = !isNoOperation(answer);
-    if (changed && !refreshCertificateRecords(exchange.session(), options.uri, text, type)) {
-        printNote("The resource keeps the properties of the old certificate: the new text cannot "
-                  "be read here.");
-    }
-    wipeText(text);
-    const nlohmann::json resource = clientView(readDocument(exchange.session(), options.uri));
-    if (common.json) {
-        printJson({{"status", answer.status},
-                   {"location", answer.location},
-                   {"messageId", answer.messageId},
-                   {"changed", changed},
-                   {"seconds", seconds},
-                   {"resource", resource}});
-    } else {
-        printReplaced(answer, resource, seconds);
-    }
-    return EXIT_OK;
+void addReplace(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<ReplaceOptions>();
+    CLI::App* command =
+        app.add_subcommand("replace", "Put another certificate in the place of an installed one.");
+    addUri(*command, "URI", options->uri, "the installed certificate");
+    addCertificateSource(*command, options->certificate,
+                         "the new certificate text; - for standard input");
+    chooseWhenNamed(*command, chosen, options, runReplace);
 }

@@ -1,9 +1,10 @@
 // Lists the tasks, shows one of them with its signing request, or clears ended ones away.
 
 #include "core/protocol/messages.h"
-#include "frontend/ctl/certificate_file.h"
-#include "frontend/ctl/commands.h"
+#include "core/protocol/redfish_names.h"
+#include "frontend/ctl/command_line.h"
 #include "frontend/ctl/output.h"
+#include "frontend/ctl/send_request.h"
 #include "frontend/exchange/front_end_error.h"
 #include "frontend/exchange/redis_session.h"
 #include "frontend/records/task_resource.h"
@@ -13,6 +14,12 @@
 namespace {
 
 using nlohmann::json;
+
+struct TasksOptions {
+    std::string uri; // empty: all
+    std::string outputFile;
+    bool clear = false;
+};
 
 json documentOf(const TaskSummary& task) {
     return {{"task", task.uri},
@@ -28,10 +35,10 @@ void printTask(const TaskSummary& task) {
     line.append(line.size() < STATE_WIDTH ? STATE_WIDTH - line.size() : 1, ' ');
     line += task.uri + "  " + task.startTime;
     line += task.endTime.empty() ? "" : " to " + task.endTime;
-    printLine(line + "  " + task.name, task.state == "Exception" ? Colour::BAD : Colour::NONE);
+    printLine(line + "  " + task.name, task.state == TASK_EXCEPTION ? Colour::BAD : Colour::NONE);
 }
 
-int showAll(redisContext* context, const CommonOptions& common, bool clear) {
+void showAll(redisContext* context, const CommonOptions& common, bool clear) {
     json documents = json::array();
     for (const TaskSummary& task : listTasks(context)) {
         const bool remove = clear && isFinalTaskState(task.state);
@@ -48,40 +55,54 @@ int showAll(redisContext* context, const CommonOptions& common, bool clear) {
     if (common.json) {
         printJson(documents);
     }
-    return EXIT_OK;
 }
 
-int showOne(redisContext* context, const CommonOptions& common, const TasksOptions& options) {
+void showOne(redisContext* context, const CommonOptions& common, const TasksOptions& options) {
     const auto task = findTask(context, options.uri);
     if (!task) {
-        throw FrontEndError(EXIT_REFUSED, "There is no task at " + options.uri + ".");
+        throw FrontEndError(FailureKind::NOT_THERE, "There is no task at " + options.uri + ".");
     }
     const auto result = readTaskResult(context, options.uri);
-    if (result && !isAccepted(*result)) {
-        return reportRefusal(*result, common.json);
+    if (result) {
+        checkAccepted(*result);
     }
-    const json response = json::parse(result ? result->response : "", nullptr, false);
-    const std::string csr = response.is_object() ? response.value("CSRString", "") : "";
+    const std::string csr = result ? signingRequestOf(*result) : std::string();
     if (!options.outputFile.empty()) {
         if (csr.empty()) {
-            throw FrontEndError(EXIT_REFUSED, "The task has no signing request yet.");
+            throw FrontEndError(FailureKind::NOT_THERE, "The task has no signing request yet.");
         }
         writeTextFile(options.outputFile, csr);
     }
     if (common.json) {
         json document = documentOf(*task);
-        document["CSRString"] = csr.empty() ? json(nullptr) : json(csr);
+        document[CSR_STRING] = csr.empty() ? json(nullptr) : json(csr);
         printJson(document);
     } else if (options.outputFile != "-") {
         printTask(*task);
     }
-    return EXIT_OK;
+}
+
+void runTasks(const CommonOptions& common, const TasksOptions& options) {
+    const RedisConnection session = openRedisSession();
+    if (options.uri.empty()) {
+        showAll(session.get(), common, options.clear);
+    } else {
+        showOne(session.get(), common, options);
+    }
 }
 
 } // namespace
 
-int runTasks(const CommonOptions& common, const TasksOptions& options) {
-    const RedisConnection session = openRedisSession();
-    return options.uri.empty() ? showAll(session.get(), common, options.clear)
-                               : showOne(session.get(), common, options);
+void addTasks(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<TasksOptions>();
+    CLI::App* command = app.add_subcommand(
+        "tasks", "List the tasks with their states, or show one with its signing request.");
+    CLI::Option* uri = command->add_option("URI", options->uri, "one task")->type_name("");
+    command
+        ->add_option("-o,--output", options->outputFile,
+                     "file for the task's signing request; - for standard output")
+        ->type_name("FILE")
+        ->needs(uri);
+    command->add_flag("--clear", options->clear, "remove tasks that have ended")->excludes(uri);
+    chooseWhenNamed(*command, chosen, options, runTasks);
 }

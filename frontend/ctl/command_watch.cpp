@@ -2,20 +2,36 @@
 
 #include "core/protocol/channels.h"
 #include "core/protocol/messages.h"
-#include "frontend/ctl/commands.h"
+#include "frontend/ctl/command_line.h"
 #include "frontend/ctl/output.h"
-#include "frontend/exchange/front_end_error.h"
+#include "frontend/exchange/interrupt.h"
 #include "frontend/exchange/subscription.h"
 #include "frontend/records/event_script.h"
-#include "frontend/records/timestamps.h"
 
 #include <nlohmann/json.hpp>
+
+#include <array>
+#include <ctime>
 
 namespace {
 
 using nlohmann::json;
 
 constexpr double DAY_SECONDS = 86400.0;
+
+struct WatchOptions {
+    int count = 0;      // 0: without end
+    double seconds = 0; // 0: without end
+};
+
+// The local time, "23:59:59".
+std::string timeOfDay() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    (void)localtime_r(&now, &local);
+    std::array<char, 16> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%H:%M:%S", &local)};
+}
 
 std::string padded(const std::string& text, std::size_t width) {
     return text + std::string(text.size() < width ? width - text.size() : 0, ' ');
@@ -66,9 +82,7 @@ void showMessage(const ChannelMessage& message, bool asJson) {
     }
 }
 
-} // namespace
-
-int runWatch(const CommonOptions& common, const WatchOptions& options) {
+void runWatch(const CommonOptions& common, const WatchOptions& options) {
     const RedisConnection session = openRedisSession();
     subscribe(session.get(), {RESOURCE_EVENT_CHANNEL, TASK_STATE_CHANNEL});
     printNote("Watching resource events and task states; Ctrl-C ends it.", Colour::SOFT);
@@ -84,5 +98,19 @@ int runWatch(const CommonOptions& common, const WatchOptions& options) {
             break;
         }
     }
-    return EXIT_OK;
+}
+
+} // namespace
+
+void addWatch(CLI::App& app, Command& chosen) {
+    const auto options = std::make_shared<WatchOptions>();
+    CLI::App* command = app.add_subcommand(
+        "watch", "Show resource events and task states as they come, until Ctrl-C.");
+    command->add_option("--count", options->count, "end after so many lines")
+        ->type_name("N")
+        ->check(positiveCheck());
+    command->add_option("--seconds", options->seconds, "end after so many seconds")
+        ->type_name("N")
+        ->check(positiveCheck());
+    chooseWhenNamed(*command, chosen, options, runWatch);
 }

@@ -1,76 +1,31 @@
 #pragma once
 
-// The commands of certificatectl, one file each. Each returns the exit status; what ends it early
-// is thrown as FrontEndError.
+// The commands of certificatectl. Each has a file of its own that holds its options, its help and
+// its work.
 
-#include <string>
-#include <utility>
-#include <vector>
+#include <functional>
+
+namespace CLI {
+class App;
+}
 
 struct CommonOptions {
     bool json = false;
     double timeout = 0; // seconds; 0: the command's own
 };
 
-struct InitOptions {
-    std::vector<std::string> collectionUris;
-};
+// The work of a command whose options have been read. Returns when all is done; throws
+// ServiceRefusal when the service refuses, FrontEndError for any other early end.
+using Command = std::function<void(const CommonOptions&)>;
 
-struct GetOptions {
-    std::string uri;
-    bool raw = false;
-};
-
-struct CreateOptions {
-    std::string collectionUri;
-    std::string file;
-    std::string type; // empty: as the text looks
-};
-
-struct DeleteOptions {
-    std::string uri;
-};
-
-struct ReplaceOptions {
-    std::string uri;
-    std::string file;
-    std::string type;
-};
-
-struct GenerateCsrOptions {
-    std::string collectionUri;
-    // (Redfish parameter, value), only those that are given
-    std::vector<std::pair<std::string, std::string>> parameters;
-    std::vector<std::string> alternativeNames;
-    std::vector<std::string> keyUsage;
-    int keyBitLength = 0; // 0: not given
-    std::string challengePassword;
-    std::string outputFile; // empty: standard output
-    bool noWait = false;
-};
-
-struct ActionOptions {
-    std::string targetUri;
-    std::string bodyFile; // empty: an empty object
-};
-
-struct TasksOptions {
-    std::string uri; // empty: all
-    std::string outputFile;
-    bool clear = false;
-};
-
-struct WatchOptions {
-    int count = 0;      // 0: without end
-    double seconds = 0; // 0: without end
-};
-
-int runInit(const CommonOptions& common, const InitOptions& options);
-int runGet(const CommonOptions& common, const GetOptions& options);
-int runCreate(const CommonOptions& common, const CreateOptions& options);
-int runDelete(const CommonOptions& common, const DeleteOptions& options);
-int runReplace(const CommonOptions& common, const ReplaceOptions& options);
-int runGenerateCsr(const CommonOptions& common, const GenerateCsrOptions& options);
-int runAction(const CommonOptions& common, const ActionOptions& options);
-int runTasks(const CommonOptions& common, const TasksOptions& options);
-int runWatch(const CommonOptions& common, const WatchOptions& options);
+// Each adds one command to the command line. Reading a command line that names the command makes
+// its work the chosen one.
+void addInit(CLI::App& app, Command& chosen);
+void addGet(CLI::App& app, Command& chosen);
+void addCreate(CLI::App& app, Command& chosen);
+void addDelete(CLI::App& app, Command& chosen);
+void addReplace(CLI::App& app, Command& chosen);
+void addGenerateCsr(CLI::App& app, Command& chosen);
+void addAction(CLI::App& app, Command& chosen);
+void addTasks(CLI::App& app, Command& chosen);
+void addWatch(CLI::App& app, Command& chosen);

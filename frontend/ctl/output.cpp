@@ -2,10 +2,9 @@
 
 #include "core/protocol/redfish_names.h"
 #include "core/protocol/status_words.h"
-#include "frontend/exchange/front_end_error.h"
+#include "frontend/ctl/exit_codes.h"
 #include "frontend/exchange/redfish_messages.h"
 #include "frontend/exchange/service_answer.h"
-#include "frontend/exchange/stored_text.h"
 
 #include <nlohmann/json.hpp>
 #include <unistd.h>
@@ -13,6 +12,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 namespace {
 
@@ -30,6 +30,27 @@ const char* colourCode(Colour colour) {
         break;
     }
     return "";
+}
+
+// Control characters would steer the terminal; they are shown as \n, \t or \xHH.
+std::string printableText(std::string_view text) {
+    constexpr const char* DIGITS = "0123456789abcdef";
+    std::string printable;
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (character == '\n') {
+            printable += "\\n";
+        } else if (character == '\t') {
+            printable += "\\t";
+        } else if (byte < 0x20 || byte == 0x7f) {
+            printable += "\\x";
+            printable += DIGITS[byte >> 4U];
+            printable += DIGITS[byte & 0xfU];
+        } else {
+            printable += character;
+        }
+    }
+    return printable;
 }
 
 void print(std::FILE* file, const std::string& line, Colour colour) {
@@ -109,13 +130,17 @@ int reportRefusal(const ServiceAnswer& answer, bool json) {
 
 int reportError(const FrontEndError& error, bool json) {
     printNote(std::string("certificatectl: ") + error.what(), Colour::BAD);
-    if (!error.hint.empty()) {
-        printNote("  " + error.hint, Colour::SOFT);
+    const std::string ownHint = commandLineHint(error.kind);
+    const std::string hint =
+        error.hint + (error.hint.empty() || ownHint.empty() ? "" : " ") + ownHint;
+    if (!hint.empty()) {
+        printNote("  " + hint, Colour::SOFT);
     }
+    const int exitCode = exitCodeOf(error.kind);
     if (json) {
-        printJson({{"error", error.what()}, {"hint", error.hint}, {"exitCode", error.exitCode}});
+        printJson({{"error", error.what()}, {"hint", hint}, {"exitCode", exitCode}});
     }
-    return error.exitCode;
+    return exitCode;
 }
 
 void printCertificate(const nlohmann::json& certificate) {

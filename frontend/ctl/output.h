@@ -28,10 +28,10 @@ void printField(const std::string& name, const std::string& text);
 void printJson(const nlohmann::json& document, bool compact = false);
 
 // The service's refusal: in words on standard error, and as JSON on standard output when asked for.
-// EXIT_REFUSED.
+// The exit code that goes with it.
 int reportRefusal(const ServiceAnswer& answer, bool json);
 
-// An error of the front end, in the same way. Its exit status.
+// An error of the front end, in the same way.
 int reportError(const FrontEndError& error, bool json);
 
 // The certificate resource in a few lines.

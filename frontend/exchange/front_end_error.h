@@ -1,25 +1,29 @@
 #pragma once
 
-// What ends a command of the front end early: a text for the person, a hint on what to do about it,
-// and the exit status.
+// What ends the work of a front end early: the kind of failure, a text for the person, and a hint
+// on what to do about it. What a kind means to whoever asked, such as an exit status, is for each
+// front end to say.
 
 #include <stdexcept>
 #include <string>
 #include <utility>
 
-// Exit statuses of certificatectl; `certificatectl --help` lists them.
-constexpr int EXIT_OK = 0;
-constexpr int EXIT_REFUSED = 1;       // the service refused or failed, and said so
-constexpr int EXIT_USAGE = 2;         // the command line is wrong
-constexpr int EXIT_NO_REDIS = 3;      // Redis cannot be reached, or refuses a command
-constexpr int EXIT_NO_ANSWER = 4;     // nobody listens, or no answer in time
-constexpr int EXIT_LOCAL_FILE = 5;    // a file of this machine cannot be used
-constexpr int EXIT_INTERRUPTED = 130; // Ctrl-C while waiting
+enum class FailureKind {
+    NO_REDIS,       // Redis cannot be reached, or refuses a command
+    NOBODY_LISTENS, // no daemon takes the request
+    TIMED_OUT,      // no answer in time
+    NO_ANSWER,      // the daemon ended before it answered, or left only a part of its answer
+    INTERRUPTED,    // the wait was given up
+    LOCAL_FILE,     // a file or device of this machine cannot be used
+    BAD_INPUT,      // this cannot be asked for
+    NOT_THERE,      // what was asked for does not exist
+    TOO_LARGE,      // it exists, but is too large to be shown
+};
 
 struct FrontEndError : std::runtime_error {
-    FrontEndError(int exitStatus, const std::string& text, std::string whatToDo = {})
-        : std::runtime_error(text), exitCode(exitStatus), hint(std::move(whatToDo)) {}
+    FrontEndError(FailureKind failureKind, const std::string& text, std::string whatToDo = {})
+        : std::runtime_error(text), kind(failureKind), hint(std::move(whatToDo)) {}
 
-    int exitCode;
+    FailureKind kind;
     std::string hint; // may be empty
 };

@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t KEY_FILE_SIZE = 32;
 
 FrontEndError keyFileError(const std::string& what) {
-    return {EXIT_LOCAL_FILE, std::string(PRIVATE_KEY_TEMP_FILE) + ": " + what,
+    return {FailureKind::LOCAL_FILE, std::string(PRIVATE_KEY_TEMP_FILE) + ": " + what,
             "The challenge password is encrypted with the key in this file, which the daemon must "
             "be able to read too."};
 }

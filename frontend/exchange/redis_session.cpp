@@ -1,51 +1,74 @@
 #include "frontend/exchange/redis_session.h"
 
+#include "core/secret.h"
 #include "frontend/exchange/front_end_error.h"
 
-#include <fcntl.h>
 #include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
 
 namespace {
 
 constexpr const char* PORT_FILE = "/var/run/redis.port";
 constexpr const char* SOCKET_FILE = "/var/run/redis.unixsocket";
 
-// The connection functions tell every missing connection file on standard error. A server without a
-// password has no password file: not worth a line for each command.
-class QuietStandardError {
-public:
-    QuietStandardError() : saved(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) {
-        const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
-        if (saved >= 0 && nothing >= 0) {
-            (void)dup2(nothing, STDERR_FILENO);
-        }
-        if (nothing >= 0) {
-            (void)close(nothing);
-        }
-    }
-    QuietStandardError(const QuietStandardError&) = delete;
-    QuietStandardError& operator=(const QuietStandardError&) = delete;
-    ~QuietStandardError() {
-        if (saved >= 0) {
-            (void)dup2(saved, STDERR_FILENO);
-            (void)close(saved);
-        }
-    }
+// As RedisConnectionInfo::type names them.
+constexpr int UNIX_SOCKET = 1;
+constexpr int TCP = 2;
+constexpr long STANDARD_PORT = 6379;
 
-private:
-    int saved;
+struct HeapTextEnd {
+    void operator()(char* text) const {
+        explicit_bzero(text, std::strlen(text)); // it may be the password
+        std::free(text);                         // NOLINT(cppcoreguidelines-no-malloc): C interface
+    }
 };
+
+// Empty when the file is not there. It is looked for first, because getRedisConfiguration complains
+// of each missing file on standard error, and a server without a password has no password file.
+std::string connectionFile(const std::string& name) {
+    if (access(("/var/run/redis." + name).c_str(), R_OK) != 0) {
+        return {};
+    }
+    const std::unique_ptr<char, HeapTextEnd> text(getRedisConfiguration(name.c_str()));
+    return text ? std::string(text.get()) : std::string();
+}
+
+// Null when the files name no server that takes connections.
+RedisConnection connectByFiles() {
+    const std::string port = connectionFile("port");
+    const std::string socketPath = connectionFile("unixsocket");
+    RedisConnectionInfo info{};
+    info.type = socketPath.empty() ? TCP : UNIX_SOCKET;
+    info.port = std::strtol(port.c_str(), nullptr, 10);
+    if (port.empty() || (socketPath.empty() && info.port != STANDARD_PORT)) {
+        return nullptr;
+    }
+    (void)std::snprintf(info.socketPath, sizeof info.socketPath, "%s", socketPath.c_str());
+    return RedisConnection(connectToRedis(&info));
+}
+
+bool authenticate(redisContext* context) {
+    std::string password = connectionFile("requirepass");
+    const bool accepted = password.empty() || redisAuthentication(context, password.c_str()) == 0;
+    wipeText(password);
+    wipeConnectionBuffers(context);
+    return accepted;
+}
 
 FrontEndError cannotConnect() {
     if (access(PORT_FILE, R_OK) != 0) {
-        return {EXIT_NO_REDIS,
+        return {FailureKind::NO_REDIS,
                 std::string("Redis is not there: its connection file ") + PORT_FILE +
                     " cannot be read.",
                 "Start the board's Redis server. A server started by hand needs the files " +
                     std::string(PORT_FILE) + " (holding 0) and " + SOCKET_FILE +
                     " (holding the path of its socket), both without a line end."};
     }
-    return {EXIT_NO_REDIS,
+    return {FailureKind::NO_REDIS,
             "Redis is not there: the server that the files /var/run/redis.* name does not answer "
             "or refuses the password.",
             "Look whether redis-server runs, and on which socket."};
@@ -53,11 +76,12 @@ FrontEndError cannotConnect() {
 
 RedisReply checkedReply(const redisContext* context, RedisReply reply) {
     if (!reply) {
-        throw FrontEndError(EXIT_NO_REDIS,
+        throw FrontEndError(FailureKind::NO_REDIS,
                             std::string("The connection to Redis is lost: ") + context->errstr);
     }
     if (reply->type == REDIS_REPLY_ERROR) {
-        throw FrontEndError(EXIT_NO_REDIS, "Redis refuses a command: " + replyBytes(*reply));
+        throw FrontEndError(FailureKind::NO_REDIS,
+                            "Redis refuses a command: " + replyBytes(*reply));
     }
     return reply;
 }
@@ -65,12 +89,8 @@ RedisReply checkedReply(const redisContext* context, RedisReply reply) {
 } // namespace
 
 RedisConnection openRedisSession() {
-    RedisConnection session;
-    {
-        const QuietStandardError quiet;
-        session.reset(redisConnectContext());
-    }
-    if (!session) {
+    RedisConnection session = connectByFiles();
+    if (!session || !authenticate(session.get())) {
         throw cannotConnect();
     }
     (void)runCommand(session.get(), {"PING"});

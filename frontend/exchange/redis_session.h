@@ -1,7 +1,10 @@
 #pragma once
 
-// The front end's connections to Redis, found and opened as the daemon does it. Functions that talk
-// to Redis throw FrontEndError with EXIT_NO_REDIS when it cannot be reached or refuses a command.
+// The front end's connections to Redis, found through the same files as the daemon's
+// (core/redis_connection.h), but afresh each time and without a word on standard error.
+//
+// Functions that talk to Redis throw FrontEndError (NO_REDIS) when it cannot be reached or refuses
+// the command. A session belongs to one thread at a time; several threads may each open their own.
 
 #include "core/redis_connection.h"
 #include "core/redis_reply.h"
@@ -21,7 +24,7 @@ long long runIntegerCommand(redisContext* context, const std::vector<std::string
 [[nodiscard]] std::string runTextCommand(redisContext* context,
                                          const std::vector<std::string>& words);
 
-// For an array of texts. Empty for a reply of another kind.
+// The same, for an array of texts; empty for a reply of another kind.
 [[nodiscard]] std::vector<std::string> runListCommand(redisContext* context,
                                                       const std::vector<std::string>& words);
 

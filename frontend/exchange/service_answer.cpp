@@ -2,6 +2,7 @@
 
 #include "core/protocol/fields.h"
 #include "core/protocol/keys.h"
+#include "core/protocol/redfish_names.h"
 #include "core/protocol/status_words.h"
 #include "frontend/exchange/redis_session.h"
 #include "frontend/exchange/stored_text.h"
@@ -109,4 +110,11 @@ bool isAccepted(const ServiceAnswer& answer) {
 
 bool isNoOperation(const ServiceAnswer& answer) {
     return answer.messageId.ends_with(".NoOperation");
+}
+
+std::string signingRequestOf(const ServiceAnswer& answer) {
+    const nlohmann::json response = nlohmann::json::parse(answer.response, nullptr, false);
+    const bool isThere =
+        response.is_object() && response.contains(CSR_STRING) && response[CSR_STRING].is_string();
+    return isThere ? response[CSR_STRING].get<std::string>() : std::string();
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 // What the daemon answers: the return-status record, the message and the response behind it.
+//
+// Functions that talk to Redis throw FrontEndError (NO_REDIS) when it fails.
 
 #include <optional>
 #include <string>
@@ -17,7 +19,8 @@ struct ServiceAnswer {
     std::string response; // JSON text of the response; empty: none
 };
 
-// The answer at the status key; nothing when there is none.
+// The answer at the status key; nothing when there is none. A message or response that the status
+// record names but that is not there stays empty.
 [[nodiscard]] std::optional<ServiceAnswer> readAnswer(redisContext* context,
                                                       const std::string& statusKey);
 
@@ -30,3 +33,6 @@ void removeAnswer(redisContext* context, const std::string& statusKey);
 
 // Whether the answer says that there was nothing to do.
 [[nodiscard]] bool isNoOperation(const ServiceAnswer& answer);
+
+// The signing request in the response; empty when there is none.
+[[nodiscard]] std::string signingRequestOf(const ServiceAnswer& answer);

@@ -8,8 +8,8 @@
 //   .../ID/Status, .../ID/ExtendedInfo, .../ID/Status/...   the answer, written by the daemon
 //   .../ID/Return                                           channel of the answer
 //
-// ID is random. All records go away with the object, whatever has happened; should the process be
-// killed, request and body, which may hold a private key, expire.
+// ID is random. All records go away with the object. Should the process be killed, request and
+// body, which may hold a private key, expire.
 
 #include "core/protocol/keys.h"
 #include "core/protocol/messages.h"
@@ -22,48 +22,52 @@
 #include <functional>
 #include <string>
 
-// Told of every change of the request's task, in order.
+// Called with every change of the request's task, in order.
 using TaskObserver = std::function<void(const TaskChange&)>;
 
-struct ServiceRequest {
+// What a request says besides its body.
+struct RequestHead {
     std::string channel;   // of the daemon's listener
     std::string targetUri; // what the request is aimed at
     std::string taskUri;   // of the task prepared for it; empty: none
     double timeout = 0;    // seconds until the answer must have come
 };
 
-class RequestExchange {
+// Functions throw FrontEndError: NO_REDIS when Redis cannot be reached or refuses a command, and
+// what is said with each.
+class ServiceRequest {
 public:
-    // Stores the records and announces the request. Throws FrontEndError with EXIT_NO_ANSWER when
-    // nobody listens. A null body stands for none.
-    RequestExchange(const ServiceRequest& serviceRequest, const nlohmann::json& body);
-    RequestExchange(const RequestExchange&) = delete;
-    RequestExchange& operator=(const RequestExchange&) = delete;
-    ~RequestExchange();
+    // Stores the records and announces the request; an answer is not missed from then on. The body
+    // is an object, or null for none; its texts, which may be secrets, are wiped once they are
+    // stored. The session outlives the object and stays free for other work.
+    // NOBODY_LISTENS when the announcement reaches no daemon.
+    ServiceRequest(redisContext* redisSession, RequestHead requestHead, nlohmann::json body);
+    ServiceRequest(const ServiceRequest&) = delete;
+    ServiceRequest& operator=(const ServiceRequest&) = delete;
+    ~ServiceRequest();
 
-    // Waits for the answer and reads it. Throws FrontEndError: EXIT_NO_ANSWER when none comes in
-    // time or the daemon ends meanwhile, EXIT_INTERRUPTED on Ctrl-C.
+    // Waits for the answer and reads it. TIMED_OUT, NO_ANSWER when the daemon ends meanwhile or
+    // leaves no status, INTERRUPTED. The observer may be empty.
     [[nodiscard]] ServiceAnswer awaitAnswer(const TaskObserver& observer = {});
 
-    // Waits until the task has reached its end, at most so many seconds more; throws as above. The
-    // end's state.
-    TaskChange awaitTaskEnd(double timeout, const TaskObserver& observer);
+    // Waits until the task has reached its end, at most so many seconds more; throws as above.
+    void awaitTaskEnd(double timeout, const TaskObserver& observer);
 
-    // For other work of the same command.
-    [[nodiscard]] redisContext* session() const {
-        return work.get();
-    }
+    // Removes request and answer now. False when Redis cannot be reached: the request then expires,
+    // and nobody looks for the answer any more.
+    bool removeRecords();
 
 private:
-    void storeRecords(const nlohmann::json& body) const;
+    void storeRecords(nlohmann::json body) const;
     void announce() const;
     void removeRequest() const;
     void checkStillThere() const;
     [[nodiscard]] ChannelMessage awaitMessage(Clock::time_point deadline, double timeout);
+    void noteTaskChange(const ChannelMessage& message, const TaskObserver& observer);
 
-    ServiceRequest request;
+    redisContext* session;
+    RequestHead head;
     RequestRecordKeys keys;
-    RedisConnection work;
     RedisConnection subscriber;
-    TaskChange ended; // the task's end, when it came before the answer
+    bool taskEnded = false; // may come before the answer
 };

@@ -5,7 +5,9 @@
 #include <nlohmann/json.hpp>
 
 std::string storedText(std::string_view text) {
-    std::string stored = "\"";
+    std::string stored;
+    stored.reserve(2 * text.size() + 2); // never grows: that would leave copies of a secret behind
+    stored += '"';
     for (const char character : text) {
         if (character == '"' || character == '\\') {
             stored += '\\';
@@ -39,24 +41,4 @@ bool isValidUtf8(std::string_view text) {
     } catch (const nlohmann::json::type_error&) {
         return false;
     }
-}
-
-std::string printableText(std::string_view text) {
-    constexpr const char* DIGITS = "0123456789abcdef";
-    std::string printable;
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (character == '\n') {
-            printable += "\\n";
-        } else if (character == '\t') {
-            printable += "\\t";
-        } else if (byte < 0x20 || byte == 0x7f) {
-            printable += "\\x";
-            printable += DIGITS[byte >> 4U];
-            printable += DIGITS[byte & 0xfU];
-        } else {
-            printable += character;
-        }
-    }
-    return printable;
 }

@@ -3,10 +3,10 @@
 // Texts and values between JSON and the stored form.
 //
 // Readers of the stored form drop every backslash of a text in quotes and keep the character behind
-// it; a line feed written as \n would reach the daemon as the letter n. The front end therefore
-// stores a text with its line ends and other control characters as they are, and puts a backslash
-// before quotes and backslashes only. Reading, it takes real JSON text, as the daemon writes it, as
-// JSON, so that a certificate's lines are lines again.
+// it, so a line feed written as \n would reach the daemon as the letter n. The front end therefore
+// stores line ends and other control characters as they are, and puts a backslash before quotes and
+// backslashes only. The daemon writes JSON texts; these are read as JSON, so that a certificate's
+// lines are lines again.
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -16,13 +16,10 @@
 // The text in the form in which the daemon reads back exactly this text.
 [[nodiscard]] std::string storedText(std::string_view text);
 
-// The value that a stored text stands for.
+// The value that a stored text stands for: its JSON value, or what the daemon would read.
 [[nodiscard]] nlohmann::json storedValue(std::string_view stored);
 
 // storedValue as a text; empty for a value that is no string.
 [[nodiscard]] std::string storedString(std::string_view stored);
 
 [[nodiscard]] bool isValidUtf8(std::string_view text);
-
-// The text as it may go to a terminal: control characters as \n, \t or \xHH.
-[[nodiscard]] std::string printableText(std::string_view text);

@@ -23,22 +23,39 @@ bool isNested(const Marker& marker) {
     return marker.kind == MarkerKind::OBJECT || marker.kind == MarkerKind::ARRAY;
 }
 
-// False when there is neither hash nor list.
-bool readRecord(redisContext* context, StoredRecord& record) {
+// The record's kind and, of a list, its entries. False when there is neither hash nor list.
+bool readKind(redisContext* context, StoredRecord& record) {
     const std::string type = runTextCommand(context, {"TYPE", record.key});
-    if (type == "list") {
-        record.isList = true;
+    record.isList = type == "list";
+    if (record.isList) {
         record.entries = runListCommand(context, {"LRANGE", record.key, "0", "-1"});
-        return true;
     }
-    if (type != "hash") {
+    return record.isList || type == "hash";
+}
+
+bool readNames(redisContext* context, StoredRecord& record) {
+    if (!readKind(context, record)) {
         return false;
     }
-    const std::vector<std::string> texts = runListCommand(context, {"HGETALL", record.key});
-    for (std::size_t i = 0; i + 1 < texts.size(); i += 2) {
-        record.fields.emplace_back(texts[i], texts[i + 1]);
+    if (!record.isList) {
+        for (std::string& field : runListCommand(context, {"HKEYS", record.key})) {
+            record.fields.emplace_back(std::move(field), "");
+        }
     }
-    std::sort(record.fields.begin(), record.fields.end());
+    return true;
+}
+
+bool readRecord(redisContext* context, StoredRecord& record) {
+    if (!readKind(context, record)) {
+        return false;
+    }
+    if (!record.isList) {
+        const std::vector<std::string> texts = runListCommand(context, {"HGETALL", record.key});
+        for (std::size_t i = 0; i + 1 < texts.size(); i += 2) {
+            record.fields.emplace_back(texts[i], texts[i + 1]);
+        }
+        std::sort(record.fields.begin(), record.fields.end());
+    }
     return true;
 }
 
@@ -56,6 +73,34 @@ std::vector<std::string> nestedKeys(const StoredRecord& record) {
         add(parseListMarker(entry));
     }
     return keys;
+}
+
+using ReadRecord = bool (*)(redisContext* context, StoredRecord& record);
+
+// The records at the key and below it, level by level, each once.
+std::vector<StoredRecord> walkTree(redisContext* context, const std::string& key, ReadRecord read) {
+    std::vector<StoredRecord> tree;
+    std::unordered_set<std::string> known = {key};
+    std::deque<std::string> waiting = {key};
+    while (!waiting.empty()) {
+        StoredRecord record;
+        record.key = std::move(waiting.front());
+        waiting.pop_front();
+        if (!read(context, record)) {
+            continue;
+        }
+        for (std::string& nested : nestedKeys(record)) {
+            if (known.insert(nested).second) {
+                waiting.push_back(std::move(nested));
+            }
+        }
+        if (known.size() > MAX_RECORDS) {
+            throw FrontEndError(FailureKind::TOO_LARGE,
+                                "The resource has too many records to be shown.");
+        }
+        tree.push_back(std::move(record));
+    }
+    return tree;
 }
 
 using RecordsByKey = std::map<std::string, const StoredRecord*, std::less<>>;
@@ -95,8 +140,9 @@ nlohmann::json buildValue(RecordsByKey& records, const Marker& marker, int depth
         return {{ODATA_ID, std::string(marker.target)}};
     }
     if (depth >= MAX_DEPTH) {
-        throw FrontEndError(EXIT_REFUSED, "The resource is nested too deeply to be shown.",
-                            "`get --raw` lists its records.");
+        throw FrontEndError(FailureKind::TOO_LARGE,
+                            "The resource is nested too deeply to be shown.",
+                            "Its records can be read one by one.");
     }
     const auto found = records.find(marker.target);
     if (found == records.end()) {
@@ -112,27 +158,15 @@ nlohmann::json buildValue(RecordsByKey& records, const Marker& marker, int depth
 } // namespace
 
 std::vector<StoredRecord> readStoredTree(redisContext* context, const std::string& key) {
-    std::vector<StoredRecord> tree;
-    std::unordered_set<std::string> known = {key};
-    std::deque<std::string> waiting = {key};
-    while (!waiting.empty()) {
-        StoredRecord record;
-        record.key = std::move(waiting.front());
-        waiting.pop_front();
-        if (!readRecord(context, record)) {
-            continue;
-        }
-        for (std::string& nested : nestedKeys(record)) {
-            if (known.insert(nested).second) {
-                waiting.push_back(std::move(nested));
-            }
-        }
-        if (known.size() > MAX_RECORDS) {
-            throw FrontEndError(EXIT_REFUSED, "The resource has too many records to be shown.");
-        }
-        tree.push_back(std::move(record));
+    return walkTree(context, key, readRecord);
+}
+
+std::vector<std::string> readStoredKeys(redisContext* context, const std::string& key) {
+    std::vector<std::string> keys;
+    for (StoredRecord& record : walkTree(context, key, readNames)) {
+        keys.push_back(std::move(record.key));
     }
-    return tree;
+    return keys;
 }
 
 nlohmann::json treeDocument(const std::vector<StoredRecord>& tree) {

@@ -2,8 +2,10 @@
 
 // Reading a resource with every record behind it, for showing.
 //
-// The reading operation of the store gives a resource as the daemon sees it, escapes in texts
-// dropped; this one keeps what is there, byte for byte, and turns it into JSON on request.
+// The reading operation of the store gives a resource as the daemon sees it, without the escapes in
+// texts; this one keeps what is there, byte for byte, and turns it into JSON on request.
+//
+// Functions that talk to Redis throw FrontEndError (NO_REDIS) when it fails.
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -22,13 +24,17 @@ struct StoredRecord {
 };
 
 // The record at the key, then all nested ones, level by level; each once. Empty when there is no
-// hash or list at the key. Referenced resources are left out. Throws FrontEndError when there are
-// more than 100000 records.
+// hash or list at the key. Referenced resources are left out. Throws FrontEndError (TOO_LARGE) when
+// there are more than 100000 records.
 [[nodiscard]] std::vector<StoredRecord> readStoredTree(redisContext* context,
                                                        const std::string& key);
 
-// The tree as one JSON document. A record that is named a second time shows as empty there. Throws
-// FrontEndError when it is nested more than 500 levels deep.
+// The keys of these records alone; the values of hashes are not read.
+[[nodiscard]] std::vector<std::string> readStoredKeys(redisContext* context,
+                                                      const std::string& key);
+
+// The tree as one JSON document, null for an empty tree. A record that is named a second time shows
+// as empty there. Throws FrontEndError (TOO_LARGE) when it is nested more than 500 levels deep.
 [[nodiscard]] nlohmann::json treeDocument(const std::vector<StoredRecord>& tree);
 
 // readStoredTree, treeDocument. A null document when there is nothing.
@@ -38,5 +44,5 @@ struct StoredRecord {
 // names begin with "&&", at any depth.
 [[nodiscard]] nlohmann::json clientView(const nlohmann::json& document);
 
-// Removes the tree at the key, quietly also when there is none.
+// Removes the tree at the key, if there is one.
 void removeStoredTree(redisContext* context, const std::string& key);

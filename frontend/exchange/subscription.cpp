@@ -1,26 +1,19 @@
 #include "frontend/exchange/subscription.h"
 
 #include "frontend/exchange/front_end_error.h"
+#include "frontend/exchange/interrupt.h"
 
 #include <poll.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <csignal>
 
 namespace {
 
-volatile std::sig_atomic_t gInterrupted = 0;
-
-// A signal between the look at the flag and the wait itself is noticed after this time.
+// A signal that comes between the check for it and the wait itself is noticed after this time.
 constexpr int LONGEST_WAIT_MILLISECONDS = 200;
 
-void noteInterrupt(int /*signal*/) {
-    gInterrupted = 1;
-}
-
 [[noreturn]] void throwConnectionLost(const redisContext* context) {
-    throw FrontEndError(EXIT_NO_REDIS,
+    throw FrontEndError(FailureKind::NO_REDIS,
                         std::string("The connection to Redis is lost: ") + context->errstr);
 }
 
@@ -28,7 +21,7 @@ void noteInterrupt(int /*signal*/) {
 RedisReply takeArrivedReply(redisContext* context) {
     void* taken = nullptr;
     if (redisReaderGetReply(context->reader, &taken) != REDIS_OK) {
-        throw FrontEndError(EXIT_NO_REDIS, "Redis sends what cannot be understood.");
+        throw FrontEndError(FailureKind::NO_REDIS, "Redis sends a reply that cannot be read.");
     }
     return RedisReply(static_cast<redisReply*>(taken));
 }
@@ -53,15 +46,6 @@ std::optional<ChannelMessage> messageOf(const redisReply& reply) {
 
 } // namespace
 
-Clock::time_point deadlineIn(double seconds) {
-    return Clock::now() +
-           std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
-}
-
-double secondsSince(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
 void subscribe(redisContext* context, const std::vector<std::string>& channels) {
     for (const std::string& channel : channels) {
         (void)runCommand(context, {"SUBSCRIBE", channel});
@@ -69,7 +53,7 @@ void subscribe(redisContext* context, const std::vector<std::string>& channels) 
 }
 
 std::optional<ChannelMessage> nextMessage(redisContext* context, Clock::time_point deadline) {
-    while (gInterrupted == 0) {
+    while (!wasInterrupted()) {
         const RedisReply reply = takeArrivedReply(context);
         if (reply) {
             std::optional<ChannelMessage> message = messageOf(*reply);
@@ -87,17 +71,4 @@ std::optional<ChannelMessage> nextMessage(redisContext* context, Clock::time_poi
         }
     }
     return std::nullopt;
-}
-
-void installInterruptHandler() {
-    struct sigaction action {};
-    action.sa_handler = noteInterrupt;
-    (void)sigemptyset(&action.sa_mask);
-    (void)sigaction(SIGINT, &action, nullptr);
-    (void)sigaction(SIGTERM, &action, nullptr);
-    (void)std::signal(SIGPIPE, SIG_IGN);
-}
-
-bool wasInterrupted() {
-    return gInterrupted != 0;
 }

@@ -2,6 +2,8 @@
 
 // The front end's share in the records of certificates: what the daemon leaves to it after a
 // deletion and after a replacement.
+//
+// Functions throw FrontEndError (NO_REDIS) when Redis cannot be reached or refuses a command.
 
 #include <string>
 

@@ -12,7 +12,7 @@
 
 struct redisContext;
 
-inline constexpr const char* RESOURCE_EVENT_CHANNEL =
+inline constexpr char RESOURCE_EVENT_CHANNEL[] =
     "&&/redfish/v1/EventService/RESOURCE_EVENT_CHANNEL";
 
 struct ResourceEvent {
@@ -22,8 +22,9 @@ struct ResourceEvent {
     std::string groupId;
 };
 
-// Loads the script and notes its digest where the daemon looks for it. A script of somebody else
-// that is noted there and loaded stays. True when something was changed.
+// Loads the script and notes its digest where the daemon looks for it. Another script that is
+// noted there and loaded stays. True when something was changed. Throws FrontEndError (NO_REDIS)
+// when Redis cannot be reached or refuses a command.
 bool loadEventScript(redisContext* context);
 
 // The event of a published text; nothing when it is of another form.

@@ -15,9 +15,6 @@ namespace {
 
 using nlohmann::json;
 
-const std::string TASK_SERVICE_URI = "/redfish/v1/TaskService";
-const std::string TASKS_URI = "/redfish/v1/TaskService/Tasks";
-
 bool addField(redisContext* context, const std::string& key, const std::string& field,
               const std::string& text) {
     return runIntegerCommand(context, {"HSETNX", key, field, text}) == 1;
@@ -147,22 +144,20 @@ bool seedTaskService(redisContext* context) {
     return service || collection;
 }
 
-SeedReport seedRecords(redisContext* context, const std::vector<std::string>& collectionUris) {
-    SeedReport report;
-    const auto note = [&report](bool added, const std::string& what) {
-        report.push_back((added ? "set up   " : "was there ") + what);
-    };
-    note(seedResource(context, CERTIFICATE_SERVICE_URI, certificateService()),
-         CERTIFICATE_SERVICE_URI);
+std::vector<SeededRecord> seedRecords(redisContext* context,
+                                      const std::vector<std::string>& collectionUris) {
+    const bool service = seedResource(context, CERTIFICATE_SERVICE_URI, certificateService());
     const bool locations = seedResource(context, CERTIFICATE_LOCATIONS_URI, certificateLocations());
     const bool tag = addField(context, CERTIFICATE_LOCATIONS_URI, ODATA_ETAG, entityTag());
-    note(locations || tag, CERTIFICATE_LOCATIONS_URI);
+    std::vector<SeededRecord> records = {{CERTIFICATE_SERVICE_URI, service},
+                                         {CERTIFICATE_LOCATIONS_URI, locations || tag}};
     for (const std::string& uri : collectionUris) {
-        note(seedCollection(context, uri, certificateCollection(uri)), uri);
+        records.push_back({uri, seedCollection(context, uri, certificateCollection(uri))});
     }
-    note(seedResource(context, EVENT_SERVICE_URI, eventService()), EVENT_SERVICE_URI);
-    note(loadEventScript(context), "the event script");
-    note(seedTaskService(context), TASK_SERVICE_URI);
-    note(seedDefaultValues(context), "default values");
-    return report;
+    records.push_back(
+        {EVENT_SERVICE_URI, seedResource(context, EVENT_SERVICE_URI, eventService())});
+    records.push_back({"the event script", loadEventScript(context)});
+    records.push_back({TASK_SERVICE_URI, seedTaskService(context)});
+    records.push_back({"default values", seedDefaultValues(context)});
+    return records;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
-// Setting up what a front end keeps: only what is missing is added, never is anything changed.
+// Setting up what a front end keeps: only what is missing is added, nothing is changed.
+//
+// Functions throw FrontEndError (NO_REDIS) when Redis cannot be reached or refuses a command.
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -9,18 +11,24 @@
 
 struct redisContext;
 
-inline constexpr const char* DEFAULT_COLLECTION_URI =
+inline constexpr char DEFAULT_COLLECTION_URI[] =
     "/redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates";
 
-// What was done, one line for each thing, for showing.
-using SeedReport = std::vector<std::string>;
+inline constexpr char TASK_SERVICE_URI[] = "/redfish/v1/TaskService";
+inline constexpr char TASKS_URI[] = "/redfish/v1/TaskService/Tasks";
+
+// A resource, or another thing that a front end keeps.
+struct SeededRecord {
+    std::string name; // its URI, or what it is
+    bool added;       // whether something was missing
+};
 
 // Certificate service, certificate locations, the collections, event service with its script, task
-// service, and the default values.
-[[nodiscard]] SeedReport seedRecords(redisContext* context,
-                                     const std::vector<std::string>& collectionUris);
+// service, and the default values, in this order.
+[[nodiscard]] std::vector<SeededRecord> seedRecords(redisContext* context,
+                                                    const std::vector<std::string>& collectionUris);
 
-// Task service and its empty collection of tasks.
+// Task service and its empty collection of tasks. True when something was added.
 bool seedTaskService(redisContext* context);
 
 // Adds the document's members that the resource does not have, nested ones as well. A list that has

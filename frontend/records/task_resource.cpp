@@ -20,9 +20,8 @@ namespace {
 
 using nlohmann::json;
 
-const std::string TASK_SERVICE_URI = "/redfish/v1/TaskService";
-const std::string TASKS_URI = "/redfish/v1/TaskService/Tasks";
-const std::string TASK_COUNTER_FIELD = "&&TASK_ID_COUNTER";
+constexpr const char* TASK_COUNTER_FIELD = "&&TASK_ID_COUNTER";
+constexpr const char* NEW_TASK = "New"; // until the daemon announces a state
 
 void refreshCount(redisContext* context) {
     const long long count = runIntegerCommand(context, {"LLEN", memberListKey(TASKS_URI)});
@@ -46,10 +45,10 @@ json messagesOf(const ServiceAnswer& result) {
 }
 
 std::string stateOf(const ServiceAnswer& result) {
-    return isAccepted(result) ? "Completed" : "Exception";
+    return isAccepted(result) ? TASK_COMPLETED : TASK_EXCEPTION;
 }
 
-// An end that nobody wrote down.
+// Brings the task up to date when it ended while no front end was there.
 void noteEnd(redisContext* context, const std::string& taskUri, TaskSummary& task) {
     if (isFinalTaskState(task.state)) {
         return;
@@ -67,7 +66,7 @@ std::string createTask(redisContext* context, const std::string& name) {
     (void)seedTaskService(context);
     const std::string id = std::to_string(
         runIntegerCommand(context, {"HINCRBY", TASK_SERVICE_URI, TASK_COUNTER_FIELD, "1"}));
-    std::string uri = TASKS_URI + "/" + id;
+    std::string uri = std::string(TASKS_URI) + "/" + id;
     removeAnswer(context, taskResultKey(uri));
     (void)writeResource(context, uri,
                         {{ODATA_ID, uri},
@@ -75,7 +74,7 @@ std::string createTask(redisContext* context, const std::string& name) {
                          {ODATA_ETAG, entityTag()},
                          {ID_PROPERTY, id},
                          {NAME_PROPERTY, name},
-                         {"TaskState", "New"},
+                         {"TaskState", NEW_TASK},
                          {"TaskStatus", "OK"},
                          {"StartTime", isoTimeNow()},
                          {"HidePayload", true},
@@ -89,7 +88,7 @@ void setTaskState(redisContext* context, const std::string& taskUri, const std::
     json change = {{"TaskState", state}, {ODATA_ETAG, entityTag()}};
     if (isFinalTaskState(state)) {
         const std::optional<ServiceAnswer> result = readTaskResult(context, taskUri);
-        change["TaskStatus"] = state == "Completed" ? "OK" : "Critical";
+        change["TaskStatus"] = state == TASK_COMPLETED ? "OK" : "Critical";
         change["EndTime"] = isoTimeNow();
         change["Messages"] = result ? messagesOf(*result) : json::array();
     }
@@ -122,7 +121,7 @@ std::optional<TaskSummary> findTask(redisContext* context, const std::string& ta
     task.state = textOf(document, "TaskState");
     noteEnd(context, taskUri, task);
     document = readDocument(context, taskUri);
-    task.name = textOf(document, "Name");
+    task.name = textOf(document, NAME_PROPERTY);
     task.startTime = textOf(document, "StartTime");
     task.endTime = textOf(document, "EndTime");
     return task;

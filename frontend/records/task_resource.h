@@ -1,10 +1,13 @@
 #pragma once
 
-// The task resources, which are the front end's to keep: one for each signing request that may run
-// as a task (Redfish Task schema 1.4).
+// The task resources, which the front end keeps: one for each signing request that may run as a
+// task (Redfish Task schema 1.4).
 //
-// The daemon announces a task's states and leaves its result below the task's URI; whoever is there
-// writes the state into the resource. When nobody was, the result shows that the task has ended.
+// The daemon announces a task's states and leaves its result below the task's URI; a front end that
+// waits writes the state into the resource. When none did, the result shows that the task has
+// ended.
+//
+// Functions throw FrontEndError (NO_REDIS) when Redis cannot be reached or refuses a command.
 
 #include "frontend/exchange/service_answer.h"
 
@@ -22,10 +25,11 @@ struct TaskSummary {
     std::string endTime; // empty while it has none
 };
 
-// A new task of state "New"; its URI.
+// Makes a task of state "New"; returns its URI.
 [[nodiscard]] std::string createTask(redisContext* context, const std::string& name);
 
-// Writes the state into the resource; with a final state its end and what it has come to.
+// Writes the state into the resource; with a final state also its end time and its result's
+// message.
 void setTaskState(redisContext* context, const std::string& taskUri, const std::string& state);
 
 // The tasks, oldest first, each brought up to date from its result.
@@ -35,7 +39,7 @@ void setTaskState(redisContext* context, const std::string& taskUri, const std::
 [[nodiscard]] std::optional<TaskSummary> findTask(redisContext* context,
                                                   const std::string& taskUri);
 
-// What the task has come to; nothing while it has no result.
+// The result that the daemon has left; nothing while there is none.
 [[nodiscard]] std::optional<ServiceAnswer> readTaskResult(redisContext* context,
                                                           const std::string& taskUri);
 

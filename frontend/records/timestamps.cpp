@@ -19,11 +19,3 @@ std::string isoTimeNow() {
     (void)gmtime_r(&now, &utc);
     return isoTime(utc);
 }
-
-std::string timeOfDay() {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    (void)localtime_r(&now, &local);
-    std::array<char, 16> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), "%H:%M:%S", &local)};
-}

@@ -1,6 +1,6 @@
 #pragma once
 
-// Times as they stand in resources and on the screen.
+// Times as they stand in resources.
 
 #include <string>
 
@@ -10,6 +10,3 @@
 
 // This moment as ISO 8601 text in UTC, "2026-01-31T23:59:59Z".
 [[nodiscard]] std::string isoTimeNow();
-
-// The local time of day, "23:59:59".
-[[nodiscard]] std::string timeOfDay();

@@ -1,99 +1,99 @@
-// Certificate files and what is no certificate.
+// Certificate files, and files that are none.
 
 #include "frontend/ctl/certificate_file.h"
-#include "frontend/exchange/front_end_error.h"
+#include "tests/frontend/front_end_errors.h"
 #include "tests/support/certificates.h"
 #include "tests/support/temp_files.h"
-
-#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 namespace {
 
-FrontEndError errorOf(const std::string& path) {
-    try {
-        (void)readCertificateFile(path);
-    } catch (const FrontEndError& error) {
-        return error;
-    }
-    return {EXIT_OK, "no error"};
-}
+constexpr std::size_t LARGEST_FILE = std::size_t{1024} * 1024;
 
-struct BadFile {
-    std::string content;
-    std::string error; // behind the file's name
-    std::string hint;
+class CertificateFile : public testing::Test {
+protected:
+    std::string fileWith(const std::string& text) {
+        writeFile(directory.file("input"), text);
+        return directory.file("input");
+    }
+
+    TempDirectory directory;
 };
 
-const std::string GENERAL_HINT = "A certificate text holds a line -----BEGIN CERTIFICATE----- or "
-                                 "-----BEGIN PKCS7-----.";
-
-TEST(CertificateFile, IsReadByteForByte) {
-    const TempDirectory directory;
-    const std::string text = makeSelfSigned().certificate + "\r\n# \\ \" end";
-    writeFile(directory.file("c.pem"), text);
-    EXPECT_EQ(readCertificateFile(directory.file("c.pem")), text);
+TEST_F(CertificateFile, ATextIsReadByteForByteAndItsTypeGuessed) {
+    const TestCertificate one = makeSelfSigned();
+    struct Row {
+        std::string text;
+        std::string type;
+    };
+    std::string largest = one.certificate;
+    largest.resize(LARGEST_FILE, '#');
+    const std::vector<Row> rows = {
+        {one.certificate + "\r\n# \\ \" end", "PEM"},
+        {one.privateKey + one.certificate, "PEM"},
+        {one.certificate + makeAuthority().certificate, "PEMchain"},
+        {makePkcs7({one.certificate}), "PKCS7"},
+        {largest, "PEM"},
+    };
+    for (const Row& row : rows) {
+        const CertificateText read = readCertificate({fileWith(row.text), ""});
+        EXPECT_EQ(read.text, row.text);
+        EXPECT_EQ(read.type, row.type);
+    }
 }
 
-TEST(CertificateFile, MayHoldPkcs7) {
-    const TempDirectory directory;
-    writeFile(directory.file("c.p7b"), makePkcs7({makeSelfSigned().certificate}));
-    EXPECT_EQ(readCertificateFile(directory.file("c.p7b")), readFile(directory.file("c.p7b")));
+TEST_F(CertificateFile, ATypeThatIsGivenIsNotGuessed) {
+    EXPECT_EQ(readCertificate({fileWith(makeSelfSigned().certificate), "DER"}).type, "DER");
 }
 
-TEST(CertificateFile, IsRefusedWithAHintWhenThereIsNoCertificateInIt) {
-    const TempDirectory directory;
+TEST_F(CertificateFile, ATextWithoutACertificateIsRefusedWithAHint) {
+    const std::string none = ": is not a certificate text.";
+    const std::string general = "A certificate text holds a line -----BEGIN CERTIFICATE----- or "
+                                "-----BEGIN PKCS7-----.";
     const std::string key = makePrivateKey(KeyKind::EC_P256);
-    const std::vector<BadFile> files = {
-        {"", ": is not a certificate text.", GENERAL_HINT},
-        {"hello", ": is not a certificate text.", GENERAL_HINT},
-        {makeSigningRequest(key), ": is not a certificate text.",
+    struct Row {
+        std::string text;
+        std::string error; // behind the file's name
+        std::string hint;
+    };
+    const std::vector<Row> rows = {
+        {"", none, general},
+        {"hello", none, general},
+        {makeSigningRequest(key), none,
          "This is a signing request. A certificate authority makes the certificate from it, for "
          "example `openssl x509 -req`."},
-        {key, ": is not a certificate text.", "There is a private key in it, but no certificate."},
-        {std::string("\x30\x82\x01\x00\x00", 5), ": is not a certificate text.",
+        {key, none, "There is a private key in it, but no certificate."},
+        {std::string("\x30\x82\x01\x00\x00", 5), none,
          "It looks like a binary (DER) certificate; `openssl x509 -inform der -in FILE` turns it "
          "into text."},
-        {"-----BEGIN CERTIFICATE-----" + std::string(1, '\0'), ": is not a certificate text.",
-         GENERAL_HINT},
-        {std::string(1024 * 1024 + 1, 'a'), ": is longer than 1 MiB.", ""},
+        {"-----BEGIN CERTIFICATE-----" + std::string(1, '\0'), none, general},
+        {std::string(LARGEST_FILE + 1, 'a'), ": is longer than 1 MiB.", ""},
     };
-    for (const BadFile& file : files) {
-        writeFile(directory.file("bad"), file.content);
-        const FrontEndError error = errorOf(directory.file("bad"));
-        EXPECT_EQ(error.what(), directory.file("bad") + file.error);
-        EXPECT_EQ(error.hint, file.hint);
-        EXPECT_EQ(error.exitCode, EXIT_LOCAL_FILE);
+    for (const Row& row : rows) {
+        const std::string path = fileWith(row.text);
+        const FrontEndError error = errorOf([&] { (void)readCertificate({path, ""}); });
+        EXPECT_EQ(error.what(), path + row.error);
+        EXPECT_EQ(error.hint, row.hint);
+        EXPECT_EQ(error.kind, FailureKind::LOCAL_FILE);
     }
 }
 
-TEST(CertificateFile, IsNamedWhenItCannotBeRead) {
-    const TempDirectory directory;
-    EXPECT_STREQ(errorOf("/no/such/file").what(), "/no/such/file: No such file or directory");
-    EXPECT_EQ(errorOf(directory.path()).what(), directory.path() + ": is a folder.");
+TEST_F(CertificateFile, AFileThatCannotBeReadOrWrittenIsNamed) {
+    const auto reading = [](const std::string& path) {
+        return std::string(errorOf([&] { (void)readTextFile(path); }).what());
+    };
+    EXPECT_EQ(reading("/no/such/file"), "/no/such/file: No such file or directory");
+    EXPECT_EQ(reading(directory.path()), directory.path() + ": is a folder.");
+    const FrontEndError error = errorOf([] { writeTextFile("/no/such/folder/out", "a"); });
+    EXPECT_STREQ(error.what(), "/no/such/folder/out: No such file or directory");
+    EXPECT_EQ(error.kind, FailureKind::LOCAL_FILE);
 }
 
-TEST(CertificateType, IsGuessedFromTheText) {
-    const TestCertificate one = makeSelfSigned();
-    EXPECT_EQ(guessCertificateType(one.certificate), "PEM");
-    EXPECT_EQ(guessCertificateType(one.privateKey + one.certificate), "PEM");
-    EXPECT_EQ(guessCertificateType(one.certificate + makeAuthority().certificate), "PEMchain");
-    EXPECT_EQ(guessCertificateType(makePkcs7({one.certificate})), "PKCS7");
-}
-
-TEST(TextFile, IsWrittenWhole) {
-    const TempDirectory directory;
+TEST_F(CertificateFile, ATextIsWrittenWhole) {
     writeTextFile(directory.file("out"), "a\nb\n");
     EXPECT_EQ(readFile(directory.file("out")), "a\nb\n");
-    try {
-        writeTextFile("/no/such/folder/out", "a");
-        FAIL() << "written";
-    } catch (const FrontEndError& error) {
-        EXPECT_STREQ(error.what(), "/no/such/folder/out: No such file or directory");
-        EXPECT_EQ(error.exitCode, EXIT_LOCAL_FILE);
-    }
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "tests/frontend/front_end_program.h"
 
+#include "tests/support/certificates.h"
 #include "tests/support/child_process.h"
 #include "tests/support/fake_backend.h"
 #include "tests/support/wait.h"
@@ -9,6 +10,10 @@
 
 nlohmann::json ProgramResult::json() const {
     return nlohmann::json::parse(output, nullptr, false);
+}
+
+void PrintTo(const ProgramResult& result, std::ostream* stream) {
+    *stream << "status " << result.status << "\n" << result.output << "---\n" << result.errors;
 }
 
 ProgramResult runFrontEnd(const std::vector<std::string>& arguments) {
@@ -30,20 +35,25 @@ void FrontEndProcess::interrupt() {
     process->signal(SIGINT);
 }
 
-std::string FrontEndProcess::output() const {
-    return readFileIfAny(directory.file("output"));
-}
-
 std::string FrontEndProcess::errors() const {
     return readFileIfAny(directory.file("errors"));
 }
 
 ProgramResult FrontEndProcess::finish() {
     const auto status = process->waitForExit(WAIT_LIMIT_SECONDS);
+    const std::string output = readFileIfAny(directory.file("output"));
     if (!status) {
-        throw std::runtime_error("certificatectl does not end\n" + output() + errors());
+        throw std::runtime_error("certificatectl does not end\n" + output + errors());
     }
-    return {*status, output(), errors()};
+    return {*status, output, errors()};
+}
+
+std::string identity(const std::vector<std::pair<std::string, std::string>>& subject) {
+    CertificateOptions options;
+    options.subject = subject;
+    options.extensions = {{"keyUsage", "digitalSignature"}, {"extendedKeyUsage", "serverAuth"}};
+    const TestCertificate made = makeSelfSigned(options);
+    return made.certificate + made.privateKey;
 }
 
 FrontEndTest::FrontEndTest() {
@@ -70,6 +80,12 @@ std::string FrontEndTest::fileWith(const std::string& text) {
     std::string path = directory.file("input");
     writeFile(path, text);
     return path;
+}
+
+std::string FrontEndTest::install(const std::string& text) {
+    const ProgramResult result = runFrontEnd({"create", COLLECTION, fileWith(text)});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    return members().at(0);
 }
 
 std::vector<std::string> FrontEndTest::requestKeys() {

@@ -7,11 +7,14 @@
 #include "tests/support/redis_server.h"
 #include "tests/support/temp_files.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <memory>
+#include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 class ChildProcess;
@@ -23,7 +26,12 @@ struct ProgramResult {
 
     // The output as JSON; discarded when it is none.
     [[nodiscard]] nlohmann::json json() const;
+
+    bool operator==(const ProgramResult&) const = default;
 };
+
+// For the messages of failed expectations.
+void PrintTo(const ProgramResult& result, std::ostream* stream);
 
 // Runs certificatectl to its end. Throws std::runtime_error when it does not end.
 ProgramResult runFrontEnd(const std::vector<std::string>& arguments);
@@ -37,7 +45,6 @@ public:
     FrontEndProcess& operator=(const FrontEndProcess&) = delete;
 
     void interrupt();
-    [[nodiscard]] std::string output() const;
     [[nodiscard]] std::string errors() const;
 
     // Waits for the end.
@@ -48,7 +55,11 @@ private:
     std::unique_ptr<ChildProcess> process;
 };
 
-// A Redis server with connection files, and what `certificatectl init` seeds.
+// A server's certificate and its private key.
+[[nodiscard]] std::string
+identity(const std::vector<std::pair<std::string, std::string>>& subject = {{"CN", "a.example"}});
+
+// A Redis server with connection files, and what `certificatectl init` sets up.
 class FrontEndTest : public testing::Test {
 protected:
     FrontEndTest();
@@ -59,6 +70,9 @@ protected:
 
     // The text in a file of the test; the file's path.
     std::string fileWith(const std::string& text);
+
+    // Installs the text in COLLECTION; the new member.
+    std::string install(const std::string& text);
 
     // Keys of request records that are there.
     std::vector<std::string> requestKeys();

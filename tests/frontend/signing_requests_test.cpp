@@ -6,8 +6,6 @@
 #include "tests/support/fake_backend.h"
 #include "tests/support/wait.h"
 
-#include <gmock/gmock.h>
-
 namespace {
 
 using nlohmann::json;
@@ -27,7 +25,7 @@ std::vector<std::string> statesOf(const json& document) {
 
 const std::vector<std::string> WHOLE_LIFE = {"Pending", "Running", "Completed"};
 
-TEST_F(SigningRequests, ForEllipticCurvesAreAnsweredAtOnce) {
+TEST_F(SigningRequests, OneForAnEllipticCurveIsAnsweredAtOnce) {
     startDaemon();
     const ProgramResult result =
         runFrontEnd({"generate-csr", COLLECTION, "--cn", "a.example", "--curve", "p-384"});
@@ -39,7 +37,7 @@ TEST_F(SigningRequests, ForEllipticCurvesAreAnsweredAtOnce) {
     EXPECT_EQ(requestKeys(), std::vector<std::string>{});
 }
 
-TEST_F(SigningRequests, LeadToACertificateWithoutAKeyInHand) {
+TEST_F(SigningRequests, ACertificateForItIsInstalledWithoutAKeyInHand) {
     startDaemon();
     const std::string file = directory.file("out.csr");
     const ProgramResult made =
@@ -51,49 +49,18 @@ TEST_F(SigningRequests, LeadToACertificateWithoutAKeyInHand) {
     EXPECT_EQ(members().size(), 1U);
 }
 
-TEST_F(SigningRequests, CarryEveryParameterOfTheAction) {
+TEST_F(SigningRequests, EveryParameterReachesTheBackend) {
     startSteerableDaemon();
     setBackendAnswers(R"({"generateCSR": {"csr": "the request"}})");
-    const ProgramResult result = runFrontEnd({"generate-csr",
-                                              COLLECTION,
-                                              "--cn",
-                                              "bmc \"1\" \\ Grüße",
-                                              "--organization",
-                                              "O",
-                                              "--city",
-                                              "C",
-                                              "--organizational-unit",
-                                              "OU",
-                                              "--state",
-                                              "S",
-                                              "--country",
-                                              "DE",
-                                              "--email",
-                                              "a@b.example",
-                                              "--contact-person",
-                                              "CP",
-                                              "--surname",
-                                              "SN",
-                                              "--given-name",
-                                              "GN",
-                                              "--initials",
-                                              "I",
-                                              "--unstructured-name",
-                                              "UN",
-                                              "--curve",
-                                              "P256",
-                                              "--algorithm",
-                                              "ecdsa",
-                                              "--san",
-                                              "a.example",
-                                              "--san",
-                                              "192.0.2.1",
-                                              "--key-usage",
-                                              "KeyAgreement",
-                                              "--key-usage",
-                                              "DigitalSignature",
-                                              "--challenge-password",
-                                              "hunter2"});
+    // clang-format off
+    const ProgramResult result = runFrontEnd(
+        {"generate-csr", COLLECTION, "--cn", "bmc \"1\" \\ Grüße", "--organization", "O", "--city", "C",
+         "--organizational-unit", "OU", "--state", "S", "--country", "DE", "--email", "a@b.example",
+         "--contact-person", "CP", "--surname", "SN", "--given-name", "GN", "--initials", "I",
+         "--unstructured-name", "UN", "--curve", "P256", "--algorithm", "ecdsa", "--san", "a.example",
+         "--san", "192.0.2.1", "--key-usage", "KeyAgreement", "--key-usage", "DigitalSignature",
+         "--challenge-password", "hunter2"});
+    // clang-format on
     EXPECT_EQ(result.status, 0) << result.errors;
     EXPECT_EQ(result.output, "the request");
     const json expected = {{"handler", "generateCSR"},
@@ -122,7 +89,7 @@ TEST_F(SigningRequests, CarryEveryParameterOfTheAction) {
     EXPECT_EQ(json::parse(backendCalls()[0]), expected);
 }
 
-TEST_F(SigningRequests, SendTheChallengePasswordEncryptedOnly) {
+TEST_F(SigningRequests, TheChallengePasswordTravelsEncryptedOnly) {
     startDaemon();
     CommandMonitor monitor(server);
     EXPECT_EQ(runFrontEnd({"generate-csr", COLLECTION, "--cn", "a", "--challenge-password-file",
@@ -135,7 +102,7 @@ TEST_F(SigningRequests, SendTheChallengePasswordEncryptedOnly) {
     EXPECT_EQ(fileMode("/var/nginx/pkey.tmp"), 0600U);
 }
 
-TEST_F(SigningRequests, ForRsaShowTheStatesOfTheirTask) {
+TEST_F(SigningRequests, OneForRsaShowsTheStatesOfItsTask) {
     startDaemon();
     const ProgramResult result =
         runFrontEnd({"generate-csr", COLLECTION, "--cn", "a.example", "--rsa", "2048"});
@@ -149,7 +116,7 @@ TEST_F(SigningRequests, ForRsaShowTheStatesOfTheirTask) {
     EXPECT_TRUE(task.contains("EndTime"));
 }
 
-TEST_F(SigningRequests, ForRsaAsJsonNameTaskAndStates) {
+TEST_F(SigningRequests, OneForRsaNamesTaskAndStatesAsJson) {
     startDaemon();
     const ProgramResult result =
         runFrontEnd({"generate-csr", COLLECTION, "--cn", "a", "--rsa", "2048", "--json"});
@@ -160,7 +127,7 @@ TEST_F(SigningRequests, ForRsaAsJsonNameTaskAndStates) {
     EXPECT_THAT(result.json()["CSRString"].get<std::string>(), StartsWith(REQUEST_BEGIN));
 }
 
-TEST_F(SigningRequests, NeedNotBeWaitedFor) {
+TEST_F(SigningRequests, ATaskNeedNotBeWaitedFor) {
     startDaemon();
     const ProgramResult made =
         runFrontEnd({"generate-csr", COLLECTION, "--cn", "a", "--rsa", "2048", "--no-wait"});
@@ -176,7 +143,7 @@ TEST_F(SigningRequests, NeedNotBeWaitedFor) {
     EXPECT_THAT(signRequest(fetched.output, makeAuthority()), StartsWith("-----BEGIN CERTIFICATE"));
 }
 
-TEST_F(SigningRequests, ThatFailAsATaskAreReportedLikeAnyRefusal) {
+TEST_F(SigningRequests, AFailedTaskIsReportedLikeAnyRefusal) {
     startSteerableDaemon();
     setBackendAnswers(R"({"generateCSR": {"code": 400, "message": {
         "MessageId": "Base.1.9.ActionParameterValueNotInList",
@@ -199,7 +166,7 @@ TEST_F(SigningRequests, ThatFailAsATaskAreReportedLikeAnyRefusal) {
     EXPECT_EQ(runFrontEnd({"tasks", TASKS + "/1"}).status, 1);
 }
 
-TEST_F(SigningRequests, ThatAreRefusedAtOnceLeaveNoTask) {
+TEST_F(SigningRequests, ARefusalAtOnceLeavesNoTask) {
     startDaemon();
     const ProgramResult result = runFrontEnd({"generate-csr", "/nowhere", "--cn", "a"});
     EXPECT_EQ(result.status, 1);
@@ -207,16 +174,15 @@ TEST_F(SigningRequests, ThatAreRefusedAtOnceLeaveNoTask) {
     EXPECT_EQ(runFrontEnd({"tasks"}).output, "");
 }
 
-TEST_F(SigningRequests, KeepTheirTaskWhenTheWaitForItEnds) {
+TEST_F(SigningRequests, ATaskStaysWhenTheWaitForItEnds) {
     startSteerableDaemon();
     setBackendAnswers(R"({"generateCSR": {"waitForFile": "/tmp/go-on", "csr": "late"}})");
     const ProgramResult result =
         runFrontEnd({"generate-csr", COLLECTION, "--cn", "a", "--rsa", "2048", "--timeout", "1"});
     EXPECT_EQ(result.status, 4);
     EXPECT_EQ(runFrontEnd({"tasks", "--json"}).json()[0]["state"], "Running");
-    const ProgramResult early = runFrontEnd({"tasks", TASKS + "/1", "-o", "-"});
-    EXPECT_EQ(early.status, 1);
-    EXPECT_EQ(early.errors, "certificatectl: The task has no signing request yet.\n");
+    EXPECT_EQ(runFrontEnd({"tasks", TASKS + "/1", "-o", "-"}),
+              (ProgramResult{1, "", "certificatectl: The task has no signing request yet.\n"}));
     writeFile("/tmp/go-on", "");
     ASSERT_TRUE(waitUntil([] {
         return runFrontEnd({"tasks", "--json"}).json()[0]["state"] == "Completed";
@@ -224,7 +190,7 @@ TEST_F(SigningRequests, KeepTheirTaskWhenTheWaitForItEnds) {
     EXPECT_EQ(runFrontEnd({"tasks", TASKS + "/1", "-o", "-"}).output, "late");
 }
 
-TEST_F(SigningRequests, TasksThatHaveEndedAreClearedAway) {
+TEST_F(SigningRequests, OnlyTasksThatHaveEndedAreClearedAway) {
     startSteerableDaemon();
     setBackendAnswers(R"({"generateCSR": [{"csr": "first"}, {"waitForFile": "/tmp/go-on"}]})");
     for (int i = 0; i < 2; ++i) {
@@ -244,10 +210,9 @@ TEST_F(SigningRequests, TasksThatHaveEndedAreClearedAway) {
     writeFile("/tmp/go-on", "");
 }
 
-TEST_F(SigningRequests, ThatAreUnknownAsATaskAreRefused) {
-    const ProgramResult result = runFrontEnd({"tasks", TASKS + "/9"});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.errors, "certificatectl: There is no task at " + TASKS + "/9.\n");
+TEST_F(SigningRequests, AnUnknownTaskIsReported) {
+    EXPECT_EQ(runFrontEnd({"tasks", TASKS + "/9"}),
+              (ProgramResult{1, "", "certificatectl: There is no task at " + TASKS + "/9.\n"}));
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 // Texts between JSON and the stored form.
 
 #include "frontend/exchange/stored_text.h"
-#include "frontend/records/event_script.h"
 #include "store/value_text.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +11,7 @@
 
 namespace {
 
-TEST(StoredText, IsReadByTheDaemonAsExactlyTheSameText) {
+TEST(StoredText, TheDaemonReadsExactlyTheSameText) {
     const std::vector<std::string> texts = {
         "plain",
         "",
@@ -29,19 +28,15 @@ TEST(StoredText, IsReadByTheDaemonAsExactlyTheSameText) {
         EXPECT_EQ(decodeValueText(storedText(text)), nlohmann::json(text)) << text;
         EXPECT_EQ(storedValue(storedText(text)), nlohmann::json(text)) << text;
     }
-}
-
-TEST(StoredText, KeepsLineEndsAndEscapesQuotesAndBackslashesOnly) {
     EXPECT_EQ(storedText("a\n\"b\"\\"), "\"a\n\\\"b\\\"\\\\\"");
 }
 
-struct ValueCase {
-    std::string stored;
-    nlohmann::json value;
-};
-
-TEST(StoredValue, UnderstandsWhatDaemonAndFrontEndWrite) {
-    const std::vector<ValueCase> cases = {
+TEST(StoredText, ValuesOfDaemonAndFrontEndAreUnderstood) {
+    struct Row {
+        std::string stored;
+        nlohmann::json value;
+    };
+    const std::vector<Row> rows = {
         {R"("two\nlines")", "two\nlines"},
         {"\"two\nlines\"", "two\nlines"},
         {R"("a \"b\" \\")", "a \"b\" \\"},
@@ -55,37 +50,16 @@ TEST(StoredValue, UnderstandsWhatDaemonAndFrontEndWrite) {
         {"{\"a\":1}", "{\"a\":1}"},
         {"[1]", "[1]"},
     };
-    for (const ValueCase& sample : cases) {
-        EXPECT_EQ(storedValue(sample.stored), sample.value) << sample.stored;
+    for (const Row& row : rows) {
+        EXPECT_EQ(storedValue(row.stored), row.value) << row.stored;
     }
-}
-
-TEST(StoredString, IsEmptyForWhatIsNoText) {
     EXPECT_EQ(storedString("\"a\""), "a");
     EXPECT_EQ(storedString("7"), "");
 }
 
-TEST(PrintableText, HoldsNoControlCharacters) {
-    EXPECT_EQ(printableText("a\n\t\x1b[31m\x7f end"), "a\\n\\t\\x1b[31m\\x7f end");
-    EXPECT_EQ(printableText("Grüße"), "Grüße");
-}
-
-TEST(ValidUtf8, IsToldFromOtherBytes) {
+TEST(StoredText, OtherBytesAreNotTakenForUtf8) {
     EXPECT_TRUE(isValidUtf8("Grüße"));
     EXPECT_FALSE(isValidUtf8("Gr\xfc\xdf"));
-}
-
-TEST(ResourceEvent, IsAnObjectWithOperationAndUri) {
-    const auto event =
-        parseEvent(R"({"Operation":"add","URI":"/x","Type":"Certificate","EventGroupId":"7"})");
-    ASSERT_TRUE(event.has_value());
-    EXPECT_EQ(event->operation, "add");
-    EXPECT_EQ(event->uri, "/x");
-    EXPECT_EQ(event->type, "Certificate");
-    EXPECT_EQ(event->groupId, "7");
-    for (const char* text : {"", "add /x", "[]", "{}", R"({"Operation":"add"})", R"({"URI":5})"}) {
-        EXPECT_FALSE(parseEvent(text).has_value()) << text;
-    }
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // Reading resources for showing.
 
-#include "frontend/exchange/front_end_error.h"
 #include "frontend/exchange/stored_tree.h"
+#include "tests/frontend/front_end_errors.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/request.h"
@@ -19,7 +19,7 @@ protected:
     RedisClient client{server};
 };
 
-TEST_F(StoredTree, GivesTheDocumentThatWasStored) {
+TEST_F(StoredTree, TheDocumentIsTheOneThatWasStored) {
     const json document = {{"@odata.id", "/x"},
                            {"Text", "two\nlines, a \"quote\" and a \\"},
                            {"Number", 7},
@@ -32,7 +32,7 @@ TEST_F(StoredTree, GivesTheDocumentThatWasStored) {
     EXPECT_EQ(readDocument(client.context(), "/x"), document);
 }
 
-TEST_F(StoredTree, ListsEveryRecordOnceTopFirst) {
+TEST_F(StoredTree, EveryRecordIsListedOnceTopFirst) {
     storeResource(client, "/x", R"({"A": {"B": {"C": 1}}, "L": [{"D": 2}, "t"]})");
     std::vector<std::string> keys;
     for (const StoredRecord& record : readStoredTree(client.context(), "/x")) {
@@ -43,13 +43,13 @@ TEST_F(StoredTree, ListsEveryRecordOnceTopFirst) {
     EXPECT_EQ(keys, expected);
 }
 
-TEST_F(StoredTree, IsNullWhereThereIsNothing) {
+TEST_F(StoredTree, ThereIsNoDocumentWhereNothingIsStored) {
     client.command("SET", "/text", "a");
     EXPECT_TRUE(readDocument(client.context(), "/none").is_null());
     EXPECT_TRUE(readDocument(client.context(), "/text").is_null());
 }
 
-TEST_F(StoredTree, EndsALoopWhereItBegins) {
+TEST_F(StoredTree, ALoopEndsWhereItBegins) {
     client.command("HSET", "/x", "&&Object A &&/x/A", "", "N", "1");
     client.command("HSET", "&&/x/A", "&&Object B /x", "", "&&Array C &&/x/C", "");
     client.command("RPUSH", "&&/x/C", "&&Array &&/x/C", "&&Object &&/x/A");
@@ -58,23 +58,25 @@ TEST_F(StoredTree, EndsALoopWhereItBegins) {
     EXPECT_EQ(readDocument(client.context(), "/x"), expected);
 }
 
-TEST_F(StoredTree, RefusesToShowWhatIsNestedTooDeeply) {
+TEST_F(StoredTree, ATreeNestedTooDeeplyIsNotShown) {
     for (int i = 0; i < 600; ++i) {
         client.command("HSET", "/" + std::to_string(i), "&&Object N /" + std::to_string(i + 1), "");
     }
     const auto tree = readStoredTree(client.context(), "/0");
     EXPECT_EQ(tree.size(), 600U);
-    EXPECT_THROW((void)treeDocument(tree), FrontEndError);
+    const FrontEndError error = errorOf([&] { (void)treeDocument(tree); });
+    EXPECT_STREQ(error.what(), "The resource is nested too deeply to be shown.");
+    EXPECT_EQ(error.kind, FailureKind::TOO_LARGE);
 }
 
-TEST_F(StoredTree, IsShownToClientsWithoutTheServicesMembers) {
+TEST_F(StoredTree, ClientsSeeNoMembersOfTheServiceItself) {
     const json document = {{"&&Secret", "x"},
                            {"A", {{"&&B", "y"}, {"C", json::array({{{"&&D", "z"}, {"E", 1}}})}}}};
     const json expected = {{"A", {{"C", json::array({{{"E", 1}}})}}}};
     EXPECT_EQ(clientView(document), expected);
 }
 
-TEST_F(StoredTree, IsRemovedWhole) {
+TEST_F(StoredTree, ATreeIsRemovedWhole) {
     storeResource(client, "/x", R"({"A": {"B": {"C": 1}}, "L": [{"D": 2}, "t"]})");
     client.command("DEL", "Array-Member-Sequence-ID");
     client.command("SET", "/other", "1");

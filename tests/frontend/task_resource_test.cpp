@@ -4,7 +4,6 @@
 #include "frontend/records/task_resource.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
-#include "tests/support/request.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -17,6 +16,10 @@ const std::string TASKS = "/redfish/v1/TaskService/Tasks";
 
 class TaskResource : public testing::Test {
 protected:
+    std::string make(const std::string& name = "A job") {
+        return createTask(client.context(), name);
+    }
+
     // The result as the daemon leaves it.
     void storeFailure(const std::string& taskUri) {
         const std::string key = "&&" + taskUri;
@@ -40,8 +43,8 @@ protected:
     RedisClient client{server};
 };
 
-TEST_F(TaskResource, IsNewAndListedWhenMade) {
-    const std::string uri = createTask(client.context(), "A job");
+TEST_F(TaskResource, ANewTaskIsListed) {
+    const std::string uri = make();
     EXPECT_EQ(uri, TASKS + "/1");
     const json task = readDocument(client.context(), uri);
     EXPECT_EQ(task["TaskState"], "New");
@@ -49,15 +52,15 @@ TEST_F(TaskResource, IsNewAndListedWhenMade) {
     EXPECT_EQ(task["Name"], "A job");
     EXPECT_EQ(task["Messages"], json::array());
     EXPECT_EQ(readDocument(client.context(), TASKS)["Members@odata.count"], 1);
-    EXPECT_EQ(createTask(client.context(), "Another"), TASKS + "/2");
+    EXPECT_EQ(make("Another"), TASKS + "/2");
     const auto tasks = listTasks(client.context());
     ASSERT_EQ(tasks.size(), 2U);
     EXPECT_EQ(tasks[0].name, "A job");
     EXPECT_EQ(tasks[1].uri, TASKS + "/2");
 }
 
-TEST_F(TaskResource, ShowsTheStateThatWasSet) {
-    const std::string uri = createTask(client.context(), "A job");
+TEST_F(TaskResource, AStateThatIsNotFinalLeavesTheTaskOpen) {
+    const std::string uri = make();
     setTaskState(client.context(), uri, "Running");
     const auto task = findTask(client.context(), uri);
     ASSERT_TRUE(task.has_value());
@@ -65,8 +68,8 @@ TEST_F(TaskResource, ShowsTheStateThatWasSet) {
     EXPECT_EQ(task->endTime, "");
 }
 
-TEST_F(TaskResource, SaysWhatAFailureCameTo) {
-    const std::string uri = createTask(client.context(), "A job");
+TEST_F(TaskResource, AFailedTaskSaysWhatWentWrong) {
+    const std::string uri = make();
     storeFailure(uri);
     setTaskState(client.context(), uri, "Exception");
     const json task = readDocument(client.context(), uri);
@@ -79,10 +82,10 @@ TEST_F(TaskResource, SaysWhatAFailureCameTo) {
     EXPECT_FALSE(findTask(client.context(), uri)->endTime.empty());
 }
 
-TEST_F(TaskResource, FindsAnEndThatNobodyWroteDown) {
-    const std::string good = createTask(client.context(), "Good");
-    const std::string bad = createTask(client.context(), "Bad");
-    const std::string open = createTask(client.context(), "Open");
+TEST_F(TaskResource, AnEndThatNoFrontEndSawIsFoundInTheResult) {
+    const std::string good = make("Good");
+    const std::string bad = make("Bad");
+    (void)make("Open");
     storeSuccess(good);
     storeFailure(bad);
     const auto tasks = listTasks(client.context());
@@ -91,19 +94,21 @@ TEST_F(TaskResource, FindsAnEndThatNobodyWroteDown) {
     EXPECT_EQ(tasks[1].state, "Exception");
     EXPECT_EQ(tasks[2].state, "New");
     EXPECT_EQ(readDocument(client.context(), good)["TaskState"], "Completed");
+    EXPECT_EQ(readDocument(client.context(), good)["TaskStatus"], "OK");
 }
 
-TEST_F(TaskResource, GivesItsResponse) {
-    const std::string uri = createTask(client.context(), "A job");
+TEST_F(TaskResource, AResultHoldsTheSigningRequest) {
+    const std::string uri = make();
     EXPECT_FALSE(readTaskResult(client.context(), uri).has_value());
     storeSuccess(uri);
     const auto result = readTaskResult(client.context(), uri);
     ASSERT_TRUE(result.has_value());
     EXPECT_EQ(result->response, R"({"CSRString":"one\ntwo"})");
+    EXPECT_EQ(signingRequestOf(*result), "one\ntwo");
 }
 
-TEST_F(TaskResource, IsRemovedWithItsResult) {
-    const std::string uri = createTask(client.context(), "A job");
+TEST_F(TaskResource, ARemovedTaskLeavesNothingBehind) {
+    const std::string uri = make();
     storeFailure(uri);
     setTaskState(client.context(), uri, "Exception");
     removeTask(client.context(), uri);
@@ -115,9 +120,9 @@ TEST_F(TaskResource, IsRemovedWithItsResult) {
     EXPECT_TRUE(listTasks(client.context()).empty());
 }
 
-TEST_F(TaskResource, DoesNotTakeOverTheResultOfAnEarlierTaskOfItsName) {
+TEST_F(TaskResource, ANewTaskDoesNotTakeOverTheResultOfAnEarlierOne) {
     storeSuccess(TASKS + "/1");
-    const std::string uri = createTask(client.context(), "A job");
+    const std::string uri = make();
     EXPECT_EQ(uri, TASKS + "/1");
     EXPECT_FALSE(readTaskResult(client.context(), uri).has_value());
 }

@@ -1,0 +1,54 @@
+#include "frontend/ctl/command_line.h"
+
+namespace {
+
+// A URI is a key of Redis records, in which a blank would end it.
+std::string uriFault(const std::string& uri) {
+    const bool hasBlank = uri.find_first_of(" \t\r\n") != std::string::npos;
+    return uri.starts_with("/") && uri.size() > 1 && !hasBlank
+               ? std::string()
+               : "'" + uri + "' is no URI: it must begin with / and hold no blanks";
+}
+
+std::string withoutFinalSlash(std::string uri) {
+    while (uri.size() > 1 && uri.ends_with('/')) {
+        uri.pop_back();
+    }
+    return uri;
+}
+
+} // namespace
+
+void addUri(CLI::App& command, const std::string& name, std::string& uri, const std::string& help) {
+    command.add_option(name, uri, help)->type_name("")->required()->transform(uriCheck());
+}
+
+void addCertificateSource(CLI::App& command, CertificateSource& source,
+                          const std::string& fileHelp) {
+    command.add_option("FILE", source.file, fileHelp)->type_name("")->required();
+    command
+        .add_option("--type", source.type, "PEM, PEMchain or PKCS7 (default: as the text looks)")
+        ->type_name("NAME");
+}
+
+const CLI::Validator& uriCheck() {
+    static const CLI::Validator check(
+        [](std::string& uri) {
+            uri = withoutFinalSlash(uri);
+            return uriFault(uri);
+        },
+        "");
+    return check;
+}
+
+const CLI::Validator& positiveCheck() {
+    static const CLI::Validator check(
+        [](std::string& text) {
+            double number = 0;
+            const bool good =
+                CLI::detail::lexical_cast(text, number) && number > 0 && number <= 1e6;
+            return good ? std::string() : "'" + text + "' is no number above 0 and up to 1000000";
+        },
+        "");
+    return check;
+}
