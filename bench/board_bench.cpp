@@ -87,19 +87,16 @@ double startOnce(const RedisServer& server) {
 void runRequests(const RedisServer& server, int requests, const std::string& certificateText) {
     RedisClient client(server);
     TimedFrontEnd frontEnd(server.socketPath());
-    const std::string digest = client.command("SCRIPT", "LOAD", "return 1").text;
-    frontEnd.restore(makeExchange(frontEndRecords(digest)));
+    const Exchange content = frontEndRecords(client);
     const RequestCase creation = creationCase(certificateText);
     for (int i = 0; i < requests; i += 2) {
-        frontEnd.add(makeExchange(creation.records));
-        (void)frontEnd.request(channelName(creation.kind));
-        const RequestCase deletion = deletionCase(frontEnd.statusField("&&Location"));
-        frontEnd.add(makeExchange(deletion.records));
-        (void)frontEnd.request(channelName(deletion.kind));
-        if (frontEnd.statusField("&&ReturnStatus") != deletion.status) {
+        frontEnd.restore(content);
+        FrontEndAnswer answer = sendRequest(server, creation.request);
+        const RequestCase deletion = deletionCase(answer.status["&&Location"]);
+        answer = sendRequest(server, deletion.request);
+        if (answer.status["&&ReturnStatus"] != deletion.status) {
             throw std::runtime_error("a certificate is not created and deleted");
         }
-        frontEnd.restore(makeExchange(frontEndRecords(digest)));
     }
 }
 

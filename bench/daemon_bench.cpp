@@ -4,7 +4,6 @@
 
 #include "bench/board_bench.h"
 #include "bench/growth_bench.h"
-#include "bench/replayer.h"
 #include "bench/request_bench.h"
 #include "tests/support/redis_server.h"
 
@@ -34,9 +33,6 @@ int run(bool quick) {
 
 int main(int count, char** arguments) {
     try {
-        if (count == 4 && std::strcmp(arguments[1], REPLAY_OPTION) == 0) {
-            return runReplayer(arguments[2], arguments[3]);
-        }
         const bool quick = count == 2 && std::strcmp(arguments[1], "--quick") == 0;
         if (count > 1 && !quick) {
             (void)std::fprintf(stderr, "usage: daemon_bench [--quick]\n");

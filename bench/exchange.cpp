@@ -1,12 +1,8 @@
 #include "bench/exchange.h"
 
-#include "tests/support/temp_files.h"
-
 #include <hiredis/hiredis.h>
 
 #include <charconv>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 namespace {
@@ -100,30 +96,4 @@ void replay(redisContext* context, const Exchanges& exchanges) {
     for (const Exchange& exchange : exchanges) {
         replay(context, exchange);
     }
-}
-
-void saveExchanges(const std::string& path, const Exchanges& exchanges) {
-    std::string content;
-    for (const Exchange& exchange : exchanges) {
-        content += std::to_string(exchange.replies) + " " + std::to_string(exchange.bytes.size()) +
-                   "\n" + exchange.bytes;
-    }
-    writeFile(path, content);
-}
-
-Exchanges loadExchanges(const std::string& path) {
-    std::istringstream content(readFile(path));
-    Exchanges exchanges;
-    std::size_t replies = 0;
-    std::size_t size = 0;
-    while (content >> replies >> size) {
-        Exchange exchange{std::string(size, '\0'), replies};
-        content.ignore(1);
-        content.read(exchange.bytes.data(), static_cast<std::streamsize>(size));
-        exchanges.push_back(std::move(exchange));
-    }
-    if (!content.eof() || exchanges.empty()) {
-        throw std::runtime_error("no recorded exchanges in " + path);
-    }
-    return exchanges;
 }

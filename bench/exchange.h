@@ -34,8 +34,3 @@ using Exchanges = std::vector<Exchange>;
 // Throws std::runtime_error when a reply does not come.
 void replay(redisContext* context, const Exchange& exchange);
 void replay(redisContext* context, const Exchanges& exchanges);
-
-// For handing exchanges to another process. Throws std::runtime_error when the file cannot be
-// written or is none of these.
-void saveExchanges(const std::string& path, const Exchanges& exchanges);
-[[nodiscard]] Exchanges loadExchanges(const std::string& path);

@@ -6,6 +6,8 @@
 #include "bench/measurement.h"
 #include "bench/request_cases.h"
 #include "bench/timed_front_end.h"
+#include "core/protocol/keys.h"
+#include "core/protocol/redfish_names.h"
 #include "tests/support/daemon_process.h"
 #include "tests/support/empty_backend/example_values.h"
 #include "tests/support/redis_client.h"
@@ -19,12 +21,13 @@ constexpr double LARGEST_RATIO = 1.05;
 class GrowthBench {
 public:
     explicit GrowthBench(const RedisServer& server)
-        : client(server), frontEnd(server.socketPath()),
-          request(creationCase(exampleCertificateText())) {
-        const std::string digest = client.command("SCRIPT", "LOAD", "return 1").text;
-        frontEnd.restore(makeExchange(frontEndRecords(digest)));
+        : client(server), frontEnd(server.socketPath()) {
+        const FrontEndRequest request = creationCase(exampleCertificateText()).request;
+        channel = channelName(request.kind);
+        requestContent = requestRecords(client, request);
+        (void)frontEndRecords(client);
         swap();
-        frontEnd.add(makeExchange(frontEndRecords(digest)));
+        (void)frontEndRecords(client);
     }
 
     // Changes the places of the two databases.
@@ -33,17 +36,17 @@ public:
     }
 
     double create() {
-        frontEnd.add(makeExchange(request.records));
-        return frontEnd.request(channelName(request.kind));
+        frontEnd.add(requestContent);
+        return frontEnd.request(channel);
     }
 
     // Takes the newest certificate away again.
     void removeNewest() {
         const std::string uri = frontEnd.statusField("&&Location");
-        client.command("LPOP", MEMBERS_KEY);
-        client.command("LPOP", LOCATIONS_KEY);
+        client.command("LPOP", members);
+        client.command("LPOP", CERTIFICATE_LOCATIONS_LINKS_KEY);
         client.command("DEL", uri, "&&" + uri + "/Issuer", "&&" + uri + "/Subject",
-                       "&&" + uri + "/KeyUsage", STATUS_KEY);
+                       "&&" + uri + "/KeyUsage", FrontEndRequest().statusKey);
     }
 
     double createAndRemove() {
@@ -59,14 +62,16 @@ public:
         return seconds;
     }
 
-    [[nodiscard]] long long members() {
-        return client.command("LLEN", MEMBERS_KEY).integer;
+    [[nodiscard]] long long size() {
+        return client.command("LLEN", members).integer;
     }
 
 private:
     RedisClient client;
     TimedFrontEnd frontEnd;
-    RequestCase request;
+    std::string channel;
+    Exchange requestContent;
+    const std::string members = memberListKey(COLLECTION_URI);
 };
 
 } // namespace
@@ -87,7 +92,7 @@ void measureGrowth(const RedisServer& server, const std::string& backendPath, in
     }
     const SideBySide costs = measureSideBySide(
         rounds, [&] { return bench.createAndRemove(); }, [&] { return bench.createInOther(); });
-    printRow(ratioRow("creation after " + std::to_string(bench.members()) +
+    printRow(ratioRow("creation after " + std::to_string(bench.size()) +
                           " in the collection, against after " + std::to_string(SMALL_COLLECTION),
                       costs, LARGEST_RATIO));
 }

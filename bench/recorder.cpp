@@ -8,12 +8,13 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <cstring>
+#include <deque>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -29,13 +30,22 @@ public:
         }
     }
     ~Descriptor() {
-        close(mDescriptor);
+        close();
     }
+    Descriptor(Descriptor&& other) noexcept : mDescriptor(std::exchange(other.mDescriptor, -1)) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor& operator=(Descriptor&&) = delete;
 
+    // -1 once it is closed.
     [[nodiscard]] int get() const {
         return mDescriptor;
+    }
+
+    void close() {
+        if (mDescriptor >= 0) {
+            ::close(std::exchange(mDescriptor, -1));
+        }
     }
 
 private:
@@ -52,9 +62,10 @@ sockaddr_un addressOf(const std::string& path) {
     return address;
 }
 
-bool waitReadable(int descriptor, int milliseconds) {
+// Whether more comes within a short time.
+bool hasMore(int descriptor) {
     pollfd ready{descriptor, POLLIN, 0};
-    return poll(&ready, 1, milliseconds) > 0;
+    return poll(&ready, 1, SILENCE_MILLISECONDS) > 0;
 }
 
 // Appends what is there. False when the other side has closed.
@@ -83,8 +94,8 @@ bool sendAll(int descriptor, const std::string& bytes) {
 bool receiveExchange(int client, Exchange& exchange) {
     std::size_t counted = 0; // size at which the commands were last counted
     while (receive(client, exchange.bytes)) {
-        const bool more = exchange.bytes.size() > ONE_PIECE;
-        if (more && waitReadable(client, SILENCE_MILLISECONDS)) {
+        const bool mayHaveMore = exchange.bytes.size() > ONE_PIECE;
+        if (mayHaveMore && hasMore(client)) {
             continue;
         }
         if (counted == exchange.bytes.size()) {
@@ -103,6 +114,13 @@ bool receiveExchange(int client, Exchange& exchange) {
 } // namespace
 
 struct Recorder::State {
+    // A client, and the connection to the server that is its own.
+    struct Link {
+        Descriptor client;
+        Descriptor server;
+        Exchanges recorded;
+    };
+
     State(std::string ownPath, std::string serverSocketPath)
         : path(std::move(ownPath)), serverPath(std::move(serverSocketPath)),
           listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {}
@@ -111,62 +129,58 @@ struct Recorder::State {
     std::string serverPath;
     Descriptor listener;
     std::atomic<bool> ending = false;
-    mutable std::mutex mutex;        // guards what follows
-    std::vector<Exchanges> recorded; // by connection
-    std::vector<std::thread> threads;
-    std::thread acceptor;
+    mutable std::mutex mutex; // guards the links' recorded exchanges and their number
+    std::deque<Link> links;   // in the order in which the clients came
+    std::thread thread;
 
-    void add(std::size_t connection, const Exchange& exchange) {
+    void acceptClient() {
+        const int client = accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC);
         const std::lock_guard<std::mutex> guard(mutex);
-        recorded[connection].push_back(exchange);
-    }
-
-    // Passes one piece on, in whichever direction there is one. False at the connection's end.
-    bool passOn(std::size_t connection, int client, int server) {
-        std::array<pollfd, 2> ready{{{client, POLLIN, 0}, {server, POLLIN, 0}}};
-        if (poll(ready.data(), ready.size(), SILENCE_MILLISECONDS) < 0) {
-            return false;
-        }
-        std::string reply;
-        if (ready[1].revents != 0 && (!receive(server, reply) || !sendAll(client, reply))) {
-            return false;
-        }
-        if (ready[0].revents == 0) {
-            return true;
-        }
-        Exchange exchange;
-        if (!receiveExchange(client, exchange)) {
-            return false;
-        }
-        add(connection, exchange);
-        return sendAll(server, exchange.bytes);
-    }
-
-    void serve(std::size_t connection, int clientDescriptor) {
-        const Descriptor client(clientDescriptor);
-        const Descriptor server(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        links.push_back(
+            {Descriptor(client), Descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)), {}});
         const sockaddr_un address = addressOf(serverPath);
-        if (connect(server.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) !=
-            0) {
-            return;
+        (void)connect(links.back().server.get(), reinterpret_cast<const sockaddr*>(&address),
+                      sizeof address);
+    }
+
+    // False at the connection's end.
+    bool passToServer(Link& link) {
+        Exchange exchange;
+        if (!receiveExchange(link.client.get(), exchange)) {
+            return false;
         }
-        while (!ending && passOn(connection, client.get(), server.get())) {
+        const std::lock_guard<std::mutex> guard(mutex);
+        link.recorded.push_back(exchange);
+        return sendAll(link.server.get(), exchange.bytes);
+    }
+
+    static bool passToClient(const Link& link) {
+        std::string reply;
+        return receive(link.server.get(), reply) && sendAll(link.client.get(), reply);
+    }
+
+    // A link that has ended stays in its place, closed, with what was recorded.
+    void serve(Link& link, bool fromClient, bool fromServer) {
+        if ((fromServer && !passToClient(link)) || (fromClient && !passToServer(link))) {
+            link.client.close();
+            link.server.close();
         }
     }
 
-    void acceptConnections() {
+    void run() {
         while (!ending) {
-            if (!waitReadable(listener.get(), SILENCE_MILLISECONDS)) {
-                continue;
+            std::vector<pollfd> ready = {{listener.get(), POLLIN, 0}};
+            for (const Link& link : links) {
+                ready.push_back({link.client.get(), POLLIN, 0}); // ignored when closed: -1
+                ready.push_back({link.server.get(), POLLIN, 0});
             }
-            const int client = accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC);
-            if (client < 0) {
-                continue;
+            (void)poll(ready.data(), ready.size(), SILENCE_MILLISECONDS);
+            for (std::size_t i = 0; i < links.size(); ++i) {
+                serve(links[i], ready[1 + 2 * i].revents != 0, ready[2 + 2 * i].revents != 0);
             }
-            const std::lock_guard<std::mutex> guard(mutex);
-            const std::size_t connection = recorded.size();
-            recorded.emplace_back();
-            threads.emplace_back([this, connection, client] { serve(connection, client); });
+            if (ready[0].revents != 0) {
+                acceptClient();
+            }
         }
     }
 };
@@ -179,21 +193,22 @@ Recorder::Recorder(const std::string& socketPath, const std::string& serverSocke
         listen(mState->listener.get(), SOMAXCONN) != 0) {
         throw std::runtime_error("cannot listen on " + socketPath);
     }
-    mState->acceptor = std::thread([state = mState.get()] { state->acceptConnections(); });
+    mState->thread = std::thread([state = mState.get()] { state->run(); });
 }
 
 Recorder::~Recorder() {
     (void)unlink(mState->path.c_str());
     mState->ending = true;
-    mState->acceptor.join();
-    for (std::thread& thread : mState->threads) {
-        thread.join();
-    }
+    mState->thread.join();
 }
 
 std::vector<Exchanges> Recorder::connections() const {
     const std::lock_guard<std::mutex> guard(mState->mutex);
-    return mState->recorded;
+    std::vector<Exchanges> recorded;
+    for (const State::Link& link : mState->links) {
+        recorded.push_back(link.recorded);
+    }
+    return recorded;
 }
 
 Exchanges Recorder::since(const std::vector<Exchanges>& earlier) const {

@@ -2,9 +2,9 @@
 
 // A proxy in front of redis-server that records what its clients send, exchange by exchange.
 //
-// It listens on a Unix socket of its own and serves each connection with a thread of its own. What
-// a client sends is held back until it is complete, so that an exchange is never recorded in
-// pieces; recording therefore takes time and is never part of a measurement.
+// It listens on a Unix socket of its own and gives each client a connection to the server. What a
+// client sends is held back until it is complete, so that an exchange is never recorded in pieces;
+// recording therefore takes time and is never part of a measurement.
 
 #include "bench/exchange.h"
 

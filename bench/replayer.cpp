@@ -1,15 +1,18 @@
 #include "bench/replayer.h"
 
 #include "bench/connection.h"
+#include "bench/measurement.h"
 #include "core/redis_reply.h"
-#include "tests/support/child_process.h"
-#include "tests/support/temp_files.h"
 #include "tests/support/wait.h"
+
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <functional>
-#include <optional>
 #include <stdexcept>
 
 namespace {
@@ -40,27 +43,6 @@ std::function<void()> bareCallOf(const ReplayScript& script) {
     return [] {};
 }
 
-void saveScript(const std::string& directory, const ReplayScript& script) {
-    saveExchanges(directory + "/exchanges", script.exchanges);
-    writeFile(directory + "/channel", script.channel);
-    writeFile(directory + "/fresh", script.freshConnection ? "yes" : "no");
-    writeFile(directory + "/call", std::to_string(static_cast<int>(script.bareCall)));
-    writeFile(directory + "/certificate", script.bareInput.certificateText);
-    writeFile(directory + "/roots", script.bareInput.rootCaFile);
-    writeFile(directory + "/directory", script.bareInput.directory);
-}
-
-ReplayScript loadScript(const std::string& directory) {
-    ReplayScript script;
-    script.exchanges = loadExchanges(directory + "/exchanges");
-    script.channel = readFile(directory + "/channel");
-    script.freshConnection = readFile(directory + "/fresh") == "yes";
-    script.bareCall = static_cast<BareCall>(std::stoi(readFile(directory + "/call")));
-    script.bareInput = {readFile(directory + "/certificate"), readFile(directory + "/roots"),
-                        readFile(directory + "/directory")};
-    return script;
-}
-
 struct SplitScript {
     Exchanges beforeCall;
     std::function<void()> bareCall;
@@ -78,31 +60,7 @@ void replayRequest(redisContext* context, const SplitScript& script) {
     replay(context, script.afterCall);
 }
 
-} // namespace
-
-ReplayerProcess::ReplayerProcess(const std::string& socketPath, const ReplayScript& script,
-                                 const std::string& scriptDirectory) {
-    saveScript(scriptDirectory, script);
-    ChildProcessOptions options;
-    options.arguments = {"/proc/self/exe", REPLAY_OPTION, socketPath, scriptDirectory};
-    options.errorFile = scriptDirectory + "/stderr";
-    mProcess = std::make_unique<ChildProcess>(options);
-    const BenchConnection connection = connectTo(socketPath);
-    const bool listens = waitUntil([&] {
-        const RedisReply reply =
-            sendRedisCommand(connection.get(), "PUBSUB NUMSUB %s", script.channel.c_str());
-        return !mProcess->running() ||
-               (reply && reply->elements == 2 && reply->element[1]->integer == 1);
-    });
-    if (!listens || !mProcess->running()) {
-        throw std::runtime_error("a replayer does not listen\n" + readFileIfAny(options.errorFile));
-    }
-}
-
-ReplayerProcess::~ReplayerProcess() = default;
-
-int runReplayer(const std::string& socketPath, const std::string& scriptDirectory) {
-    const ReplayScript script = loadScript(scriptDirectory);
+void answerRequests(const std::string& socketPath, const ReplayScript& script) {
     const SplitScript split = splitAtCall(script);
     const BenchConnection kept = connectTo(socketPath);
     const BenchConnection subscriber = connectTo(socketPath);
@@ -115,5 +73,43 @@ int runReplayer(const std::string& socketPath, const std::string& scriptDirector
             replayRequest(kept.get(), split);
         }
     }
-    return 0;
+}
+
+// The child's whole life: it ends with the parent or with the server.
+[[noreturn]] void runChild(const std::string& socketPath, const ReplayScript& script) {
+    (void)prctl(PR_SET_PDEATHSIG, SIGKILL);
+    try {
+        answerRequests(socketPath, script);
+    } catch (const std::exception& failure) {
+        tellProgress(std::string("a replayer fails: ") + failure.what());
+    }
+    _exit(1);
+}
+
+bool isListening(redisContext* context, const std::string& channel) {
+    const RedisReply reply = sendRedisCommand(context, "PUBSUB NUMSUB %s", channel.c_str());
+    return reply && reply->elements == 2 && reply->element[1]->integer == 1;
+}
+
+void endChild(pid_t child) {
+    (void)kill(child, SIGKILL);
+    (void)waitpid(child, nullptr, 0);
+}
+
+} // namespace
+
+ReplayerProcess::ReplayerProcess(const std::string& socketPath, const ReplayScript& script)
+    : mPid(fork()) {
+    if (mPid == 0) {
+        runChild(socketPath, script);
+    }
+    const BenchConnection connection = connectTo(socketPath);
+    if (mPid < 0 || !waitUntil([&] { return isListening(connection.get(), script.channel); })) {
+        endChild(mPid);
+        throw std::runtime_error("a replayer does not listen");
+    }
+}
+
+ReplayerProcess::~ReplayerProcess() {
+    endChild(mPid);
 }

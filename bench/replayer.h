@@ -7,10 +7,9 @@
 #include "bench/bare_checks.h"
 #include "bench/exchange.h"
 
-#include <memory>
-#include <string>
+#include <sys/types.h>
 
-class ChildProcess;
+#include <string>
 
 // What the backend's call is replaced by.
 enum class BareCall { NONE, CREATE, REMOVE, REPLACE, SIGNING_REQUEST };
@@ -26,18 +25,11 @@ struct ReplayScript {
 class ReplayerProcess {
 public:
     // Starts it and waits until it listens. Throws std::runtime_error when it does not.
-    ReplayerProcess(const std::string& socketPath, const ReplayScript& script,
-                    const std::string& scriptDirectory);
+    ReplayerProcess(const std::string& socketPath, const ReplayScript& script);
     ~ReplayerProcess();
     ReplayerProcess(const ReplayerProcess&) = delete;
     ReplayerProcess& operator=(const ReplayerProcess&) = delete;
 
 private:
-    std::unique_ptr<ChildProcess> mProcess;
+    pid_t mPid;
 };
-
-// The option with which this program becomes a replayer, followed by the arguments of runReplayer.
-inline constexpr const char* REPLAY_OPTION = "--replay";
-
-// The replayer's own main function: socket and script directory. Ends with the server.
-int runReplayer(const std::string& socketPath, const std::string& scriptDirectory);

@@ -82,6 +82,12 @@ struct State {
     FileContents files;
 };
 
+struct Measured {
+    RequestCase request;
+    Exchange records;
+    ReplayScript script;
+};
+
 class RequestBench {
 public:
     RequestBench(const RedisServer& redisServer, BackendChoice choice)
@@ -94,9 +100,9 @@ public:
         writeConnectionFiles(server);
         DaemonProcess daemon(daemonOptions());
         daemon.waitUntilReady(server);
-        for (const auto& [request, script] : scripts) {
-            tellProgress(request.name + ", " + backend.name);
-            measure(request, script, rounds);
+        for (const Measured& measured : requests) {
+            tellProgress(measured.request.name + ", " + backend.name);
+            measure(measured, rounds);
         }
     }
 
@@ -107,7 +113,7 @@ private:
     Certificates certificates;
     State empty;   // before a creation
     State created; // after it
-    std::vector<std::pair<RequestCase, ReplayScript>> scripts;
+    std::vector<Measured> requests;
 
     [[nodiscard]] bool isReference() const {
         return backend.libraryPath.empty();
@@ -128,22 +134,23 @@ private:
         }
     }
 
-    void prepare(const RequestCase& request) {
-        const State& state = request.onInstalled ? created : empty;
+    void prepare(const Measured& measured) {
+        const State& state = measured.request.onInstalled ? created : empty;
         frontEnd.restore(state.database);
-        frontEnd.add(makeExchange(request.records));
+        frontEnd.add(measured.records);
         if (isReference()) {
             restoreFiles(state.files);
         }
     }
 
-    // The exchanges with which a daemon behind the recorder answers the request.
-    ReplayScript captureRequest(const RequestCase& request, const Recorder& recorder) {
-        prepare(request);
+    // Has a daemon behind the recorder answer the request, and keeps its exchanges.
+    void addRequest(RedisClient& client, const RequestCase& request, const Recorder& recorder) {
+        Measured measured = {request, requestRecords(client, request.request), {}};
+        prepare(measured);
         const auto earlier = recorder.connections();
-        (void)frontEnd.request(channelName(request.kind));
+        (void)frontEnd.request(channelName(request.request.kind));
         checkStatus(request);
-        ReplayScript script;
+        ReplayScript& script = measured.script;
         script.channel = "floor of a " + request.name;
         script.exchanges = recorder.since(earlier);
         script.freshConnection = recorder.connections().size() > earlier.size();
@@ -153,11 +160,7 @@ private:
                                                                       : certificates.first,
                                 certificates.rootCaFile, BARE_DIRECTORY};
         }
-        return script;
-    }
-
-    void addCase(const RequestCase& request, const Recorder& recorder) {
-        scripts.emplace_back(request, captureRequest(request, recorder));
+        requests.push_back(std::move(measured));
     }
 
     void capture() {
@@ -169,48 +172,46 @@ private:
         daemon.waitUntilReady(server);
 
         RedisClient client(server);
-        const std::string digest = client.command("SCRIPT", "LOAD", "return 1").text;
-        empty.database = makeExchange(frontEndRecords(digest));
-        addCase(creationCase(isReference() ? certificates.first : exampleCertificateText()),
-                recorder);
+        empty.database = frontEndRecords(client);
+        const std::string example = exampleCertificateText();
+        addRequest(client, creationCase(isReference() ? certificates.first : example), recorder);
         const std::string createdUri = frontEnd.statusField("&&Location");
         created = {databaseContent(client), isReference() ? backendFiles() : FileContents()};
-        addCase(deletionCase(createdUri), recorder);
-        addCase(replacementCase(createdUri,
-                                isReference() ? certificates.second : exampleCertificateText()),
-                recorder);
-        addCase(signingRequestCase(), recorder);
+        addRequest(client, deletionCase(createdUri), recorder);
+        addRequest(client,
+                   replacementCase(createdUri, isReference() ? certificates.second : example),
+                   recorder);
+        addRequest(client, signingRequestCase(), recorder);
     }
 
-    double daemonRound(const RequestCase& request) {
-        prepare(request);
-        const double seconds = frontEnd.request(channelName(request.kind));
-        checkStatus(request);
+    double daemonRound(const Measured& measured) {
+        prepare(measured);
+        const double seconds = frontEnd.request(channelName(measured.request.request.kind));
+        checkStatus(measured.request);
         return seconds;
     }
 
-    double floorRound(const RequestCase& request, const ReplayScript& script) {
-        prepare(request);
+    double floorRound(const Measured& measured) {
+        prepare(measured);
         const std::string bareFile = BARE_DIRECTORY + "/" + BARE_CERTIFICATE_FILE;
-        if (request.onInstalled) {
+        if (measured.request.onInstalled) {
             writeFile(bareFile, certificates.first);
         } else {
             fs::remove(bareFile);
         }
-        const double seconds = frontEnd.request(script.channel);
-        checkStatus(request);
+        const double seconds = frontEnd.request(measured.script.channel);
+        checkStatus(measured.request);
         return seconds;
     }
 
-    void measure(const RequestCase& request, const ReplayScript& script, int rounds) {
-        const TempDirectory directory;
-        const ReplayerProcess replayer(server.socketPath(), script, directory.path());
-        const auto ours = [&] { return daemonRound(request); };
-        const auto floor = [&] { return floorRound(request, script); };
+    void measure(const Measured& measured, int rounds) {
+        const ReplayerProcess replayer(server.socketPath(), measured.script);
+        const auto ours = [&] { return daemonRound(measured); };
+        const auto floor = [&] { return floorRound(measured); };
         (void)measureSideBySide(WARM_UP_ROUNDS, ours, floor);
         const SideBySide costs = measureSideBySide(rounds, ours, floor);
-        printRow(ratioRow(request.name + ", " + backend.name + " (" +
-                              std::to_string(script.exchanges.size()) + " exchanges)",
+        printRow(ratioRow(measured.request.name + ", " + backend.name + " (" +
+                              std::to_string(measured.script.exchanges.size()) + " exchanges)",
                           costs, backend.largestRatio));
     }
 };

@@ -1,93 +1,109 @@
 #include "bench/request_cases.h"
 
-#include "bench/timed_front_end.h"
-#include "core/protocol/fields.h"
 #include "core/protocol/redfish_names.h"
 #include "core/protocol/shared_records.h"
 #include "core/protocol/status_words.h"
+#include "tests/support/redis_client.h"
+
+#include <nlohmann/json.hpp>
 
 namespace {
 
-// A text as a front end stores it: in quotes, with its line ends as they are. None of these holds a
-// quote or a backslash.
-std::string stored(const std::string& text) {
-    return "\"" + text + "\"";
+using nlohmann::json;
+
+json reference(const std::string& uri) {
+    return {{ODATA_ID, uri}};
 }
 
-std::string reference(const std::string& name, const std::string& uri) {
-    return OBJECT_REF_MARKER + " " + name + " " + uri;
+FrontEndRequest makeFrontEndRequest(RequestKind kind, const std::string& targetUri,
+                                    const json& body) {
+    FrontEndRequest request;
+    request.kind = kind;
+    request.targetUri = targetUri;
+    request.body = body.is_null() ? "" : body.dump();
+    return request;
 }
 
-Command requestRecord(const std::string& targetUri) {
-    return {"HSET",           REQUEST_KEY,        RETURN_CHANNEL_FIELD,
-            RETURN_CHANNEL,   REQUEST_DATA_FIELD, BODY_KEY,
-            TARGET_URI_FIELD, targetUri};
+Command contentOf(RedisClient& client, const std::string& key) {
+    const std::string type = client.command("TYPE", key).text;
+    if (type == "hash") {
+        Command command = {"HSET", key};
+        for (const auto& [field, value] : client.hash(key)) {
+            command.insert(command.end(), {field, value});
+        }
+        return command;
+    }
+    if (type == "list") {
+        Command command = {"RPUSH", key};
+        const auto entries = client.list(key);
+        command.insert(command.end(), entries.begin(), entries.end());
+        return command;
+    }
+    return {"SET", key, client.command("GET", key).text};
 }
 
 } // namespace
 
-Commands frontEndRecords(const std::string& eventScriptDigest) {
-    const std::string collection = COLLECTION_URI;
-    const std::string types = MARKER_PREFIX + collection + "/@Redfish.SupportedCertificates";
-    const std::string links = MARKER_PREFIX + CERTIFICATE_LOCATIONS_URI + "/Links";
-    return {
-        {"HSET", WEB_DEFAULT_VALUE, "MAX_EVENT_GROUP_ID", "1000000",
-         REDIS_CONNECTION_DEFAULT_TIMEOUT, "5000"},
-        {"HSET", "/redfish/v1/EventService", "&&EVENT_GROUP_ID_COUNTER", "7"},
-        {"HSET", "redisSHAScripts", "resourceChange", eventScriptDigest},
-        {"HSET", CERTIFICATE_LOCATIONS_URI, ODATA_ID, stored(CERTIFICATE_LOCATIONS_URI),
-         "&&Object Links " + links, ""},
-        {"HSET", links, "&&Array Certificates " + links + "/Certificates", ""},
-        {"HSET", collection, ODATA_ID, stored(collection), ODATA_TYPE,
-         stored(CERTIFICATE_COLLECTION_ODATA_TYPE), MEMBERS_ODATA_COUNT, "0",
-         "&&Array Members " + std::string(MEMBERS_KEY), "",
-         "&&Array @Redfish.SupportedCertificates " + types, ""},
-        {"RPUSH", types, stored("PEM"), stored("PEMchain"), stored("PKCS7")},
-    };
-}
-
 RequestCase creationCase(const std::string& certificateText) {
-    return {"creation",
-            RequestKind::CREATE,
-            STATUS_OK,
-            {requestRecord(COLLECTION_URI),
-             {"HSET", BODY_KEY, CERTIFICATE_STRING, stored(certificateText), CERTIFICATE_TYPE,
-              stored("PEM")}},
-            BareCall::CREATE,
-            false};
+    const json body = {{CERTIFICATE_STRING, certificateText}, {CERTIFICATE_TYPE, "PEM"}};
+    return {"creation", STATUS_OK, makeFrontEndRequest(RequestKind::CREATE, COLLECTION_URI, body),
+            BareCall::CREATE, false};
 }
 
 RequestCase deletionCase(const std::string& certificateUri) {
-    return {"deletion",       RequestKind::REMOVE,
-            STATUS_OK_EMPTY,  {requestRecord(certificateUri)},
-            BareCall::REMOVE, true};
-}
-
-RequestCase replacementCase(const std::string& certificateUri, const std::string& certificateText) {
-    return {"replacement",
-            RequestKind::ACTION,
-            STATUS_OK_RES,
-            {requestRecord(REPLACE_CERTIFICATE_ACTION_URI),
-             {"HSET", BODY_KEY, CERTIFICATE_STRING, stored(certificateText), CERTIFICATE_TYPE,
-              stored("PEM"), reference(CERTIFICATE_URI, certificateUri), ""}},
-            BareCall::REPLACE,
+    return {"deletion", STATUS_OK_EMPTY,
+            makeFrontEndRequest(RequestKind::REMOVE, certificateUri, nullptr), BareCall::REMOVE,
             true};
 }
 
+RequestCase replacementCase(const std::string& certificateUri, const std::string& certificateText) {
+    const json body = {{CERTIFICATE_STRING, certificateText},
+                       {CERTIFICATE_TYPE, "PEM"},
+                       {CERTIFICATE_URI, reference(certificateUri)}};
+    return {"replacement", STATUS_OK_RES,
+            makeFrontEndRequest(RequestKind::ACTION, REPLACE_CERTIFICATE_ACTION_URI, body),
+            BareCall::REPLACE, true};
+}
+
 RequestCase signingRequestCase() {
-    Command record = requestRecord(GENERATE_CSR_ACTION_URI);
-    record.insert(record.end(), {TASK_FIELD, "/redfish/v1/TaskService/Tasks/1"});
-    const std::string names = MARKER_PREFIX + std::string(BODY_KEY) + "/AlternativeNames";
-    return {"synchronous signing request",
-            RequestKind::ACTION,
-            STATUS_OK_RES,
-            {record,
-             {"HSET", BODY_KEY, "CommonName", stored("bmc.example"), "Organization",
-              stored("Example Works"), "Country", stored("US"), "KeyPairAlgorithm",
-              stored("TPM_ALG_ECDSA"), "KeyCurveId", stored("TPM_ECC_NIST_P256"),
-              reference("CertificateCollection", COLLECTION_URI), "",
-              "&&Array AlternativeNames " + names, ""},
-             {"RPUSH", names, stored("bmc.example")}},
-            BareCall::SIGNING_REQUEST,
+    const json body = {{"CommonName", "bmc.example"},
+                       {"Organization", "Example Works"},
+                       {"Country", "US"},
+                       {"KeyPairAlgorithm", "TPM_ALG_ECDSA"},
+                       {"KeyCurveId", "TPM_ECC_NIST_P256"},
+                       {"CertificateCollection", reference(COLLECTION_URI)},
+                       {"AlternativeNames", {"bmc.example"}}};
+    FrontEndRequest request =
+        makeFrontEndRequest(RequestKind::ACTION, GENERATE_CSR_ACTION_URI, body);
+    request.fields = {{TASK_FIELD, "/redfish/v1/TaskService/Tasks/1"}};
+    return {"synchronous signing request", STATUS_OK_RES, request, BareCall::SIGNING_REQUEST,
             false};
+}
+
+Exchange databaseContent(RedisClient& client) {
+    Commands commands;
+    for (const std::string& key : client.keys()) {
+        commands.push_back(contentOf(client, key));
+    }
+    return makeExchange(commands);
+}
+
+Exchange frontEndRecords(RedisClient& client) {
+    client.command("FLUSHDB");
+    const std::string digest = client.command("SCRIPT", "LOAD", "return 1").text;
+    client.command("HSET", WEB_DEFAULT_VALUE, MAX_EVENT_GROUP_ID, "1000000",
+                   REDIS_CONNECTION_DEFAULT_TIMEOUT, "5000");
+    client.command("HSET", EVENT_SERVICE_URI, EVENT_GROUP_COUNTER_FIELD, "7");
+    client.command("HSET", SCRIPT_DIGESTS_KEY, RESOURCE_CHANGE_FIELD, digest);
+    const json locations = {{ODATA_ID, CERTIFICATE_LOCATIONS_URI},
+                            {"Links", {{"Certificates", json::array()}}}};
+    storeResource(client, CERTIFICATE_LOCATIONS_URI, locations.dump());
+    storeCertificateCollection(client, COLLECTION_URI, {"PEM", "PEMchain", "PKCS7"});
+    return databaseContent(client);
+}
+
+Exchange requestRecords(RedisClient& client, const FrontEndRequest& request) {
+    client.command("FLUSHDB");
+    storeRequest(client, request);
+    return databaseContent(client);
 }

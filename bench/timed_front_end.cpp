@@ -2,7 +2,7 @@
 
 #include "bench/measurement.h"
 #include "core/redis_reply.h"
-#include "tests/support/redis_client.h"
+#include "tests/support/request.h"
 
 #include <poll.h>
 
@@ -12,23 +12,7 @@ namespace {
 
 constexpr int ANSWER_LIMIT_MILLISECONDS = 20000;
 
-Command contentOf(RedisClient& client, const std::string& key) {
-    const std::string type = client.command("TYPE", key).text;
-    if (type == "hash") {
-        Command command = {"HSET", key};
-        for (const auto& [field, value] : client.hash(key)) {
-            command.insert(command.end(), {field, value});
-        }
-        return command;
-    }
-    if (type == "list") {
-        Command command = {"RPUSH", key};
-        const auto entries = client.list(key);
-        command.insert(command.end(), entries.begin(), entries.end());
-        return command;
-    }
-    return {"SET", key, client.command("GET", key).text};
-}
+const FrontEndRequest REQUEST;
 
 // The reply to the exchange's only command; nothing when none comes.
 RedisReply replayForReply(redisContext* context, const Exchange& exchange) {
@@ -53,17 +37,9 @@ RedisReply waitForMessage(redisContext* context) {
 
 } // namespace
 
-Exchange databaseContent(RedisClient& client) {
-    Commands commands;
-    for (const std::string& key : client.keys()) {
-        commands.push_back(contentOf(client, key));
-    }
-    return makeExchange(commands);
-}
-
 TimedFrontEnd::TimedFrontEnd(const std::string& socketPath)
     : mCommands(connectTo(socketPath)), mAnswers(connectTo(socketPath)) {
-    replay(mAnswers.get(), makeExchange({{"SUBSCRIBE", RETURN_CHANNEL}}));
+    replay(mAnswers.get(), makeExchange({{"SUBSCRIBE", REQUEST.returnChannel}}));
 }
 
 void TimedFrontEnd::restore(const Exchange& content) {
@@ -76,8 +52,7 @@ void TimedFrontEnd::add(const Exchange& content) {
 }
 
 double TimedFrontEnd::request(const std::string& channel) {
-    const std::string message = std::string(REQUEST_KEY) + " " + STATUS_KEY;
-    const Exchange announcement = makeExchange({{"PUBLISH", channel, message}});
+    const Exchange announcement = makeExchange({{"PUBLISH", channel, requestMessage(REQUEST)}});
     const double start = now();
     const RedisReply published = replayForReply(mCommands.get(), announcement);
     const RedisReply answer = waitForMessage(mAnswers.get());
@@ -85,7 +60,7 @@ double TimedFrontEnd::request(const std::string& channel) {
     if (!published || published->integer != 1) {
         throw std::runtime_error("not exactly one listener on " + channel);
     }
-    if (!answer || answer->elements != 3 || std::string(answer->element[2]->str) != STATUS_KEY) {
+    if (!answer || answer->elements != 3 || replyText(*answer->element[2]) != REQUEST.statusKey) {
         throw std::runtime_error("no answer to a request on " + channel);
     }
     return seconds;
@@ -93,6 +68,6 @@ double TimedFrontEnd::request(const std::string& channel) {
 
 std::string TimedFrontEnd::statusField(const std::string& name) {
     const RedisReply reply =
-        sendRedisCommand(mCommands.get(), "HGET %s %s", STATUS_KEY, name.c_str());
-    return reply && reply->str != nullptr ? std::string(reply->str, reply->len) : std::string();
+        sendRedisCommand(mCommands.get(), "HGET %s %s", REQUEST.statusKey.c_str(), name.c_str());
+    return reply ? std::string(replyText(*reply)) : std::string();
 }

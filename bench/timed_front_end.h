@@ -1,23 +1,13 @@
 #pragma once
 
 // The front end's part in a measurement: it brings the database into a known state, announces a
-// request and waits for its answer, and times nothing but that.
+// request and waits for its answer, and times nothing but that. There is one request at a time,
+// under the keys that a FrontEndRequest has of itself.
 
 #include "bench/connection.h"
 #include "bench/exchange.h"
 
 #include <string>
-
-class RedisClient;
-
-// One request of the measurement at a time: its keys are always the same.
-inline constexpr const char* REQUEST_KEY = "requests/1";
-inline constexpr const char* BODY_KEY = "requests/1/body";
-inline constexpr const char* STATUS_KEY = "status/1/result";
-inline constexpr const char* RETURN_CHANNEL = "answers/1";
-
-// What a database holds, as the commands that put it into an empty one. Lifetimes are not kept.
-[[nodiscard]] Exchange databaseContent(RedisClient& client);
 
 // Throws std::runtime_error when the server or the other side does not answer.
 class TimedFrontEnd {
