@@ -1,9 +1,9 @@
 // Creation as the daemon asks for it, with everything that comes back.
 
 #include "tests/platform/certificate_backend/backend_fixture.h"
+#include "tests/platform/on_threads.h"
 
 #include <algorithm>
-#include <thread>
 
 using CreateCertificate = CertificateBackend;
 using Identifier = std::unordered_map<std::string, std::string>;
@@ -203,36 +203,24 @@ TEST_F(CreateCertificate, NeedsAUri) {
 
 TEST_F(CreateCertificate, WorksOnSeveralThreadsAtOnce) {
     const std::string text = makeAuthority().certificate;
-    std::vector<std::thread> threads;
     std::vector<int> good(4, 0);
-    for (std::size_t i = 0; i < good.size(); ++i) {
-        threads.emplace_back([&, i] {
-            for (int n = 0; n < 25; ++n) {
-                const std::string id = std::to_string(i) + "-" + std::to_string(n);
-                good[i] += create(text, "PEM", TRUSTED, id).code == 200 ? 1 : 0;
-                if (n % 2 == 0) {
-                    good[i] += remove(std::string(TRUSTED) + "/" + id).code == 200 ? 1 : 0;
-                }
+    onThreads(good.size(), [&](std::size_t i) {
+        for (int n = 0; n < 25; ++n) {
+            const std::string id = std::to_string(i) + "-" + std::to_string(n);
+            good[i] += create(text, "PEM", TRUSTED, id).code == 200 ? 1 : 0;
+            if (n % 2 == 0) {
+                good[i] += remove(std::string(TRUSTED) + "/" + id).code == 200 ? 1 : 0;
             }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+        }
+    });
     EXPECT_EQ(good, (std::vector<int>{38, 38, 38, 38}));
     EXPECT_EQ(filesIn("installed").size(), 4U * 12U);
 }
 
 TEST_F(CreateCertificate, LetsOneOfSeveralThreadsHaveAName) {
     const std::string text = makeAuthority().certificate;
-    std::vector<std::thread> threads;
     std::vector<int> codes(4, 0);
-    for (std::size_t i = 0; i < codes.size(); ++i) {
-        threads.emplace_back([&, i] { codes[i] = create(text, "PEM", TRUSTED).code; });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    onThreads(codes.size(), [&](std::size_t i) { codes[i] = create(text, "PEM", TRUSTED).code; });
     std::sort(codes.begin(), codes.end());
     EXPECT_EQ(codes, (std::vector<int>{200, 409, 409, 409}));
 }

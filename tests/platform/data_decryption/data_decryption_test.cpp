@@ -3,6 +3,7 @@
 
 #include "platform/data_decryption.h"
 #include "platform/data_decryption/encrypt.h"
+#include "tests/platform/on_threads.h"
 #include "tests/support/output_capture.h"
 #include "tests/support/temp_files.h"
 
@@ -11,7 +12,6 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <thread>
 
 using namespace std::string_literals;
 
@@ -86,6 +86,8 @@ protected:
     std::string key = bytesUpTo(32);
     std::string keyFile = directory.file("pkey.tmp");
 };
+
+using DataEncryption = DataDecryption;
 
 TEST_F(DataDecryption, RecoversAKnownTextInDigitsOfEitherCase) {
     expectText(KNOWN_TEXT, KNOWN_PLAIN_TEXT);
@@ -191,14 +193,14 @@ TEST_F(DataDecryption, RecoversWhateverWasEncrypted) {
     }
 }
 
-TEST_F(DataDecryption, MeetsAFreshNonceInEveryText) {
+TEST_F(DataEncryption, TakesAFreshNonceForEveryText) {
     const std::string first = encryptHexString("text", keyFile);
     const std::string second = encryptHexString("text", keyFile);
     EXPECT_NE(first.substr(0, 24), second.substr(0, 24));
     EXPECT_NE(first.substr(24), second.substr(24));
 }
 
-TEST_F(DataDecryption, NeverMeetsATextThatCouldNotComeBack) {
+TEST_F(DataEncryption, RefusesATextThatCouldNotComeBack) {
     expectEncryptionFailure("", keyFile, "an empty text cannot be encrypted");
     expectEncryptionFailure(std::string(MAX_PLAIN_SIZE + 1, 'm'), keyFile,
                             "the text has more than 32740 bytes");
@@ -217,16 +219,10 @@ TEST_F(DataDecryption, LeavesTheCallersOpensslErrorsAsTheyWere) {
 
 TEST_F(DataDecryption, WorksOnSeveralThreadsAtOnce) {
     std::vector<std::string> results(8);
-    std::vector<std::thread> threads;
-    for (std::string& result : results) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 50; ++round) {
-                result = decryptHexString(encryptHexString("round", keyFile), keyFile);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    onThreads(results.size(), [&](std::size_t i) {
+        for (int round = 0; round < 50; ++round) {
+            results[i] = decryptHexString(encryptHexString("round", keyFile), keyFile);
+        }
+    });
     EXPECT_EQ(results, std::vector<std::string>(8, "round"));
 }

@@ -1,4 +1,5 @@
 #include "platform/posix/atomic_file.h"
+#include "tests/platform/on_threads.h"
 #include "tests/support/temp_files.h"
 
 #include <fcntl.h>
@@ -7,13 +8,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <system_error>
-#include <thread>
 
 namespace {
 
@@ -131,18 +130,14 @@ TEST_F(AtomicFile, LockIsGivenToOneThreadAtATime) {
     std::atomic<int> inside = 0;
     std::atomic<int> clashes = 0;
     std::atomic<int> turns = 0;
-    const auto work = [&] {
+    onThreads(3, [&](std::size_t /*thread*/) {
         for (int i = 0; i < 200; ++i) {
             const FileDescriptor lock = lockDirectory(directory);
             clashes += inside.fetch_add(1) == 0 ? 0 : 1;
             ++turns;
             inside.fetch_sub(1);
         }
-    };
-    std::array<std::thread, 3> threads = {std::thread(work), std::thread(work), std::thread(work)};
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    });
     EXPECT_EQ(clashes, 0);
     EXPECT_EQ(turns, 600);
 }
