@@ -12,6 +12,8 @@
 #include "platform/certificate_backend.h"
 #include "platform/certificate_backend/key_pair.h"
 #include "platform/certificate_backend/signing_request.h"
+#include "platform/x509/memory_text.h"
+#include "platform/x509/names.h"
 
 #include <openssl/pem.h>
 
@@ -153,23 +155,17 @@ void checkRefusal(const CSRRequest& request, const MessageInfo& message) {
 }
 
 std::string commonNameOf(X509_REQ* request) {
-    const X509_NAME* name = X509_REQ_get_subject_name(request);
-    const int position = X509_NAME_get_index_by_NID(name, NID_commonName, -1);
-    require(position >= 0, "a signing request has a common name");
-    unsigned char* text = nullptr;
-    const int length =
-        ASN1_STRING_to_UTF8(&text, X509_NAME_ENTRY_get_data(X509_NAME_get_entry(name, position)));
-    require(length >= 0, "the common name can be read");
-    std::string commonName(reinterpret_cast<const char*>(text), static_cast<std::size_t>(length));
-    OPENSSL_free(text);
-    return commonName;
+    const NamePart first = namePartsOf(X509_REQ_get_subject_name(request)).front();
+    require(first.property == "CommonName", "a signing request has a common name");
+    require(first.value.has_value(), "the common name can be read");
+    return *first.value;
 }
 
 void checkSigningRequest(const CSRRequest& request, const std::string& text) {
     require(text.find("PRIVATE KEY") == std::string::npos, "a signing request holds no key");
     require(text.find("-----BEGIN") == text.rfind("-----BEGIN"), "a signing request is one block");
-    const BioHandle memory(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
-    const RequestHandle parsed(PEM_read_bio_X509_REQ(memory.get(), nullptr, nullptr, nullptr));
+    const RequestHandle parsed(
+        PEM_read_bio_X509_REQ(readableText(text).get(), nullptr, noPassphrase, nullptr));
     require(parsed != nullptr, "a signing request can be parsed");
     require(X509_REQ_verify(parsed.get(), X509_REQ_get0_pubkey(parsed.get())) == 1,
             "a signing request's signature is good");

@@ -83,11 +83,6 @@ SecretText privateKeyText(EVP_PKEY* key) {
     return SecretText(writtenText(memory));
 }
 
-KeyHandle shareKey(EVP_PKEY* key) {
-    EVP_PKEY_up_ref(key);
-    return KeyHandle(key);
-}
-
 bool keysBelongTogether(EVP_PKEY* privateKey, EVP_PKEY* publicKey) {
     if (EVP_PKEY_eq(privateKey, publicKey) != 1) {
         return false;

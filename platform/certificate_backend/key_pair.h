@@ -14,9 +14,6 @@
 // The key as an unencrypted "PRIVATE KEY" block (PKCS #8, RFC 5958).
 [[nodiscard]] SecretText privateKeyText(EVP_PKEY* key);
 
-// Another owner of the same key.
-[[nodiscard]] KeyHandle shareKey(EVP_PKEY* key);
-
 // Whether what the private key signs is verified by the public key. Tries it, so that a damaged
 // private key with the right public half is found too.
 [[nodiscard]] bool keysBelongTogether(EVP_PKEY* privateKey, EVP_PKEY* publicKey);

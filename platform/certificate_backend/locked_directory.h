@@ -35,7 +35,6 @@ private:
 [[nodiscard]] std::string requestsFolder(const std::string& directory);
 
 // The file name for a resource URI: "/" becomes "+", letters, digits, "-" and "_" stay, any other
-// byte becomes "=" and two hexadecimal digits. What gets too long for a file name is cut and ends
-// in
-// "~" and the SHA-256 digest of the URI. Different URIs have different names; none has a dot.
+// byte becomes "=" and two hexadecimal digits. A name too long for a file is cut and ends in "~"
+// and the SHA-256 digest of the URI. Different URIs have different names; none has a dot.
 [[nodiscard]] std::string fileNameOf(std::string_view uri);

@@ -15,7 +15,7 @@ struct PemBlock {
     bool encrypted = false; // a header says that the content is encrypted (RFC 1421)
 };
 
-// Takes the text apart. Strict: between, before and after the blocks stands only white space,
-// inside a block only base64. Returns why the text is refused, in words that hold nothing of it;
-// blocks then holds those before the fault.
+// Takes the text apart. Strict: only white space between, before and after the blocks, only base64
+// inside one. Returns why the text is refused, in words that hold nothing of it; blocks then holds
+// those before the fault.
 [[nodiscard]] Fault splitPemBlocks(std::string_view text, std::vector<PemBlock>& blocks);

@@ -3,9 +3,9 @@
 // Files with a defined state on disk at every moment.
 //
 // A file is written to the one temporary name of its directory, flushed, renamed to its final name,
-// and the directory is flushed. Whenever the process dies or the power goes, the old file or the
-// whole new one stands under the final name. The temporary name is fixed, because writers hold the
-// directory lock: a leftover of a crash is removed by the next that takes the lock.
+// and the directory is flushed. Whenever the process dies or the power fails, the final name is
+// that of the old file or of the whole new one. The temporary name is fixed, because writers hold
+// the directory's lock: the next one to take it removes what a crash left.
 //
 // Directories are made with mode 0700, files with 0600. A fault of the machine (no space, no
 // permission, ...) is thrown as std::system_error, its text naming the step and the path.

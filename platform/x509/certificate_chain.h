@@ -1,7 +1,8 @@
 #pragma once
 
-// Certificate chains (RFC 5280, 6): reading them, putting them in order, writing them. Whether a
-// certificate is any good is not asked here.
+// Certificate chains (RFC 5280, 6): reading them, putting them in order, writing them. Nothing is
+// said about whether a certificate is any good. What cannot be read leaves errors in OpenSSL's
+// queue for the thread.
 
 #include "platform/x509/openssl_handles.h"
 
@@ -13,13 +14,13 @@
 using CertificateChain = std::vector<CertificateHandle>;
 
 // The certificates among the PEM blocks (RFC 7468) of the text, in their order, up to the first one
-// that cannot be decoded. Whatever else stands in the text is skipped.
+// that cannot be decoded. Anything else in the text is skipped.
 [[nodiscard]] CertificateChain readCertificates(std::string_view text);
 
 // The first PKCS #7 block of the text (RFC 2315); null when there is none that can be decoded.
 [[nodiscard]] SignedDataHandle readSignedData(std::string_view text);
 
-// PKCS #7 has other kinds of content than signed data.
+// Whether the content is signed data: PKCS #7 has other kinds.
 [[nodiscard]] bool isSignedData(const PKCS7* data);
 
 // The certificates of the signed data, in their order; none when it is not signed data.
@@ -31,8 +32,8 @@ using IssuerTest = bool (*)(X509* issuer, X509* certificate);
 [[nodiscard]] bool hasIssuerName(X509* issuer, X509* certificate);
 [[nodiscard]] bool hasIssuerSignature(X509* issuer, X509* certificate);
 
-// Puts first the certificate whose name none of the others gives as its issuer, and behind each one
-// its issuer. True when all have found their place; otherwise what is left stays where it was.
+// Puts first the certificate that no other one names as its issuer, and after each certificate its
+// issuer. True when every certificate has such a place; one that has none stays where it was.
 bool orderChain(CertificateChain& chain, IssuerTest isIssuer);
 
 // The chain as PEM blocks. Throws std::runtime_error when OpenSSL cannot write it.

@@ -1,6 +1,6 @@
 #pragma once
 
-// The dates of a certificate.
+// Moments as certificates and resources write them.
 
 #include "platform/x509/openssl_handles.h"
 

@@ -17,5 +17,6 @@
 // memory for it.
 [[nodiscard]] BioHandle readableText(std::string_view text);
 
-// For OpenSSL's passphrase argument: there is none. Without it OpenSSL asks on the terminal.
+// For OpenSSL's passphrase argument: no passphrase. With a null pointer OpenSSL would ask for one
+// on the terminal.
 int noPassphrase(char* buffer, int size, int writing, void* user);

@@ -18,6 +18,6 @@ struct NamePart {
 // Organization, OrganizationalUnit, City, State, Country, Email; and always, at the end,
 // DisplayString: the whole name in the order and with the escapes of RFC 4514.
 //
-// A value is what stands in the certificate, converted to UTF-8. Whoever shows it checks it first:
-// it may hold control characters and anything else that a certificate's maker likes.
+// A value is the certificate's own, converted to UTF-8. Whoever shows it checks it first: it may
+// hold control characters and anything else that the certificate's maker likes.
 [[nodiscard]] std::vector<NamePart> namePartsOf(const X509_NAME* name);
