@@ -18,53 +18,40 @@
 
 namespace {
 
-// The file descriptors that the program starts with, owned for the time of the start.
-class FileActions {
+// How the program starts, owned for the time of the start: with files of the test's choice, and as
+// a service manager starts it: with SIGPIPE deadly, although the test ignores it and would hand
+// that on.
+class SpawnSettings {
 public:
-    FileActions() {
-        posix_spawn_file_actions_init(&mActions);
-    }
-    ~FileActions() {
-        posix_spawn_file_actions_destroy(&mActions);
-    }
-    FileActions(const FileActions&) = delete;
-    FileActions& operator=(const FileActions&) = delete;
-
-    void open(int descriptor, const std::string& path, int flags) {
-        posix_spawn_file_actions_addopen(&mActions, descriptor, path.c_str(), flags, 0600);
-    }
-
-    [[nodiscard]] const posix_spawn_file_actions_t* get() const {
-        return &mActions;
-    }
-
-private:
-    posix_spawn_file_actions_t mActions{};
-};
-
-// Programs start as a service manager starts them: with SIGPIPE deadly, although the test itself
-// ignores it and would hand that on.
-class Attributes {
-public:
-    Attributes() {
+    SpawnSettings() {
         sigset_t signals;
         sigemptyset(&signals);
         sigaddset(&signals, SIGPIPE);
+        posix_spawn_file_actions_init(&mFiles);
         posix_spawnattr_init(&mAttributes);
         posix_spawnattr_setsigdefault(&mAttributes, &signals);
         posix_spawnattr_setflags(&mAttributes, POSIX_SPAWN_SETSIGDEF);
     }
-    ~Attributes() {
+    ~SpawnSettings() {
         posix_spawnattr_destroy(&mAttributes);
+        posix_spawn_file_actions_destroy(&mFiles);
     }
-    Attributes(const Attributes&) = delete;
-    Attributes& operator=(const Attributes&) = delete;
+    SpawnSettings(const SpawnSettings&) = delete;
+    SpawnSettings& operator=(const SpawnSettings&) = delete;
 
-    [[nodiscard]] const posix_spawnattr_t* get() const {
+    void open(int descriptor, const std::string& path, int flags) {
+        posix_spawn_file_actions_addopen(&mFiles, descriptor, path.c_str(), flags, 0600);
+    }
+
+    [[nodiscard]] const posix_spawn_file_actions_t* files() const {
+        return &mFiles;
+    }
+    [[nodiscard]] const posix_spawnattr_t* attributes() const {
         return &mAttributes;
     }
 
 private:
+    posix_spawn_file_actions_t mFiles{};
     posix_spawnattr_t mAttributes{};
 };
 
@@ -98,18 +85,18 @@ std::vector<std::string> mergedEnvironment(const std::map<std::string, std::stri
 } // namespace
 
 ChildProcess::ChildProcess(const ChildProcessOptions& options) {
-    const Attributes attributes;
-    FileActions actions;
+    SpawnSettings settings;
     const int flags = O_WRONLY | O_CREAT | O_APPEND;
-    actions.open(STDIN_FILENO, "/dev/null", O_RDONLY);
-    actions.open(STDOUT_FILENO, options.outputFile, flags);
-    actions.open(STDERR_FILENO, options.errorFile, flags);
+    settings.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+    settings.open(STDOUT_FILENO, options.outputFile, flags);
+    settings.open(STDERR_FILENO, options.errorFile, flags);
     auto arguments = options.arguments;
     auto environment = mergedEnvironment(options.environment);
     const auto argumentPointers = pointers(arguments);
     const auto environmentPointers = pointers(environment);
-    const int error = posix_spawnp(&mPid, argumentPointers.front(), actions.get(), attributes.get(),
-                                   argumentPointers.data(), environmentPointers.data());
+    const int error =
+        posix_spawnp(&mPid, argumentPointers.front(), settings.files(), settings.attributes(),
+                     argumentPointers.data(), environmentPointers.data());
     if (error != 0) {
         throw std::runtime_error("cannot start " + arguments.front() + ": " +
                                  std::strerror(error)); // NOLINT(concurrency-mt-unsafe)

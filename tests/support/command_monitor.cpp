@@ -54,12 +54,7 @@ std::string quotedWord(const std::string& line, std::size_t& position) {
     return word;
 }
 
-bool beginsWith(const std::string& text, const std::string& prefix) {
-    return text.compare(0, prefix.size(), prefix) == 0;
-}
-
-} // namespace
-
+// One line of MONITOR: '1700000000.123456 [0 127.0.0.1:6000] "SET" "a\\x00b" "1"'.
 MonitoredCommand parseMonitorLine(const std::string& line) {
     const auto open = line.find(" [");
     const auto blank = line.find(' ', open + 2);
@@ -76,6 +71,8 @@ MonitoredCommand parseMonitorLine(const std::string& line) {
     }
     return command;
 }
+
+} // namespace
 
 CommandMonitor::CommandMonitor(const RedisServer& server) : mMonitor(server), mMarker(server) {
     mMonitor.command("MONITOR");
@@ -105,17 +102,7 @@ Commands CommandMonitor::commands() {
 Commands CommandMonitor::commandsFrom(const std::string& clientPrefix) {
     Commands result;
     for (const auto& command : stop()) {
-        if (beginsWith(command.client, clientPrefix)) {
-            result.push_back(command.words);
-        }
-    }
-    return result;
-}
-
-Commands CommandMonitor::commandsNotFrom(const std::string& clientPrefix) {
-    Commands result;
-    for (const auto& command : stop()) {
-        if (!beginsWith(command.client, clientPrefix)) {
+        if (command.client.starts_with(clientPrefix)) {
             result.push_back(command.words);
         }
     }

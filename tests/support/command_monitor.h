@@ -35,16 +35,9 @@ public:
     // socket while the test talks over TCP.
     [[nodiscard]] Commands commandsFrom(const std::string& clientPrefix);
 
-    // The same for all clients but those.
-    [[nodiscard]] Commands commandsNotFrom(const std::string& clientPrefix);
-
 private:
     RedisClient mMonitor;
     RedisClient mMarker;
     bool mStopped = false;
     std::vector<MonitoredCommand> mRecorded;
 };
-
-// One line of MONITOR: '1700000000.123456 [0 127.0.0.1:6000] "SET" "a\x00b" "1"'.
-// Throws std::runtime_error for a text of another form.
-[[nodiscard]] MonitoredCommand parseMonitorLine(const std::string& line);

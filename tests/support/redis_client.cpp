@@ -141,17 +141,6 @@ bool RedisClient::nextMessage(RedisAnswer& message, double seconds) {
     return true;
 }
 
-std::string RedisClient::address() {
-    const std::string information = command("CLIENT", "INFO").text;
-    const std::string label = " addr=";
-    const auto begin = information.find(label) + label.size();
-    const std::string address = information.substr(begin, information.find(' ', begin) - begin);
-    // The socket is listed as PATH:0.
-    return mContext->connection_type == REDIS_CONN_UNIX
-               ? "unix:" + address.substr(0, address.rfind(':'))
-               : address;
-}
-
 std::vector<std::string> RedisClient::keys() {
     auto result = command("KEYS", "*").texts();
     std::sort(result.begin(), result.end());

@@ -54,9 +54,6 @@ public:
         return mContext.get();
     }
 
-    // "127.0.0.1:PORT" over TCP, "unix:PATH" over the socket: as MONITOR names this client.
-    [[nodiscard]] std::string address();
-
     [[nodiscard]] std::vector<std::string> keys(); // sorted
     [[nodiscard]] std::map<std::string, std::string> hash(const std::string& key);
     [[nodiscard]] std::vector<std::string> list(const std::string& key);

@@ -63,8 +63,6 @@ void RedisServer::start() {
     if (!mOptions.password.empty()) {
         child.arguments.insert(child.arguments.end(), {"--requirepass", mOptions.password});
     }
-    child.arguments.insert(child.arguments.end(), mOptions.extraArguments.begin(),
-                           mOptions.extraArguments.end());
     child.outputFile = mDirectory.file("log");
     child.errorFile = child.outputFile;
     mProcess = std::make_unique<ChildProcess>(child);

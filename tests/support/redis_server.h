@@ -17,7 +17,6 @@ struct RedisServerOptions {
     int tcpPort = 0;           // 0: no TCP
     std::string password = {}; // empty: none
     bool keepData = false;
-    std::vector<std::string> extraArguments = {}; // as on redis-server's command line
 };
 
 // Started and answering at the end of construction, gone with its folder after destruction.
@@ -50,10 +49,9 @@ public:
     void pause();
     void resume();
 
-    // What the server printed, for a test that fails.
+private:
     [[nodiscard]] std::string log() const;
 
-private:
     RedisServerOptions mOptions;
     TempDirectory mDirectory;
     std::unique_ptr<ChildProcess> mProcess;

@@ -9,23 +9,6 @@
 #include <sstream>
 #include <stdexcept>
 
-namespace {
-
-void writeStream(const std::string& path, const std::string& content, std::ios::openmode mode) {
-    const auto parent = std::filesystem::path(path).parent_path();
-    if (!parent.empty()) {
-        std::filesystem::create_directories(parent);
-    }
-    std::ofstream file(path, std::ios::binary | mode);
-    file.write(content.data(), static_cast<std::streamsize>(content.size()));
-    file.close();
-    if (!file) {
-        throw std::runtime_error("cannot write " + path);
-    }
-}
-
-} // namespace
-
 TempDirectory::TempDirectory() : mPath("/tmp/test-XXXXXX") {
     if (mkdtemp(mPath.data()) == nullptr) {
         throw std::runtime_error("cannot make a folder below /tmp");
@@ -42,11 +25,16 @@ std::string TempDirectory::file(const std::string& name) const {
 }
 
 void writeFile(const std::string& path, const std::string& content) {
-    writeStream(path, content, std::ios::trunc);
-}
-
-void appendFile(const std::string& path, const std::string& content) {
-    writeStream(path, content, std::ios::app);
+    const auto parent = std::filesystem::path(path).parent_path();
+    if (!parent.empty()) {
+        std::filesystem::create_directories(parent);
+    }
+    std::ofstream file(path, std::ios::binary);
+    file.write(content.data(), static_cast<std::streamsize>(content.size()));
+    file.close();
+    if (!file) {
+        throw std::runtime_error("cannot write " + path);
+    }
 }
 
 std::string readFile(const std::string& path) {

@@ -28,9 +28,6 @@ private:
 // Throws std::runtime_error when that fails.
 void writeFile(const std::string& path, const std::string& content);
 
-// Adds exactly these bytes to the file's end.
-void appendFile(const std::string& path, const std::string& content);
-
 // The file's bytes. Throws std::runtime_error when it cannot be read.
 [[nodiscard]] std::string readFile(const std::string& path);
 
