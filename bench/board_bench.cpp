@@ -87,11 +87,13 @@ double startOnce(const RedisServer& server) {
 void runRequests(const RedisServer& server, int requests, const std::string& certificateText) {
     RedisClient client(server);
     TimedFrontEnd frontEnd(server.socketPath());
-    const Exchange content = frontEndRecords(client);
     const RequestCase creation = creationCase(certificateText);
+    const Exchange creationRecords = requestRecords(client, creation.request);
+    const Exchange content = frontEndRecords(client);
     for (int i = 0; i < requests; i += 2) {
         frontEnd.restore(content);
-        FrontEndAnswer answer = sendRequest(server, creation.request);
+        frontEnd.add(creationRecords);
+        FrontEndAnswer answer = sendStoredRequest(server, creation.request);
         const RequestCase deletion = deletionCase(answer.status["&&Location"]);
         answer = sendRequest(server, deletion.request);
         if (answer.status["&&ReturnStatus"] != deletion.status) {

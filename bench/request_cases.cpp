@@ -105,5 +105,12 @@ Exchange frontEndRecords(RedisClient& client) {
 Exchange requestRecords(RedisClient& client, const FrontEndRequest& request) {
     client.command("FLUSHDB");
     storeRequest(client, request);
+    // Texts as a front end stores them: in quotes, with their line ends as they are.
+    const json body = json::parse(request.body.empty() ? "{}" : request.body);
+    for (const auto& [name, value] : body.items()) {
+        if (value.is_string()) {
+            client.command("HSET", request.bodyKey, name, "\"" + value.get<std::string>() + "\"");
+        }
+    }
     return databaseContent(client);
 }
