@@ -6,9 +6,9 @@
 #include "tests/support/command_monitor.h"
 #include "tests/support/commands.h"
 #include "tests/support/output_capture.h"
-#include "tests/support/wire.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
+#include "tests/support/wire.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
