@@ -118,16 +118,6 @@ TEST_F(BackendLibrary, CarriesACertificateFromItsRequestToItsRenewal) {
     EXPECT_EQ(deleteCertificateHandler("/c/1").code, 200);
 }
 
-TEST_F(BackendLibrary, PassesRefusalsOn) {
-    const CreateCertResult created = createCertificateHandler({TRUSTED, "", "PEM", "1", ""});
-    EXPECT_EQ(created.code, 400);
-    EXPECT_EQ(created.message.MessageId, "Base.1.9.PropertyValueFormatError");
-    const DeleteCertResult deleted = deleteCertificateHandler("/nothing");
-    EXPECT_EQ(deleted.code, 400);
-    EXPECT_EQ(deleted.message.MessageId, "Base.1.9.ResourceMissingAtURI");
-    EXPECT_EQ(deleted.message.MessageArgs, std::vector<std::string>{"/nothing"});
-}
-
 TEST_F(BackendLibrary, JudgesByTheClockOfTheMachine) {
     const TestCertificate old =
         makeSelfSigned({.notBefore = "20190101000000Z", .notAfter = "20200101000000Z"});

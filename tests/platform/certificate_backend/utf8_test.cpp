@@ -2,42 +2,39 @@
 
 #include <gtest/gtest.h>
 
+using namespace std::string_view_literals;
+
 TEST(PrintableLength, CountsCharacters) {
-    for (const auto& [text, length] : std::vector<std::pair<std::string, std::size_t>>{
-             {"", 0},
-             {"board-1 ~", 9},
-             {"M\xc3\xbcnchen", 7},
-             {"\xe2\x82\xac", 1},
-             {"\xf0\x9f\x94\x91", 1},
-             {"\xc2\xa0", 1},
-             {"\xf4\x8f\xbf\xbf", 1},
-         }) {
+    using Row = std::pair<std::string_view, std::size_t>;
+    for (const auto& [text, length] :
+         {Row("", 0), Row("board-1 ~", 9), Row("M\xc3\xbcnchen", 7), Row("\xe2\x82\xac", 1),
+          Row("\xf0\x9f\x94\x91", 1), Row("\xc2\xa0", 1), Row("\xf4\x8f\xbf\xbf", 1)}) {
         EXPECT_EQ(printableLength(text), length) << testing::PrintToString(text);
     }
 }
 
 TEST(PrintableLength, IsNothingForControlCharactersAndWhatIsNotUtf8) {
-    for (const std::string& text : std::vector<std::string>{"a\nb",
-                                                            "\t",
-                                                            {"a\0b", 3},
-                                                            "\x7f",
-                                                            "\x1b[31m",
-                                                            "\xc2\x85",
-                                                            "\x80",
-                                                            "\xbf",
-                                                            "\xc3",
-                                                            "\xc3(",
-                                                            "\xc0\xaf",
-                                                            "\xc1\xbf",
-                                                            "\xe0\x9f\xbf",
-                                                            "\xe2\x82",
-                                                            "\xed\xa0\x80",
-                                                            "\xed\xbf\xbf",
-                                                            "\xf0\x8f\xbf\xbf",
-                                                            "\xf4\x90\x80\x80",
-                                                            "\xf8\x88\x80\x80\x80",
-                                                            "\xff",
-                                                            "M\xfcnchen"}) {
+    for (const std::string_view text : {"a\nb"sv,
+                                        "\t"sv,
+                                        "a\0b"sv,
+                                        "\x7f"sv,
+                                        "\x1b[31m"sv,
+                                        "\xc2\x85"sv,
+                                        "\x80"sv,
+                                        "\xbf"sv,
+                                        "\xc3"sv,
+                                        "\xc3("sv,
+                                        "\xc0\xaf"sv,
+                                        "\xc1\xbf"sv,
+                                        "\xe0\x9f\xbf"sv,
+                                        "\xe2\x82"sv,
+                                        "\xed\xa0\x80"sv,
+                                        "\xed\xbf\xbf"sv,
+                                        "\xf0\x8f\xbf\xbf"sv,
+                                        "\xf4\x90\x80\x80"sv,
+                                        "\xf8\x88\x80\x80\x80"sv,
+                                        "\xff"sv,
+                                        "M\xfcnchen"sv}) {
         EXPECT_EQ(printableLength(text), std::nullopt) << testing::PrintToString(text);
     }
 }
