@@ -165,7 +165,7 @@ void bareDelete(const BareInput& input) {
 }
 
 void bareSigningRequest(const BareInput& input) {
-    const KeyHandle key(EVP_EC_gen("P-256"));
+    const KeyHandle key(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"));
     const RequestHandle request(X509_REQ_new());
     require(key && request && X509_REQ_set_pubkey(request.get(), key.get()) == 1);
     X509_NAME* name = X509_REQ_get_subject_name(request.get());
