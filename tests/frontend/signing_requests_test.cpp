@@ -190,6 +190,20 @@ TEST_F(SigningRequests, ATaskStaysWhenTheWaitForItEnds) {
     EXPECT_EQ(runFrontEnd({"tasks", TASKS + "/1", "-o", "-"}).output, "late");
 }
 
+TEST_F(SigningRequests, LeaveTheirParametersInRedisNoLongerThanUntilTheAnswer) {
+    const std::string goOn = directory.file("go-on");
+    resetBackend();
+    setBackendAnswers(R"({"generateCSR": {"waitForFile": ")" + goOn + R"(", "csr": "late"}})");
+    startSteerableDaemon();
+    FrontEndProcess program({"generate-csr", COLLECTION, "--cn", "only-in-body", "--rsa", "2048"});
+    ASSERT_TRUE(waitUntil([] { return backendCalls().size() == 1; }));
+    EXPECT_TRUE(waitUntil([this] {
+        return client.dumpAll().find("only-in-body") == std::string::npos;
+    })) << "the task runs on";
+    writeFile(goOn, "");
+    EXPECT_EQ(program.finish().output, "late");
+}
+
 TEST_F(SigningRequests, OnlyTasksThatHaveEndedAreClearedAway) {
     startSteerableDaemon();
     setBackendAnswers(R"({"generateCSR": [{"csr": "first"}, {"waitForFile": "/tmp/go-on"}]})");

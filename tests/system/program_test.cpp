@@ -59,6 +59,7 @@ TEST(Program, HoldsNoHandlerOfItsOwn) {
 
 TEST(Program, ReadsNoCommandLine) {
     std::filesystem::remove("/var/run/redis.port");
+    std::filesystem::remove("/usr/local/etc/nginx/CertificateService.conf");
     const TempDirectory directory;
     for (const std::string argument : {"--help", "-v", "/etc/other.conf"}) {
         ChildProcessOptions options;
