@@ -117,28 +117,11 @@ bool chooseTransport(RedisConnectionInfo& info, long port, const char* socketPat
     return true;
 }
 
-// The library's growing buffers, under the names that its versions give to them.
-#if HIREDIS_MAJOR == 0
-std::size_t usedSize(char* buffer) {
-    return sdslen(buffer);
-}
-std::size_t freeSize(char* buffer) {
-    return sdsavail(buffer);
-}
-#else
-std::size_t usedSize(char* buffer) {
-    return hi_sdslen(buffer);
-}
-std::size_t freeSize(char* buffer) {
-    return hi_sdsavail(buffer);
-}
-#endif
-
 // Commands that a failed connection could not send. The library may have no buffer for want of
 // memory.
 void wipeUnsentCommands(redisContext& context) {
     if (context.obuf != nullptr) {
-        explicit_bzero(context.obuf, usedSize(context.obuf));
+        explicit_bzero(context.obuf, sdslen(context.obuf));
     }
 }
 
@@ -275,7 +258,7 @@ void wipeConnectionBuffers(redisContext* context) {
     const redisReader& reader = *context->reader;
     if (reader.buf != nullptr) { // an error costs the reader its buffer
         explicit_bzero(reader.buf, reader.pos);
-        explicit_bzero(reader.buf + reader.len, freeSize(reader.buf));
+        explicit_bzero(reader.buf + reader.len, sdsavail(reader.buf));
     }
     // The library reads through a buffer on the stack.
     wipeUnusedStack();
