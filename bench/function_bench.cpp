@@ -14,6 +14,8 @@
 #include <cstring>
 #include <exception>
 #include <map>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace {
@@ -21,6 +23,16 @@ namespace {
 constexpr double LARGEST_EXPONENT = 1.1;
 
 using Results = std::map<std::string, SideBySide>;
+
+// Why a run failed; nothing for a good one. Google Benchmark 1.8 gave its members other names.
+template <class Run>
+std::optional<std::string> failureOf(const Run& run) {
+    if constexpr (requires { run.error_occurred; }) {
+        return run.error_occurred ? std::optional(run.error_message) : std::nullopt;
+    } else {
+        return run.skipped != 0 ? std::optional(run.skip_message) : std::nullopt;
+    }
+}
 
 // Tells the figures of each benchmark on standard error as soon as they are there.
 class ProgressReporter : public benchmark::BenchmarkReporter {
@@ -31,9 +43,9 @@ public:
 
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
-            if (run.error_occurred) {
+            if (const auto failure = failureOf(run)) {
                 failed = true;
-                tellProgress(run.benchmark_name() + ": " + run.error_message);
+                tellProgress(run.benchmark_name() + ": " + *failure);
             } else {
                 tellProgress(run.run_name.function_name + ": " +
                              numberText(run.counters.at("ratio"), 2));
