@@ -1,5 +1,6 @@
 #include "frontend/ctl/certificate_file.h"
 
+#include "core/at_scope_end.h"
 #include "core/secret.h"
 #include "frontend/exchange/front_end_error.h"
 
@@ -93,9 +94,8 @@ CertificateText readCertificate(const CertificateSource& source) {
     std::string text = readTextFile(source.file);
     const bool isText = !contains(text, std::string_view("\0", 1));
     if (!isText || (!contains(text, CERTIFICATE_BEGIN) && !contains(text, PKCS7_BEGIN))) {
-        const FrontEndError error = notACertificate(source.file, text);
-        wipeText(text);
-        throw error;
+        const AtScopeEnd wiping([&text] { wipeText(text); });
+        throw notACertificate(source.file, text);
     }
     const std::string type = source.type.empty() ? guessCertificateType(text) : source.type;
     return {std::move(text), type};

@@ -72,4 +72,14 @@ TEST_F(RedisFaults, OfARestartedServerNeedARestartedDaemon) {
     EXPECT_EQ(newClient.list(MEMBERS).size(), 2U);
 }
 
+// The next request writes into the closed socket of the listener's commands.
+TEST_F(RedisFaults, OfAConnectionThatTheServerClosedDoNotEndTheDaemon) {
+    client.command("CLIENT", "KILL", "TYPE", "normal");
+    const std::string before = log();
+    storeAndAnnounce(creation());
+    ASSERT_TRUE(waitUntil([&] { return log() != before || !daemon->running(); }));
+    EXPECT_TRUE(daemon->running());
+    EXPECT_EQ(backendCalls().size(), 0U);
+}
+
 } // namespace
