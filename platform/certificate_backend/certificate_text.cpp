@@ -2,7 +2,7 @@
 
 #include "platform/certificate_backend/certificate_text.h"
 
-#include "platform/certificate_backend/pem_blocks.h"
+#include "platform/certificate_backend/private_key.h"
 
 #include <algorithm>
 #include <array>
@@ -15,7 +15,6 @@ constexpr std::size_t MOST_CERTIFICATES = 16;
 using Labels = std::array<std::string_view, 3>;
 constexpr Labels CERTIFICATE_LABELS = {"CERTIFICATE", "X509 CERTIFICATE"};
 constexpr Labels PKCS7_LABELS = {"PKCS7", "PKCS #7 SIGNED DATA"};
-constexpr Labels KEY_LABELS = {"PRIVATE KEY", "RSA PRIVATE KEY", "EC PRIVATE KEY"};
 constexpr std::string_view ENCRYPTED_KEY_LABEL = "ENCRYPTED PRIVATE KEY";
 constexpr std::string_view EC_PARAMETERS_LABEL = "EC PARAMETERS"; // written before an EC key
 
@@ -23,17 +22,17 @@ bool isOneOf(const Labels& labels, const std::string& label) {
     return std::find(labels.begin(), labels.end(), label) != labels.end();
 }
 
-Fault addCertificate(const SecretBytes& content, ChainAndKey& result) {
+Fault addCertificate(const SecretBytes& content, CertificateBlocks& result) {
     const unsigned char* position = content.data();
     CertificateHandle certificate(d2i_X509(nullptr, &position, static_cast<long>(content.size())));
     if (!certificate || position != content.data() + content.size()) {
         return "a certificate of the text cannot be decoded";
     }
-    result.chain.push_back(std::move(certificate));
+    result.certificates.push_back(std::move(certificate));
     return std::nullopt;
 }
 
-Fault addSignedData(const SecretBytes& content, ChainAndKey& result) {
+Fault addSignedData(const SecretBytes& content, CertificateBlocks& result) {
     const unsigned char* position = content.data();
     const SignedDataHandle data(d2i_PKCS7(nullptr, &position, static_cast<long>(content.size())));
     if (!data || position != content.data() + content.size()) {
@@ -43,27 +42,19 @@ Fault addSignedData(const SecretBytes& content, ChainAndKey& result) {
         return "the PKCS7 block of the text is not signed data";
     }
     CertificateChain certificates = certificatesOf(data.get());
-    std::move(certificates.begin(), certificates.end(), std::back_inserter(result.chain));
+    std::move(certificates.begin(), certificates.end(), std::back_inserter(result.certificates));
     return std::nullopt;
 }
 
-KeyHandle decodePrivateKey(const SecretBytes& content) {
-    const unsigned char* position = content.data();
-    return KeyHandle(d2i_AutoPrivateKey(nullptr, &position, static_cast<long>(content.size())));
-}
-
-Fault addPrivateKey(const SecretBytes& content, ChainAndKey& result) {
+Fault addPrivateKey(PemBlock& block, CertificateBlocks& result) {
     if (result.privateKey) {
         return "the text holds more than one private key";
     }
-    result.privateKey = decodePrivateKey(content);
-    if (!result.privateKey) {
-        return "the private key of the text cannot be decoded";
-    }
+    result.privateKey = std::move(block);
     return std::nullopt;
 }
 
-Fault addBlock(const PemBlock& block, CertificateType type, ChainAndKey& result) {
+Fault addBlock(PemBlock& block, CertificateType type, CertificateBlocks& result) {
     if (block.encrypted || block.label == ENCRYPTED_KEY_LABEL) {
         return "the private key of the text is encrypted";
     }
@@ -73,8 +64,8 @@ Fault addBlock(const PemBlock& block, CertificateType type, ChainAndKey& result)
     if (type != CertificateType::SIGNED_DATA && isOneOf(CERTIFICATE_LABELS, block.label)) {
         return addCertificate(block.content, result);
     }
-    if (isOneOf(KEY_LABELS, block.label)) {
-        return addPrivateKey(block.content, result);
+    if (holdsPrivateKey(block)) {
+        return addPrivateKey(block, result);
     }
     if (block.label != EC_PARAMETERS_LABEL) {
         return "the text holds a \"" + block.label +
@@ -156,8 +147,8 @@ std::optional<CertificateType> certificateTypeOf(std::string_view name) {
     return name == "PKCS7" ? std::optional(CertificateType::SIGNED_DATA) : std::nullopt;
 }
 
-Fault readCertificateText(std::string_view text, CertificateType type, ChainAndKey& result,
-                          std::size_t longest) {
+Fault readCertificateBlocks(std::string_view text, CertificateType type, std::size_t longest,
+                            CertificateBlocks& result) {
     if (Fault fault = textFault(text, longest)) {
         return fault;
     }
@@ -165,14 +156,27 @@ Fault readCertificateText(std::string_view text, CertificateType type, ChainAndK
     if (Fault fault = splitPemBlocks(text, blocks)) {
         return fault;
     }
-    for (const PemBlock& block : blocks) {
+    for (PemBlock& block : blocks) {
         if (Fault fault = addBlock(block, type, result)) {
             return fault;
         }
     }
-    if (Fault fault = countFault(result.chain.size(), type)) {
+    return countFault(result.certificates.size(), type);
+}
+
+Fault readCertificateText(std::string_view text, CertificateType type, ChainAndKey& result,
+                          std::size_t longest) {
+    CertificateBlocks blocks;
+    if (Fault fault = readCertificateBlocks(text, type, longest, blocks)) {
         return fault;
     }
+    if (blocks.privateKey) {
+        result.privateKey = decodePrivateKey(*blocks.privateKey);
+        if (!result.privateKey) {
+            return "the private key of the text cannot be decoded";
+        }
+    }
+    result.chain = std::move(blocks.certificates);
     return chainFault(result.chain);
 }
 
@@ -182,7 +186,6 @@ std::string certificateText(const CertificateChain& chain, CertificateType type)
 
 KeyHandle readPrivateKey(std::string_view text) {
     std::vector<PemBlock> blocks;
-    const bool isOneKey = !splitPemBlocks(text, blocks) && blocks.size() == 1 &&
-                          isOneOf(KEY_LABELS, blocks.front().label);
-    return isOneKey ? decodePrivateKey(blocks.front().content) : nullptr;
+    const bool isOneKey = !splitPemBlocks(text, blocks) && blocks.size() == 1;
+    return isOneKey ? decodePrivateKey(blocks.front()) : nullptr;
 }

@@ -2,6 +2,7 @@
 
 // The texts in which certificates come and go (Redfish Certificate 1.2, CertificateType).
 
+#include "platform/certificate_backend/pem_blocks.h"
 #include "platform/posix/fault.h"
 #include "platform/x509/certificate_chain.h"
 
@@ -24,12 +25,22 @@ struct ChainAndKey {
     KeyHandle privateKey; // of the first certificate; null when there is none
 };
 
+// What a text holds, before anything is asked about it.
+struct CertificateBlocks {
+    CertificateChain certificates;      // as the text has them
+    std::optional<PemBlock> privateKey; // not decoded
+};
+
 constexpr std::size_t LONGEST_CERTIFICATE_TEXT = std::size_t{64} * 1024; // bytes
 
-// Reads a text of at most that many bytes with at most 16 certificates, which are put in order, and
-// at most one unencrypted private key. Whether key and certificate belong together and whether the
-// certificates are to be trusted is not asked here. Returns why the text is refused, in words that
-// hold nothing of a key; the result is then not to be used.
+// Reads a text of at most that many bytes with at most 16 certificates and at most one unencrypted
+// private key. Returns why the text is refused, in words that hold nothing of a key; the result is
+// then not to be used.
+[[nodiscard]] Fault readCertificateBlocks(std::string_view text, CertificateType type,
+                                          std::size_t longest, CertificateBlocks& result);
+
+// The same with the certificates put in order and the key decoded. Whether key and certificate
+// belong together and whether the certificates are to be trusted is not asked here.
 [[nodiscard]] Fault readCertificateText(std::string_view text, CertificateType type,
                                         ChainAndKey& result,
                                         std::size_t longest = LONGEST_CERTIFICATE_TEXT);

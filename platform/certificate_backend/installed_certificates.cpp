@@ -21,19 +21,19 @@ std::string installedFile(const std::string& directory, const std::string& certi
 }
 
 bool isInstalled(const LockedDirectory& directory, const std::string& certificateUri) {
-    return fileExists(installedFolder(directory.path()), fileName(certificateUri));
+    return fileExists(directory.installed(), fileName(certificateUri));
 }
 
-std::optional<ChainAndKey> loadInstalled(const LockedDirectory& directory,
-                                         const std::string& certificateUri) {
+std::optional<CertificateBlocks> loadInstalled(const LockedDirectory& directory,
+                                               const std::string& certificateUri) {
     const std::optional<SecretText> content =
-        readFile(installedFolder(directory.path()), fileName(certificateUri));
+        readFile(directory.installed(), fileName(certificateUri));
     if (!content) {
         return std::nullopt;
     }
-    ChainAndKey installed;
+    CertificateBlocks installed;
     if (const Fault fault =
-            readCertificateText(*content, CertificateType::CHAIN, installed, LONGEST_FILE)) {
+            readCertificateBlocks(*content, CertificateType::CHAIN, LONGEST_FILE, installed)) {
         throw std::runtime_error(installedFile(directory.path(), certificateUri) +
                                  " is damaged: " + *fault);
     }
@@ -45,9 +45,9 @@ void saveInstalled(const LockedDirectory& directory, const std::string& certific
     SecretText content =
         certificate.privateKey ? privateKeyText(certificate.privateKey.get()) : SecretText();
     content += certificateText(certificate.chain, CertificateType::CHAIN);
-    writeFileAtomically(installedFolder(directory.path()), fileName(certificateUri), content);
+    writeFileAtomically(directory.installed(), fileName(certificateUri), content);
 }
 
 bool removeInstalled(const LockedDirectory& directory, const std::string& certificateUri) {
-    return removeFile(installedFolder(directory.path()), fileName(certificateUri));
+    return removeFile(directory.installed(), fileName(certificateUri));
 }

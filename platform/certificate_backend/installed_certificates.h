@@ -15,10 +15,10 @@
 
 [[nodiscard]] bool isInstalled(const LockedDirectory& directory, const std::string& certificateUri);
 
-// What is installed; nothing when there is nothing. The private key is null in a collection of
-// trust.
-[[nodiscard]] std::optional<ChainAndKey> loadInstalled(const LockedDirectory& directory,
-                                                       const std::string& certificateUri);
+// What is installed, its certificates in the order of the chain; nothing when there is nothing. In
+// a collection of trust there is no private key.
+[[nodiscard]] std::optional<CertificateBlocks> loadInstalled(const LockedDirectory& directory,
+                                                             const std::string& certificateUri);
 
 // Puts chain and private key, if there is one, on disk together, in place of what was there.
 void saveInstalled(const LockedDirectory& directory, const std::string& certificateUri,

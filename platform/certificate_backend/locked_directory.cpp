@@ -3,10 +3,10 @@
 #include "platform/certificate_backend/sha256.h"
 #include "platform/posix/atomic_file.h"
 
-#include <utility>
-
 namespace {
 
+constexpr const char* INSTALLED = "installed";
+constexpr const char* REQUESTS = "requests";
 constexpr std::size_t LONGEST_NAME = 200; // leaves room for an ending within 255 bytes
 constexpr std::size_t KEPT_OF_LONG_NAME = 100;
 constexpr std::string_view HEX_DIGITS = "0123456789abcdef";
@@ -21,27 +21,30 @@ std::string escaped(char c) {
     return {'=', HEX_DIGITS[byte >> 4U], HEX_DIGITS[byte & 0x0fU]};
 }
 
-FileDescriptor makeAndLock(const std::string& path) {
-    makeDirectory(path);
-    return lockDirectory(path);
+Directory makeAndLock(const std::string& path) {
+    Directory directory = openOrMakeDirectory(path);
+    lockDirectory(directory);
+    return directory;
+}
+
+Directory folderWithoutLeftovers(const Directory& top, const char* name) {
+    Directory folder = openOrMakeFolder(top, name);
+    removeInterruptedWrite(folder);
+    return folder;
 }
 
 } // namespace
 
-LockedDirectory::LockedDirectory(std::string path)
-    : mPath(std::move(path)), mLock(makeAndLock(mPath)) {
-    for (const std::string& folder : {installedFolder(mPath), requestsFolder(mPath)}) {
-        makeDirectory(folder);
-        removeInterruptedWrite(folder);
-    }
-}
+LockedDirectory::LockedDirectory(const std::string& path)
+    : mTop(makeAndLock(path)), mInstalled(folderWithoutLeftovers(mTop, INSTALLED)),
+      mRequests(folderWithoutLeftovers(mTop, REQUESTS)) {}
 
 std::string installedFolder(const std::string& directory) {
-    return directory + "/installed";
+    return directory + "/" + INSTALLED;
 }
 
 std::string requestsFolder(const std::string& directory) {
-    return directory + "/requests";
+    return directory + "/" + REQUESTS;
 }
 
 std::string fileNameOf(std::string_view uri) {

@@ -9,7 +9,7 @@
 //
 // The directory's lock guards both folders, among threads and among processes.
 
-#include "platform/posix/file_descriptor.h"
+#include "platform/posix/directory.h"
 
 #include <string>
 #include <string_view>
@@ -20,15 +20,22 @@ class LockedDirectory {
 public:
     // Makes the directory and its folders where they are missing, waits for the lock, and removes
     // what a crash left behind. Throws std::system_error on a fault of the machine.
-    explicit LockedDirectory(std::string path);
+    explicit LockedDirectory(const std::string& path);
 
     [[nodiscard]] const std::string& path() const {
-        return mPath;
+        return mTop.path;
+    }
+    [[nodiscard]] const Directory& installed() const {
+        return mInstalled;
+    }
+    [[nodiscard]] const Directory& requests() const {
+        return mRequests;
     }
 
 private:
-    std::string mPath;
-    FileDescriptor mLock;
+    Directory mTop; // has the lock
+    Directory mInstalled;
+    Directory mRequests;
 };
 
 [[nodiscard]] std::string installedFolder(const std::string& directory);

@@ -7,6 +7,7 @@
 #include "platform/certificate_backend/messages.h"
 #include "platform/certificate_backend/new_certificate.h"
 #include "platform/certificate_backend/operations.h"
+#include "platform/certificate_backend/private_key.h"
 #include "platform/certificate_backend/request_keys.h"
 #include "platform/certificate_backend/utf8.h"
 
@@ -38,11 +39,14 @@ bool sameCertificates(const CertificateChain& one, const CertificateChain& other
 
 // The private key of a certificate that came without one: that of a signing request, or the
 // installed one when the certificate was renewed for the same key. Null when neither fits.
-KeyHandle knownKey(const LockedDirectory& directory, ChainAndKey& installed, EVP_PKEY* publicKey) {
+KeyHandle knownKey(const LockedDirectory& directory, const CertificateBlocks& installed,
+                   EVP_PKEY* publicKey) {
     KeyHandle key = findRequestKey(directory, publicKey);
-    const bool renewed =
-        !key && installed.privateKey && keysBelongTogether(installed.privateKey.get(), publicKey);
-    return renewed ? std::move(installed.privateKey) : std::move(key);
+    if (key || !installed.privateKey) {
+        return key;
+    }
+    key = decodePrivateKey(*installed.privateKey);
+    return key && keysBelongTogether(key.get(), publicKey) ? std::move(key) : nullptr;
 }
 
 Fault readAndDescribe(const ReplaceCertRequest& request, NewCertificate& certificate,
@@ -56,7 +60,7 @@ Fault readAndDescribe(const ReplaceCertRequest& request, NewCertificate& certifi
 
 // The certificates are the installed ones. A key beside them is checked all the same.
 CreateCertResult leaveInstalled(const LockedDirectory& directory, const NewCertificate& certificate,
-                                const ChainAndKey& installed, CreateCertResult result) {
+                                const CertificateBlocks& installed, CreateCertResult result) {
     if (const Fault fault = privateKeyFault(certificate.content, certificate.kind)) {
         return refusedText(*fault);
     }
@@ -68,7 +72,7 @@ CreateCertResult leaveInstalled(const LockedDirectory& directory, const NewCerti
 }
 
 CreateCertResult installInstead(const LockedDirectory& directory, NewCertificate& certificate,
-                                ChainAndKey& installed, CreateCertResult result) {
+                                const CertificateBlocks& installed, CreateCertResult result) {
     if (lacksKey(certificate)) {
         certificate.content.privateKey = knownKey(directory, installed, publicKeyOf(certificate));
     }
@@ -91,7 +95,7 @@ CreateCertResult replaceCertificate(const Surroundings& surroundings,
     NewCertificate certificate = {
         request.certificateUri, collectionKindOf(collectionOf(request.certificateUri)), *type, {}};
     const LockedDirectory directory(surroundings.directory);
-    std::optional<ChainAndKey> installed = loadInstalled(directory, certificate.uri);
+    const std::optional<CertificateBlocks> installed = loadInstalled(directory, certificate.uri);
     if (!installed) {
         return refused(400, resourceMissingAtUri(certificate.uri));
     }
@@ -99,7 +103,7 @@ CreateCertResult replaceCertificate(const Surroundings& surroundings,
     if (const Fault fault = readAndDescribe(request, certificate, result)) {
         return refusedText(*fault);
     }
-    if (sameCertificates(certificate.content.chain, installed->chain)) {
+    if (sameCertificates(certificate.content.chain, installed->certificates)) {
         return leaveInstalled(directory, certificate, *installed, std::move(result));
     }
     if (const Fault fault = admissionFault(certificate.content, certificate.kind,

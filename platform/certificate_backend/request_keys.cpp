@@ -27,7 +27,7 @@ bool isKeyFile(const std::string& name) {
 }
 
 std::vector<std::string> keyFiles(const LockedDirectory& directory) {
-    std::vector<std::string> names = listFiles(requestsFolder(directory.path()));
+    std::vector<std::string> names = listFiles(directory.requests());
     std::erase_if(names, [](const std::string& name) { return !isKeyFile(name); });
     return names;
 }
@@ -56,7 +56,7 @@ std::string numberAfter(const std::vector<std::string>& names) {
 } // namespace
 
 void keepRequestKey(const LockedDirectory& directory, EVP_PKEY* key, const std::string& digest) {
-    const std::string folder = requestsFolder(directory.path());
+    const Directory& folder = directory.requests();
     const std::vector<std::string> older = keyFiles(directory);
     writeFileAtomically(folder, numberAfter(older) + "-" + digest + ENDING, privateKeyText(key));
     for (std::size_t i = 0; i + MOST_KEYS <= older.size(); ++i) {
@@ -67,7 +67,7 @@ void keepRequestKey(const LockedDirectory& directory, EVP_PKEY* key, const std::
 KeyHandle findRequestKey(const LockedDirectory& directory, EVP_PKEY* publicKey) {
     const std::string name = fileOfKey(directory, publicKey);
     const std::optional<SecretText> text =
-        name.empty() ? std::nullopt : readFile(requestsFolder(directory.path()), name);
+        name.empty() ? std::nullopt : readFile(directory.requests(), name);
     if (!text) {
         return nullptr;
     }
@@ -81,7 +81,6 @@ KeyHandle findRequestKey(const LockedDirectory& directory, EVP_PKEY* publicKey) 
 void dropRequestKey(const LockedDirectory& directory, EVP_PKEY* publicKey) {
     const std::string name = fileOfKey(directory, publicKey);
     if (!name.empty()) {
-        static_cast<void>(
-            removeFile(requestsFolder(directory.path()), name)); // gone already is as good
+        static_cast<void>(removeFile(directory.requests(), name)); // gone already is as good
     }
 }

@@ -7,10 +7,10 @@
 // that of the old file or of the whole new one. The temporary name is fixed, because writers hold
 // the directory's lock: the next one to take it removes what a crash left.
 //
-// Directories are made with mode 0700, files with 0600. A fault of the machine (no space, no
-// permission, ...) is thrown as std::system_error, its text naming the step and the path.
+// Files are made with mode 0600. A fault of the machine (no space, no permission, ...) is thrown as
+// std::system_error, its text naming the step and the path.
 
-#include "platform/posix/file_descriptor.h"
+#include "platform/posix/directory.h"
 #include "platform/posix/secret_text.h"
 
 #include <optional>
@@ -18,30 +18,23 @@
 #include <string_view>
 #include <vector>
 
-// Makes the directory when it is missing; its parent must be there. Does not touch an existing one.
-void makeDirectory(const std::string& path);
-
-// Opens the directory and takes its lock, which is exclusive among threads and processes, waiting
-// as long as another holds it. The lock ends with the returned object, or with the process.
-[[nodiscard]] FileDescriptor lockDirectory(const std::string& path);
-
 // Writes the file whole or not at all. The caller holds a lock that covers the directory.
-void writeFileAtomically(const std::string& directory, const std::string& name,
+void writeFileAtomically(const Directory& directory, const std::string& name,
                          std::string_view content);
 
 // Removes what an interrupted write left behind. The caller holds a lock that covers the directory.
-void removeInterruptedWrite(const std::string& directory);
+void removeInterruptedWrite(const Directory& directory);
 
 // Removes the file for good: true when it was there, false when there was none.
-[[nodiscard]] bool removeFile(const std::string& directory, const std::string& name);
+[[nodiscard]] bool removeFile(const Directory& directory, const std::string& name);
 
 // The content of the file, at most 1 MiB of it; nothing when there is none. A symbolic link is a
 // fault.
-[[nodiscard]] std::optional<SecretText> readFile(const std::string& directory,
+[[nodiscard]] std::optional<SecretText> readFile(const Directory& directory,
                                                  const std::string& name);
 
 // Whether a file of that name is there.
-[[nodiscard]] bool fileExists(const std::string& directory, const std::string& name);
+[[nodiscard]] bool fileExists(const Directory& directory, const std::string& name);
 
 // The names of the files in the directory, sorted; none that begins with a dot.
-[[nodiscard]] std::vector<std::string> listFiles(const std::string& directory);
+[[nodiscard]] std::vector<std::string> listFiles(const Directory& directory);

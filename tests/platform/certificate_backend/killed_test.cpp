@@ -136,9 +136,9 @@ TEST_F(KilledBackend, LeavesTheOldPairOrTheNewOneInAReplacement) {
 TEST_F(KilledBackend, FlushesAFileBeforeItHasItsNameAndTheDirectoryAfterwards) {
     const std::string next = textOf(makeSelfSigned());
     ASSERT_EQ(create(textOf(makeSelfSigned())).code, 200);
-    // Each operation first makes sure of the three directories and clears away a leftover in two.
+    // Each operation first clears away a leftover in both folders.
     const auto afterPreparing = [](std::vector<std::string> calls) {
-        calls.insert(calls.begin(), {"mkdir", "mkdir", "unlink", "mkdir", "unlink"});
+        calls.insert(calls.begin(), {"unlink", "unlink"});
         return calls;
     };
     EXPECT_EQ(changingCalls([&] { static_cast<void>(replace(next)); }),

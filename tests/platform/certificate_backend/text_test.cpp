@@ -164,7 +164,7 @@ TEST(CertificateText, IsRefusedInExactWords) {
              {block("X509 CRL") + good, PEM, ofType("X509 CRL")},
              {good + makeSelfSigned().certificate, PEM,
               "the text holds more than one certificate; its type must be PEMchain"},
-             {block("PRIVATE KEY"), PEM, "the private key of the text cannot be decoded"},
+             {block("PRIVATE KEY") + good, PEM, "the private key of the text cannot be decoded"},
              {made.privateKey + good + made.privateKey, PEM,
               "the text holds more than one private key"},
              {encryptPrivateKey(made.privateKey, "secret") + good, PEM, ENCRYPTED},

@@ -26,28 +26,25 @@ ino_t inodeOf(const std::string& path) {
 
 class AtomicFile : public testing::Test {
 protected:
-    AtomicFile() {
-        makeDirectory(directory);
-    }
-
     TempDirectory temporary;
-    std::string directory = temporary.file("kept");
+    std::string path = temporary.file("kept");
+    Directory directory = openOrMakeDirectory(path);
 };
 
 TEST_F(AtomicFile, IsReadAndWrittenByItsOwnerOnly) {
     writeFileAtomically(directory, "name", "content");
-    EXPECT_EQ(fileMode(directory), 0700U);
-    EXPECT_EQ(fileMode(directory + "/name"), 0600U);
+    EXPECT_EQ(fileMode(path), 0700U);
+    EXPECT_EQ(fileMode(path + "/name"), 0600U);
     EXPECT_EQ(readFile(directory, "name"), "content");
     EXPECT_EQ(listFiles(directory), std::vector<std::string>{"name"});
 }
 
 TEST_F(AtomicFile, IsReplacedByAnotherFileNotChanged) {
     writeFileAtomically(directory, "name", "old");
-    const ino_t before = inodeOf(directory + "/name");
+    const ino_t before = inodeOf(path + "/name");
     writeFileAtomically(directory, "name", "new");
     EXPECT_EQ(readFile(directory, "name"), "new");
-    EXPECT_NE(inodeOf(directory + "/name"), before);
+    EXPECT_NE(inodeOf(path + "/name"), before);
 }
 
 TEST_F(AtomicFile, IsReadWholeUpToOneMebibyte) {
@@ -61,13 +58,14 @@ TEST_F(AtomicFile, IsReadWholeUpToOneMebibyte) {
 
 TEST_F(AtomicFile, StaysAsItWasWhenTheNewOneCannotBeWritten) {
     writeFileAtomically(directory, "name", "old");
-    makeDirectory(directory + "/.new"); // stands where the new content would be written
+    std::filesystem::create_directory(path +
+                                      "/.new"); // stands where the new content would be written
     EXPECT_THROW(writeFileAtomically(directory, "name", "new"), std::system_error);
     EXPECT_EQ(readFile(directory, "name"), "old");
 }
 
 TEST_F(AtomicFile, LeavesNothingBehindWhenItsNameIsTaken) {
-    makeDirectory(directory + "/name");
+    std::filesystem::create_directory(path + "/name");
     EXPECT_THROW(writeFileAtomically(directory, "name", "new"), std::system_error);
     EXPECT_FALSE(fileExists(directory, ".new"));
 }
@@ -83,43 +81,40 @@ TEST_F(AtomicFile, IsRemovedOnce) {
 
 TEST_F(AtomicFile, IsNeverReachedThroughASymbolicLink) {
     writeFile(temporary.file("outside"), "secret");
-    std::filesystem::create_symlink(temporary.file("outside"), directory + "/name");
+    std::filesystem::create_symlink(temporary.file("outside"), path + "/name");
     EXPECT_THROW(static_cast<void>(readFile(directory, "name")), std::system_error);
     writeFileAtomically(directory, "name", "new");
     EXPECT_EQ(readFile(temporary.file("outside")), "secret");
     EXPECT_EQ(readFile(directory, "name"), "new");
-    std::filesystem::create_symlink(temporary.file("outside"), directory + "/.new");
+    std::filesystem::create_symlink(temporary.file("outside"), path + "/.new");
     EXPECT_THROW(writeFileAtomically(directory, "name", "newer"), std::system_error);
     EXPECT_EQ(readFile(temporary.file("outside")), "secret");
 }
 
-TEST_F(AtomicFile, InAMissingDirectoryIsAFaultThatNamesStepAndPath) {
-    const std::string missing = directory + "/missing";
-    const std::vector<std::pair<std::string, std::function<void()>>> steps = {
-        {"cannot make the directory " + missing + "/deeper",
-         [&] { makeDirectory(missing + "/deeper"); }},
-        {"cannot open the directory " + missing,
-         [&] { static_cast<void>(lockDirectory(missing)); }},
-        {"cannot open the directory " + missing,
-         [&] { writeFileAtomically(missing, "name", "x"); }},
-        {"cannot open the directory " + missing,
-         [&] { static_cast<void>(removeFile(missing, "name")); }},
-        {"cannot list " + missing, [&] { static_cast<void>(listFiles(missing)); }},
-    };
-    for (const auto& [words, step] : steps) {
+TEST_F(AtomicFile, MakesADirectoryOnlyBelowOneThatIsThere) {
+    for (const auto& make : std::vector<std::function<void()>>{
+             [&] { static_cast<void>(openOrMakeDirectory(path + "/missing/deeper")); },
+             [&] { static_cast<void>(openOrMakeFolder(directory, "missing/deeper")); }}) {
         try {
-            step();
-            ADD_FAILURE() << words;
+            make();
+            ADD_FAILURE();
         } catch (const std::system_error& error) {
-            EXPECT_EQ(error.what(), words + ": No such file or directory");
+            EXPECT_EQ(error.what(), "cannot make the directory " + path +
+                                        "/missing/deeper: No such file or directory");
         }
     }
 }
 
+TEST_F(AtomicFile, IsNotKeptInADirectoryBehindALink) {
+    std::filesystem::create_symlink(path, temporary.file("link"));
+    EXPECT_THROW(static_cast<void>(openOrMakeDirectory(temporary.file("link"))), std::system_error);
+}
+
 TEST_F(AtomicFile, LockIsHeldAloneAndAsLongAsItsOwnerLives) {
-    const FileDescriptor other(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor other(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     {
-        const FileDescriptor lock = lockDirectory(directory);
+        const Directory locked = openOrMakeDirectory(path);
+        lockDirectory(locked);
         EXPECT_NE(flock(other.get(), LOCK_SH | LOCK_NB), 0);
         EXPECT_EQ(errno, EWOULDBLOCK);
     }
@@ -132,7 +127,8 @@ TEST_F(AtomicFile, LockIsGivenToOneThreadAtATime) {
     std::atomic<int> turns = 0;
     onThreads(3, [&](std::size_t /*thread*/) {
         for (int i = 0; i < 200; ++i) {
-            const FileDescriptor lock = lockDirectory(directory);
+            const Directory locked = openOrMakeDirectory(path);
+            lockDirectory(locked);
             clashes += inside.fetch_add(1) == 0 ? 0 : 1;
             ++turns;
             inside.fetch_sub(1);

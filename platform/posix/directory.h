@@ -1,0 +1,31 @@
+#pragma once
+
+// Directories that are opened once: what changes one works relative to its descriptor, so that a
+// rename and the flush after it are sure to mean the same directory.
+//
+// Directories are made with mode 0700. A fault of the machine (no permission, no space, ...) is
+// thrown as std::system_error, its text naming the step and the path.
+
+#include "platform/posix/file_descriptor.h"
+
+#include <string>
+
+struct Directory {
+    FileDescriptor descriptor;
+    std::string path; // for messages
+};
+
+// Opens the directory at the path, or the folder of that name in a directory, and makes it when it
+// is missing. The directory above must be there. A symbolic link in its place is a fault.
+[[nodiscard]] Directory openOrMakeDirectory(const std::string& path);
+[[nodiscard]] Directory openOrMakeFolder(const Directory& parent, const std::string& name);
+
+// Puts on disk what names the directory holds.
+void flushDirectory(const Directory& directory);
+
+// Takes the directory's lock, which is exclusive among threads and processes, waiting as long as
+// another holds it. The lock ends with the descriptor, or with the process.
+void lockDirectory(const Directory& directory);
+
+// The text of the error number with the step and the path before it.
+[[noreturn]] void throwSystemError(const std::string& step, const std::string& path);
