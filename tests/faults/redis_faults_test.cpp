@@ -72,11 +72,12 @@ TEST_F(RedisFaults, OfARestartedServerNeedARestartedDaemon) {
     EXPECT_EQ(newClient.list(MEMBERS).size(), 2U);
 }
 
-// The next request writes into the closed socket of the listener's commands.
+// The next action writes into the closed socket of its listener's commands.
 TEST_F(RedisFaults, OfAConnectionThatTheServerClosedDoNotEndTheDaemon) {
+    storeRequest(client, soundRequest(RequestKind::ACTION));
     client.command("CLIENT", "KILL", "TYPE", "normal");
     const std::string before = log();
-    storeAndAnnounce(creation());
+    announce(soundRequest(RequestKind::ACTION), requestMessage(soundRequest(RequestKind::ACTION)));
     ASSERT_TRUE(waitUntil([&] { return log() != before || !daemon->running(); }));
     EXPECT_TRUE(daemon->running());
     EXPECT_EQ(backendCalls().size(), 0U);

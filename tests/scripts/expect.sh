@@ -5,6 +5,7 @@ build=$2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$root"
+PATH=$PATH:/usr/sbin:/sbin # chroot, for an ordinary user too
 
 fail() {
     printf '%s\n' "$*" >&2
