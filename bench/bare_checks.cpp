@@ -32,12 +32,28 @@ struct Pair {
     CertificateHandle certificate;
 };
 
-Pair readPair(const std::string& text) {
-    const BioHandle memory(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
-    KeyHandle key(PEM_read_bio_PrivateKey(memory.get(), nullptr, nullptr, nullptr));
-    CertificateHandle certificate(PEM_read_bio_X509(memory.get(), nullptr, nullptr, nullptr));
-    require(key && certificate);
-    return {std::move(key), std::move(certificate)};
+BioHandle memoryOf(const std::string& text) {
+    return BioHandle(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
+}
+
+// With its type named: left to find it out, OpenSSL tries one decoder after the other.
+KeyHandle readEcKey(const std::string& text) {
+    unsigned char* encoded = nullptr;
+    long length = 0;
+    require(PEM_bytes_read_bio(&encoded, &length, nullptr, PEM_STRING_PKCS8INF,
+                               memoryOf(text).get(), nullptr, nullptr) == 1);
+    const unsigned char* position = encoded;
+    KeyHandle key(d2i_PrivateKey(EVP_PKEY_EC, nullptr, &position, length));
+    OPENSSL_free(encoded);
+    require(key != nullptr);
+    return key;
+}
+
+CertificateHandle readCertificate(const std::string& text) {
+    CertificateHandle certificate(
+        PEM_read_bio_X509(memoryOf(text).get(), nullptr, nullptr, nullptr));
+    require(certificate != nullptr);
+    return certificate;
 }
 
 void checkPair(const Pair& pair) {
@@ -125,7 +141,7 @@ FileDescriptor locked(const std::string& directory) {
 }
 
 void install(const BareInput& input) {
-    const Pair pair = readPair(input.certificateText);
+    const Pair pair = {readEcKey(input.certificateText), readCertificate(input.certificateText)};
     checkCertificate(pair.certificate.get());
     checkPair(pair);
     checkChain(pair.certificate.get(), input.rootCaFile);
@@ -154,7 +170,8 @@ void bareCreate(const BareInput& input) {
 
 void bareReplace(const BareInput& input) {
     const FileDescriptor lock = locked(input.directory);
-    const Pair installed = readPair(readFile(input.directory + "/" + BARE_CERTIFICATE_FILE));
+    const CertificateHandle installed =
+        readCertificate(readFile(input.directory + "/" + BARE_CERTIFICATE_FILE));
     install(input);
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 
 struct BareInput {
-    std::string certificateText; // PEM, with the private key
+    std::string certificateText; // PEM, with the private key, on an elliptic curve (PKCS #8)
     std::string rootCaFile;
     std::string directory; // on the file system of the backend's own
 };
@@ -22,7 +22,7 @@ inline constexpr const char* BARE_CERTIFICATE_FILE = "certificate.pem";
 // and certificate, flushed and renamed.
 void bareCreate(const BareInput& input);
 
-// The same with a look at what is installed.
+// The same with a look at the certificate that is installed.
 void bareReplace(const BareInput& input);
 
 // Removes the file and flushes the directory.
