@@ -1,6 +1,6 @@
 #pragma once
 
-// A hiredis connection of a benchmark's own.
+// Connections and replies of a benchmark's own, as hiredis gives them.
 
 #include <hiredis/hiredis.h>
 
@@ -14,6 +14,13 @@ struct ConnectionDeleter {
     }
 };
 using BenchConnection = std::unique_ptr<redisContext, ConnectionDeleter>;
+
+struct ReplyDeleter {
+    void operator()(redisReply* reply) const {
+        freeReplyObject(reply);
+    }
+};
+using BenchReply = std::unique_ptr<redisReply, ReplyDeleter>;
 
 // Throws std::runtime_error when nobody listens there.
 [[nodiscard]] inline BenchConnection connectTo(const std::string& socketPath) {

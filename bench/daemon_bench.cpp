@@ -4,7 +4,10 @@
 
 #include "bench/board_bench.h"
 #include "bench/growth_bench.h"
+#include "bench/processors.h"
 #include "bench/request_bench.h"
+#include "bench/table.h"
+#include "bench/timed_front_end.h"
 #include "tests/support/redis_server.h"
 
 #include <cstdio>
@@ -13,16 +16,21 @@
 
 namespace {
 
-constexpr double EMPTY_BACKEND_GOAL = 1.2;
-constexpr double REFERENCE_BACKEND_GOAL = 1.1;
+constexpr RequestGoals EMPTY_BACKEND_GOALS = {1.08, 1.04, 1.03, 1.05};
+constexpr RequestGoals REFERENCE_BACKEND_GOALS = {1.15, 1.10, 1.10, 1.15};
 
 int run(bool quick) {
     const RedisServer server;
     const int rounds = quick ? 200 : 2000;
     const int requests = quick ? 2000 : 10000;
-    measureRequests(server, {"empty backend", EMPTY_BACKEND_DIRECTORY, EMPTY_BACKEND_GOAL}, rounds);
-    measureRequests(server, {"reference backend", "", REFERENCE_BACKEND_GOAL}, rounds);
+    printSection("Requests", {"what", "goal", "processor time", "elapsed, one processor",
+                              "elapsed, two processors", "verdict"});
+    measureRequests(server, {"empty backend", EMPTY_BACKEND_DIRECTORY, EMPTY_BACKEND_GOALS},
+                    rounds);
+    measureRequests(server, {"reference backend", "", REFERENCE_BACKEND_GOALS}, rounds);
     measureGrowth(server, EMPTY_BACKEND_DIRECTORY, requests, rounds);
+    place(Placement::ONE_PROCESSOR, {}, TimedFrontEnd(server.socketPath()).server());
+    printSection("The daemon on a board", {"what", "goal", "seen", "verdict"});
     measureSize();
     measureStart(server, quick ? 10 : 40);
     measureResidence(server, quick ? 2 : 10, requests);

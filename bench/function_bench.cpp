@@ -1,12 +1,13 @@
-// Measures functions with Google Benchmark: those that work in memory, and the store operations
-// against a Redis server. Each iteration of a benchmark runs the function and its floor in turn;
-// the medians go into the rows on standard output.
+// Measures functions with Google Benchmark: the store operations against a Redis server, and those
+// that work in memory. One iteration of a benchmark is the whole comparison of a function with its
+// floor; the medians go into the table on standard output.
 //
 //   function_bench [--quick] [Google Benchmark's options]
 
 #include "bench/function_cases.h"
-#include "bench/measurement.h"
 #include "bench/store_cases.h"
+#include "bench/store_stage.h"
+#include "bench/table.h"
 
 #include <benchmark/benchmark.h>
 
@@ -15,18 +16,21 @@
 #include <exception>
 #include <map>
 #include <optional>
-#include <string>
-#include <vector>
 
 namespace {
 
-constexpr double LARGEST_EXPONENT = 1.1;
+struct Result {
+    Comparison oneProcessor;
+    std::optional<SideBySide> onTwo; // elapsed
+};
+using Results = std::map<std::string, Result>;
 
-using Results = std::map<std::string, SideBySide>;
+// Measures one case.
+using Measure = std::function<Result(const FunctionCase&)>;
 
 // Why a run failed; nothing for a good one. Google Benchmark 1.8 gave its members other names.
-template <class Run>
-std::optional<std::string> failureOf(const Run& run) {
+template <class BenchmarkRun>
+std::optional<std::string> failureOf(const BenchmarkRun& run) {
     if constexpr (requires { run.error_occurred; }) {
         return run.error_occurred ? std::optional(run.error_message) : std::nullopt;
     } else {
@@ -56,76 +60,99 @@ public:
     bool failed = false;
 };
 
-void runCase(benchmark::State& state, const FunctionCase& function, Results& results) {
-    std::vector<double> ours;
-    std::vector<double> floor;
-    bool oursFirst = true;
+Comparison compareSides(const FunctionCase& function) {
+    return compare(function.rounds, function.ours, function.floor);
+}
+
+// Beside a server on the same processor, then, when it is to be seen too, on another one.
+Result measureStore(const StoreStage& stage, const FunctionCase& function, bool onTwo) {
+    stage.placeServer(Placement::ONE_PROCESSOR);
+    function.setUp();
+    Result result{compareSides(function), std::nullopt};
+    if (onTwo && hasTwoProcessors()) {
+        stage.placeServer(Placement::TWO_PROCESSORS);
+        result.onTwo = compareSides(function).elapsed;
+    }
+    function.tearDown();
+    return result;
+}
+
+void runBenchmark(benchmark::State& state, const FunctionCase& function, const Measure& measure,
+                  Results& results) {
     try {
-        function.setUp();
         for (auto iteration : state) {
             (void)iteration;
-            if (!oursFirst) {
-                floor.push_back(function.floor());
-            }
-            ours.push_back(function.ours());
-            if (oursFirst) {
-                floor.push_back(function.floor());
-            }
-            oursFirst = !oursFirst;
-            state.SetIterationTime(ours.back());
+            const Result result = measure(function);
+            results[function.name] = result;
+            state.SetIterationTime(result.oneProcessor.processor.ours);
+            state.counters["ratio"] = result.oneProcessor.processor.ratio();
         }
-        function.tearDown();
     } catch (const std::exception& failure) {
         state.SkipWithError(failure.what());
-        return;
-    }
-    const SideBySide costs = {median(ours), median(floor)};
-    state.counters["floor"] = costs.floor;
-    state.counters["ratio"] = costs.ratio();
-    results[function.name] = costs;
-}
-
-void registerCases(const FunctionCases& cases, Results& results) {
-    for (const FunctionCase& function : cases) {
-        benchmark::RegisterBenchmark(
-            function.name.c_str(),
-            [&function, &results](benchmark::State& state) { runCase(state, function, results); })
-            ->UseManualTime()
-            ->Iterations(function.rounds);
     }
 }
 
-// Rows of those cases that are no mere points of a growth.
-void printCases(const FunctionCases& cases, const GrowthGroups& growth, const Results& results) {
-    std::map<std::string, bool> isPoint;
-    for (const GrowthGroup& group : growth) {
-        for (const GrowthPoint& point : group.points) {
-            isPoint[point.caseName] = true;
-        }
-    }
+void registerCase(const FunctionCase& function, const Measure& measure, Results& results) {
+    benchmark::RegisterBenchmark(function.name.c_str(),
+                                 [&function, &results, measure](benchmark::State& state) {
+                                     runBenchmark(state, function, measure, results);
+                                 })
+        ->UseManualTime()
+        ->Iterations(1);
+}
+
+void printStore(const FunctionCases& cases, const Results& results) {
+    printSection("Store operations", {"what", "goal", "processor time", "elapsed, one processor",
+                                      "elapsed, two processors", "verdict"});
     for (const FunctionCase& function : cases) {
         const auto found = results.find(function.name);
-        if (found != results.end() && !isPoint[function.name]) {
-            printRow(ratioRow(function.name, found->second, function.largestRatio));
+        if (found != results.end()) {
+            const auto& [one, onTwo] = found->second;
+            printRow({function.name, goalText(function.goal), ratioText(one.processor),
+                      ratioText(one.elapsed), onTwo ? ratioText(*onTwo) : "",
+                      verdictText(one.processor.ratio(), function.goal)});
         }
     }
 }
 
-void printGrowth(const GrowthGroup& group, const Results& results) {
-    std::vector<std::pair<double, double>> ours;
-    std::vector<std::pair<double, double>> floor;
-    for (const GrowthPoint& point : group.points) {
-        const auto found = results.find(point.caseName);
-        if (found == results.end()) {
-            return;
+void printMemory(const FunctionCases& cases, const Results& results) {
+    printSection("Functions in memory", {"what", "processor time"});
+    for (const FunctionCase& function : cases) {
+        const auto found = results.find(function.name);
+        if (found != results.end()) {
+            printRow({function.name, ratioText(found->second.oneProcessor.processor)});
         }
-        ours.emplace_back(point.size(), found->second.ours);
-        floor.emplace_back(point.size(), found->second.floor);
     }
-    Row row = limitRow(group.name + ": exponent", growthExponent(ours), LARGEST_EXPONENT, "", 2);
-    row.ours = timeText(ours.front().second) + " .. " + timeText(ours.back().second);
-    row.floor = timeText(floor.front().second) + " .. " + timeText(floor.back().second);
-    printRow(row);
+}
+
+// Sizes and costs of one side; nothing when a point has not been measured.
+std::vector<std::pair<double, double>> costsOf(const GrowthGroup& group, const Results& results,
+                                               double SideBySide::*side) {
+    std::vector<std::pair<double, double>> costs;
+    for (const GrowthPoint& point : group.points) {
+        const auto found = results.find(point.function.name);
+        if (found == results.end()) {
+            return {};
+        }
+        costs.emplace_back(point.size(), found->second.oneProcessor.processor.*side);
+    }
+    return costs;
+}
+
+void printGrowth(const GrowthGroups& groups, const Results& results) {
+    printSection("Growth of the processor time",
+                 {"what", "goal", "exponent", "floor's exponent", "from .. to", "verdict"});
+    for (const GrowthGroup& group : groups) {
+        const auto ours = costsOf(group, results, &SideBySide::ours);
+        const auto floor = costsOf(group, results, &SideBySide::floor);
+        if (!ours.empty()) {
+            const double exponent = growthExponent(ours);
+            printRow({group.name, goalText(group.goal), numberText(exponent, 2),
+                      numberText(growthExponent(floor), 2),
+                      timeText(ours.front().second) + " .. " + timeText(ours.back().second),
+                      verdictText(exponent, group.goal)});
+        }
+    }
 }
 
 bool takeFlag(int& count, char** arguments, const char* flag) {
@@ -145,18 +172,37 @@ int run(int count, char** arguments) {
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) {
         return 2;
     }
-    Results results;
+    const StoreStage stage;
+    const FunctionCases store = storeCases(stage, quick);
+    const GrowthGroups growth = storeGrowth(stage, quick);
     const FunctionCases inMemory = memoryCases();
-    const StoreBench store(quick);
-    registerCases(store.cases(), results);
-    registerCases(inMemory, results);
+    Results results;
+    const auto measure = [&stage](bool onTwo) {
+        return [&stage, onTwo](const FunctionCase& function) {
+            return measureStore(stage, function, onTwo);
+        };
+    };
+    for (const FunctionCase& function : store) {
+        registerCase(function, measure(true), results);
+    }
+    for (const GrowthGroup& group : growth) {
+        for (const GrowthPoint& point : group.points) {
+            registerCase(point.function, measure(false), results);
+        }
+    }
+    for (const FunctionCase& function : inMemory) {
+        registerCase(
+            function,
+            [](const FunctionCase& each) {
+                return Result{compareSides(each), {}};
+            },
+            results);
+    }
     ProgressReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    printCases(store.cases(), store.growth(), results);
-    for (const GrowthGroup& group : store.growth()) {
-        printGrowth(group, results);
-    }
-    printCases(inMemory, {}, results);
+    printStore(store, results);
+    printGrowth(growth, results);
+    printMemory(inMemory, results);
     return reporter.failed ? 1 : 0;
 }
 

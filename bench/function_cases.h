@@ -2,29 +2,32 @@
 
 // Functions to be measured, each beside its floor.
 
+#include "bench/measurement.h"
+
 #include <functional>
 #include <string>
 #include <vector>
 
-// Each call of ours or floor does what it has to prepare, then gives the seconds of one run.
+// A run of either side does untimed what it has to prepare.
 struct FunctionCase {
     std::string name;
-    double largestRatio = 0; // goal; 0: none
+    double goal = 0; // largest ratio of the processor times; 0: none
     int rounds = 0;
-    std::function<double()> ours;
-    std::function<double()> floor;
+    Run ours;
+    Run floor;
     std::function<void()> setUp = [] {};    // once, before the first run
     std::function<void()> tearDown = [] {}; // once, after the last
 };
 using FunctionCases = std::vector<FunctionCase>;
 
-// Cases of one function at growing sizes: the cost is to grow no faster than the size.
+// One function at growing sizes: its processor time is to grow no faster than the size.
 struct GrowthPoint {
-    std::string caseName;
+    FunctionCase function;
     std::function<double()> size; // known when the case has run
 };
 struct GrowthGroup {
     std::string name;
+    double goal = 0; // largest exponent
     std::vector<GrowthPoint> points;
 };
 using GrowthGroups = std::vector<GrowthGroup>;

@@ -3,8 +3,9 @@
 
 #include "bench/growth_bench.h"
 
-#include "bench/measurement.h"
+#include "bench/processors.h"
 #include "bench/request_cases.h"
+#include "bench/table.h"
 #include "bench/timed_front_end.h"
 #include "core/protocol/keys.h"
 #include "core/protocol/redfish_names.h"
@@ -16,12 +17,14 @@
 namespace {
 
 constexpr int SMALL_COLLECTION = 10;
-constexpr double LARGEST_RATIO = 1.05;
+constexpr double GOAL = 1.03;
 
 class GrowthBench {
 public:
-    explicit GrowthBench(const RedisServer& server)
-        : client(server), frontEnd(server.socketPath()) {
+    GrowthBench(const RedisServer& server, const DaemonOptions& options)
+        : client(server), frontEnd(server.socketPath()), daemon(options) {
+        daemon.waitUntilReady(server);
+        place(Placement::ONE_PROCESSOR, {daemon.pid()}, frontEnd.server());
         const FrontEndRequest request = creationCase(exampleCertificateText()).request;
         channel = channelName(request.kind);
         requestContent = requestRecords(client, request);
@@ -35,9 +38,9 @@ public:
         client.command("SWAPDB", "0", "1");
     }
 
-    double create() {
+    Cost create() {
         frontEnd.add(requestContent);
-        return frontEnd.request(channel);
+        return frontEnd.request(channel, daemon.pid());
     }
 
     // Takes the newest certificate away again.
@@ -49,17 +52,17 @@ public:
                        "&&" + uri + "/KeyUsage", FrontEndRequest().statusKey);
     }
 
-    double createAndRemove() {
-        const double seconds = create();
+    Cost createAndRemove() {
+        const Cost cost = create();
         removeNewest();
-        return seconds;
+        return cost;
     }
 
-    double createInOther() {
+    Cost createInOther() {
         swap();
-        const double seconds = createAndRemove();
+        const Cost cost = createAndRemove();
         swap();
-        return seconds;
+        return cost;
     }
 
     [[nodiscard]] long long size() {
@@ -69,6 +72,7 @@ public:
 private:
     RedisClient client;
     TimedFrontEnd frontEnd;
+    DaemonProcess daemon;
     std::string channel;
     Exchange requestContent;
     const std::string members = memberListKey(COLLECTION_URI);
@@ -80,9 +84,7 @@ void measureGrowth(const RedisServer& server, const std::string& backendPath, in
                    int rounds) {
     tellProgress(std::to_string(certificates) + " creations in one collection");
     writeConnectionFiles(server);
-    GrowthBench bench(server);
-    DaemonProcess daemon({{{"LOG_FILE", "/var/log/CertificateService.log"}}, backendPath, {}});
-    daemon.waitUntilReady(server);
+    GrowthBench bench(server, {{{"LOG_FILE", "/var/log/CertificateService.log"}}, backendPath, {}});
     for (int i = 0; i < SMALL_COLLECTION; ++i) {
         (void)bench.create();
     }
@@ -90,9 +92,10 @@ void measureGrowth(const RedisServer& server, const std::string& backendPath, in
     for (int i = 0; i < certificates; ++i) {
         (void)bench.create();
     }
-    const SideBySide costs = measureSideBySide(
+    const Comparison costs = compare(
         rounds, [&] { return bench.createAndRemove(); }, [&] { return bench.createInOther(); });
-    printRow(ratioRow("creation after " + std::to_string(bench.size()) +
-                          " in the collection, against after " + std::to_string(SMALL_COLLECTION),
-                      costs, LARGEST_RATIO));
+    printRow({"creation after " + std::to_string(bench.size()) + " others, against after " +
+                  std::to_string(SMALL_COLLECTION),
+              goalText(GOAL), ratioText(costs.processor), ratioText(costs.elapsed), "",
+              verdictText(costs.elapsed.ratio(), GOAL)});
 }

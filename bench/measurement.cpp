@@ -1,20 +1,89 @@
 #include "bench/measurement.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <ctime>
+#include <system_error>
+
+namespace {
+
+constexpr double LARGEST_DIFFERENCE = 0.1;
+constexpr std::size_t MOST_TIMES_ROUNDS = 4;
+
+double secondsOf(clockid_t clock) {
+    timespec time{};
+    (void)clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+using Clock = double Cost::*;
+
+// The costs of all rounds so far, in the order in which they were taken.
+class Rounds {
+public:
+    void take(int rounds, const Run& ours, const Run& floor) {
+        for (int round = 0; round < rounds; ++round) {
+            if (mOurs.size() % 2 == 0) {
+                mOurs.push_back(ours());
+                mFloor.push_back(floor());
+            } else {
+                mFloor.push_back(floor());
+                mOurs.push_back(ours());
+            }
+        }
+    }
+
+    [[nodiscard]] std::size_t size() const {
+        return mOurs.size();
+    }
+
+    [[nodiscard]] SideBySide by(Clock clock) const {
+        SideBySide costs = between(clock, 0, size());
+        const double first = between(clock, 0, size() / 2).ratio();
+        const double second = between(clock, size() / 2, size()).ratio();
+        costs.steady = std::abs(first - second) <= LARGEST_DIFFERENCE * std::min(first, second);
+        return costs;
+    }
+
+private:
+    [[nodiscard]] SideBySide between(Clock clock, std::size_t from, std::size_t to) const {
+        std::vector<double> ours;
+        std::vector<double> floor;
+        for (std::size_t i = from; i < to; ++i) {
+            ours.push_back(mOurs[i].*clock);
+            floor.push_back(mFloor[i].*clock);
+        }
+        return {median(ours), median(floor)};
+    }
+
+    std::vector<Cost> mOurs;
+    std::vector<Cost> mFloor;
+};
+
+} // namespace
 
 double now() {
     const auto time = std::chrono::steady_clock::now().time_since_epoch();
     return std::chrono::duration<double>(time).count();
 }
 
-double timeOf(const std::function<void()>& call) {
+double processorTimeOf(pid_t process) {
+    clockid_t clock{};
+    const int failure = clock_getcpuclockid(process, &clock);
+    if (failure != 0) {
+        throw std::system_error(failure, std::generic_category(), "no clock of a process");
+    }
+    return secondsOf(clock);
+}
+
+Cost costOf(const std::function<void()>& call) {
+    const double processorStart = secondsOf(CLOCK_THREAD_CPUTIME_ID);
     const double start = now();
     call();
-    return now() - start;
+    const double elapsed = now() - start;
+    return {secondsOf(CLOCK_THREAD_CPUTIME_ID) - processorStart, elapsed};
 }
 
 double median(std::vector<double> values) {
@@ -45,64 +114,15 @@ double growthExponent(const std::vector<std::pair<double, double>>& costs) {
     return variance > 0 ? covariance / variance : 0;
 }
 
-SideBySide measureSideBySide(int rounds, const std::function<double()>& ours,
-                             const std::function<double()>& floor) {
-    std::vector<double> oursTimes;
-    std::vector<double> floorTimes;
-    for (int round = 0; round < rounds; ++round) {
-        if (round % 2 == 0) {
-            oursTimes.push_back(ours());
-            floorTimes.push_back(floor());
-        } else {
-            floorTimes.push_back(floor());
-            oursTimes.push_back(ours());
-        }
-    }
-    return {median(oursTimes), median(floorTimes)};
-}
-
-void printRow(const Row& row) {
-    (void)std::printf("%s\t%s\t%s\t%s\t%s\t%s\n", row.what.c_str(), row.goal.c_str(),
-                      row.seen.c_str(), row.ours.c_str(), row.floor.c_str(), row.verdict.c_str());
-    (void)std::fflush(stdout);
-}
-
-Row ratioRow(const std::string& what, const SideBySide& costs, double largestRatio) {
-    Row row{what, "", numberText(costs.ratio(), 2), timeText(costs.ours), timeText(costs.floor),
-            ""};
-    if (largestRatio > 0) {
-        row.goal = "<= " + numberText(largestRatio, 2);
-        row.verdict = costs.ratio() <= largestRatio ? "met" : "missed";
-    }
-    return row;
-}
-
-Row limitRow(const std::string& what, double seen, double limit, const std::string& unit,
-             int decimals) {
-    return {what,
-            "<= " + numberText(limit, decimals) + unit,
-            numberText(seen, decimals) + unit,
-            "",
-            "",
-            seen <= limit ? "met" : "missed"};
-}
-
-std::string numberText(double number, int decimals) {
-    std::array<char, 64> text{};
-    (void)std::snprintf(text.data(), text.size(), "%.*f", decimals, number);
-    return text.data();
-}
-
-std::string timeText(double seconds) {
-    constexpr double MILLI = 1e-3;
-    constexpr double MICRO = 1e-6;
-    if (seconds < MICRO) {
-        return numberText(seconds / 1e-9, 0) + " ns";
-    }
-    if (seconds < MILLI) {
-        return numberText(seconds / MICRO, 1) + " us";
-    }
-    return seconds < 1 ? numberText(seconds / MILLI, 2) + " ms" : numberText(seconds, 2) + " s";
+Comparison compare(int rounds, const Run& ours, const Run& floor) {
+    Rounds taken;
+    const std::size_t most = MOST_TIMES_ROUNDS * static_cast<std::size_t>(rounds);
+    Comparison costs;
+    do {
+        taken.take(rounds, ours, floor);
+        costs = {taken.by(&Cost::processor), taken.by(&Cost::elapsed)};
+    } while (!(costs.processor.steady && costs.elapsed.steady) && taken.size() < most);
+    return costs;
 }
 
 void tellProgress(const std::string& what) {

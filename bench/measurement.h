@@ -1,17 +1,30 @@
 #pragma once
 
-// Figures of repeated measurements, and the rows that report them.
+// What runs cost by two clocks, and the comparison of two costs that are taken side by side.
+
+#include <sys/types.h>
 
 #include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
+// The cost of one run, in seconds.
+struct Cost {
+    double processor = 0; // that the measured thread or process was running
+    double elapsed = 0;
+};
+using Run = std::function<Cost()>;
+
 // Seconds, by a clock that only goes forward.
 [[nodiscard]] double now();
 
-// Seconds that the call takes.
-[[nodiscard]] double timeOf(const std::function<void()>& call);
+// Seconds that all threads of the process have been running. Throws std::system_error when it is
+// gone.
+[[nodiscard]] double processorTimeOf(pid_t process);
+
+// What the call costs the calling thread.
+[[nodiscard]] Cost costOf(const std::function<void()>& call);
 
 // The middle value; 0 for none.
 [[nodiscard]] double median(std::vector<double> values);
@@ -20,43 +33,26 @@
 // 2 quadratic.
 [[nodiscard]] double growthExponent(const std::vector<std::pair<double, double>>& costs);
 
-// Two costs taken side by side, as medians in seconds.
+// Two costs by one clock, as medians in seconds.
 struct SideBySide {
     double ours = 0;
     double floor = 0;
+    bool steady = true; // both halves of the rounds give nearly the same ratio
 
     [[nodiscard]] double ratio() const {
         return floor > 0 ? ours / floor : 0;
     }
 };
 
-// Runs both in turn, each after its own untimed preparation, with the order changed every round.
-[[nodiscard]] SideBySide measureSideBySide(int rounds, const std::function<double()>& ours,
-                                           const std::function<double()>& floor);
-
-// One line of the table. The verdict is "met", "missed", or empty where no goal is set.
-struct Row {
-    std::string what;
-    std::string goal;
-    std::string seen;
-    std::string ours;
-    std::string floor;
-    std::string verdict;
+struct Comparison {
+    SideBySide processor;
+    SideBySide elapsed;
 };
 
-// Prints the row to standard output, its columns separated by tabs.
-void printRow(const Row& row);
-
-// A row whose goal is a largest ratio; 0 for none.
-[[nodiscard]] Row ratioRow(const std::string& what, const SideBySide& costs, double largestRatio);
-
-// A row whose goal is a largest value of that figure, both with these many decimals.
-[[nodiscard]] Row limitRow(const std::string& what, double seen, double limit,
-                           const std::string& unit, int decimals);
-
-// "12.3 us", "4.56 ms" or "1.23 s".
-[[nodiscard]] std::string timeText(double seconds);
-[[nodiscard]] std::string numberText(double number, int decimals);
+// Takes both costs in turn, with the order changed every round. While the ratios of the first and
+// of the second half of the rounds differ by more than a tenth, it takes as many rounds again, up
+// to four times as many as asked for.
+[[nodiscard]] Comparison compare(int rounds, const Run& ours, const Run& floor);
 
 // Tells the person who waits what is being measured, on standard error.
 void tellProgress(const std::string& what);

@@ -4,7 +4,6 @@
 #include "bench/documents.h"
 #include "bench/exchange.h"
 #include "bench/function_cases.h"
-#include "bench/measurement.h"
 #include "core/protocol/messages.h"
 #include "store/markers.h"
 #include "store/value_text.h"
@@ -31,26 +30,21 @@ void use(const Value& value) {
 }
 
 template <typename Call>
-std::function<double()> repeated(Call call) {
+Run repeated(Call call) {
     return [call] {
-        return timeOf([&] {
-                   for (int i = 0; i < CALLS; ++i) {
-                       use(call());
-                   }
-               }) /
-               CALLS;
+        const Cost cost = costOf([&] {
+            for (int i = 0; i < CALLS; ++i) {
+                use(call());
+            }
+        });
+        return Cost{cost.processor / CALLS, cost.elapsed / CALLS};
     };
 }
 
 template <typename Call>
 FunctionCase textCase(const std::string& name, const std::string& text, Call call) {
-    return {name,
-            0,
-            ROUNDS,
-            repeated([text, call] { return call(text); }),
-            repeated([text] { return std::string(text); }),
-            [] {},
-            [] {}};
+    return {name, 0, ROUNDS, repeated([text, call] { return call(text); }),
+            repeated([text] { return std::string(text); })};
 }
 
 // A connection whose output goes nowhere.
@@ -83,17 +77,17 @@ FunctionCase encodingCase(const std::string& name, const nlohmann::json& documen
     const Exchange exchange = makeExchange(pendingCommands(sink.get()));
     drain(sink.get());
     const auto ours = [sink, document] {
-        const double seconds = timeOf([&] { use(encode(sink.get(), document)); });
+        const Cost cost = costOf([&] { use(encode(sink.get(), document)); });
         drain(sink.get());
-        return seconds;
+        return cost;
     };
     const auto floor = [sink, exchange] {
-        const double seconds = timeOf([&] {
+        const Cost cost = costOf([&] {
             use(redisAppendFormattedCommand(sink.get(), exchange.bytes.data(),
                                             exchange.bytes.size()));
         });
         drain(sink.get());
-        return seconds;
+        return cost;
     };
     return {name, 0, rounds, ours, floor};
 }

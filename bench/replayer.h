@@ -30,6 +30,10 @@ public:
     ReplayerProcess(const ReplayerProcess&) = delete;
     ReplayerProcess& operator=(const ReplayerProcess&) = delete;
 
+    [[nodiscard]] pid_t pid() const {
+        return mPid;
+    }
+
 private:
     pid_t mPid;
 };

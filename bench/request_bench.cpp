@@ -4,10 +4,11 @@
 
 #include "bench/request_bench.h"
 
-#include "bench/measurement.h"
+#include "bench/processors.h"
 #include "bench/recorder.h"
 #include "bench/replayer.h"
 #include "bench/request_cases.h"
+#include "bench/table.h"
 #include "bench/timed_front_end.h"
 #include "tests/support/certificates.h"
 #include "tests/support/daemon_process.h"
@@ -84,6 +85,7 @@ struct State {
 
 struct Measured {
     RequestCase request;
+    double goal;
     Exchange records;
     ReplayScript script;
 };
@@ -101,8 +103,7 @@ public:
         DaemonProcess daemon(daemonOptions());
         daemon.waitUntilReady(server);
         for (const Measured& measured : requests) {
-            tellProgress(measured.request.name + ", " + backend.name);
-            measure(measured, rounds);
+            measure(measured, daemon.pid(), rounds);
         }
     }
 
@@ -144,8 +145,9 @@ private:
     }
 
     // Has a daemon behind the recorder answer the request, and keeps its exchanges.
-    void addRequest(RedisClient& client, const RequestCase& request, const Recorder& recorder) {
-        Measured measured = {request, requestRecords(client, request.request), {}};
+    void addRequest(RedisClient& client, const RequestCase& request, double goal,
+                    const Recorder& recorder) {
+        Measured measured = {request, goal, requestRecords(client, request.request), {}};
         prepare(measured);
         const auto earlier = recorder.connections();
         (void)frontEnd.request(channelName(request.request.kind));
@@ -174,24 +176,26 @@ private:
         RedisClient client(server);
         empty.database = frontEndRecords(client);
         const std::string example = exampleCertificateText();
-        addRequest(client, creationCase(isReference() ? certificates.first : example), recorder);
+        const RequestGoals& goals = backend.goals;
+        addRequest(client, creationCase(isReference() ? certificates.first : example),
+                   goals.creation, recorder);
         const std::string createdUri = frontEnd.statusField("&&Location");
         created = {databaseContent(client), isReference() ? backendFiles() : FileContents()};
-        addRequest(client, deletionCase(createdUri), recorder);
+        addRequest(client, deletionCase(createdUri), goals.deletion, recorder);
         addRequest(client,
                    replacementCase(createdUri, isReference() ? certificates.second : example),
-                   recorder);
-        addRequest(client, signingRequestCase(), recorder);
+                   goals.replacement, recorder);
+        addRequest(client, signingRequestCase(), goals.signingRequest, recorder);
     }
 
-    double daemonRound(const Measured& measured) {
+    Cost daemonRound(const Measured& measured, pid_t daemon) {
         prepare(measured);
-        const double seconds = frontEnd.request(channelName(measured.request.request.kind));
+        const Cost cost = frontEnd.request(channelName(measured.request.request.kind), daemon);
         checkStatus(measured.request);
-        return seconds;
+        return cost;
     }
 
-    double floorRound(const Measured& measured) {
+    Cost floorRound(const Measured& measured, pid_t replayer) {
         prepare(measured);
         const std::string bareFile = BARE_DIRECTORY + "/" + BARE_CERTIFICATE_FILE;
         if (measured.request.onInstalled) {
@@ -199,20 +203,28 @@ private:
         } else {
             fs::remove(bareFile);
         }
-        const double seconds = frontEnd.request(measured.script.channel);
+        const Cost cost = frontEnd.request(measured.script.channel, replayer);
         checkStatus(measured.request);
-        return seconds;
+        return cost;
     }
 
-    void measure(const Measured& measured, int rounds) {
+    void measure(const Measured& measured, pid_t daemon, int rounds) {
         const ReplayerProcess replayer(server.socketPath(), measured.script);
-        const auto ours = [&] { return daemonRound(measured); };
-        const auto floor = [&] { return floorRound(measured); };
-        (void)measureSideBySide(WARM_UP_ROUNDS, ours, floor);
-        const SideBySide costs = measureSideBySide(rounds, ours, floor);
-        printRow(ratioRow(measured.request.name + ", " + backend.name + " (" +
-                              std::to_string(measured.script.exchanges.size()) + " exchanges)",
-                          costs, backend.largestRatio));
+        const auto compareOn = [&](Placement placement) {
+            const auto ours = [&] { return daemonRound(measured, daemon); };
+            const auto floor = [&] { return floorRound(measured, replayer.pid()); };
+            place(placement, {daemon, replayer.pid()}, frontEnd.server());
+            (void)compare(WARM_UP_ROUNDS, ours, floor);
+            return compare(rounds, ours, floor);
+        };
+        const std::string what = measured.request.name + ", " + backend.name + " (" +
+                                 std::to_string(measured.script.exchanges.size()) + " exchanges)";
+        tellProgress(what);
+        const Comparison one = compareOn(Placement::ONE_PROCESSOR);
+        const std::string two =
+            hasTwoProcessors() ? ratioText(compareOn(Placement::TWO_PROCESSORS).elapsed) : "";
+        printRow({what, goalText(measured.goal), ratioText(one.processor), ratioText(one.elapsed),
+                  two, verdictText(one.elapsed.ratio(), measured.goal)});
     }
 };
 

@@ -1,26 +1,19 @@
 #pragma once
 
-// The operations of the resource store, each beside a replay of its own wire bytes with the same
-// exchanges over the same connection.
+// What is measured of the resource store. The stage must live as long as the cases.
 
 #include "bench/function_cases.h"
 
-#include <memory>
+class StoreStage;
 
-class StoreBench {
-public:
-    // Starts a Redis server of its own. The cases may be run while this object lives.
-    explicit StoreBench(bool quick);
-    ~StoreBench();
-    StoreBench(const StoreBench&) = delete;
-    StoreBench& operator=(const StoreBench&) = delete;
+// Its operations on a certificate resource and on two large documents, and the same documents kept
+// as one JSON text.
+[[nodiscard]] FunctionCases storeCases(const StoreStage& stage, bool quick);
 
-    [[nodiscard]] const FunctionCases& cases() const;
+// Reading and writing at growing sizes.
+[[nodiscard]] GrowthGroups storeGrowth(const StoreStage& stage, bool quick);
 
-    // Costs at growing sizes; every case named here is one of cases().
-    [[nodiscard]] const GrowthGroups& growth() const;
-
-private:
-    struct State;
-    std::unique_ptr<State> mState;
-};
+// A quick run takes an eighth of the rounds.
+[[nodiscard]] inline int roundsOf(int full, bool quick) {
+    return quick ? full / 8 + 4 : full;
+}

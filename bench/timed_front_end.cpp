@@ -1,16 +1,19 @@
 #include "bench/timed_front_end.h"
 
-#include "bench/measurement.h"
+#include "bench/processors.h"
 #include "core/redis_reply.h"
 #include "tests/support/request.h"
 
 #include <poll.h>
 
+#include <chrono>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
 constexpr int ANSWER_LIMIT_MILLISECONDS = 20000;
+constexpr std::chrono::microseconds TIME_TO_FINISH(100); // closing a connection takes about 10
 
 const FrontEndRequest REQUEST;
 
@@ -56,14 +59,25 @@ double TimedFrontEnd::request(const std::string& channel) {
     const double start = now();
     const RedisReply published = replayForReply(mCommands.get(), announcement);
     const RedisReply answer = waitForMessage(mAnswers.get());
-    const double seconds = now() - start;
+    const double elapsed = now() - start;
     if (!published || published->integer != 1) {
         throw std::runtime_error("not exactly one listener on " + channel);
     }
     if (!answer || answer->elements != 3 || replyText(*answer->element[2]) != REQUEST.statusKey) {
         throw std::runtime_error("no answer to a request on " + channel);
     }
-    return seconds;
+    return elapsed;
+}
+
+Cost TimedFrontEnd::request(const std::string& channel, pid_t process) {
+    const double processorStart = processorTimeOf(process);
+    const double elapsed = request(channel);
+    std::this_thread::sleep_for(TIME_TO_FINISH);
+    return {processorTimeOf(process) - processorStart, elapsed};
+}
+
+pid_t TimedFrontEnd::server() const {
+    return peerProcess(mCommands->fd);
 }
 
 std::string TimedFrontEnd::statusField(const std::string& name) {

@@ -1,11 +1,12 @@
 #pragma once
 
 // The front end's part in a measurement: it brings the database into a known state, announces a
-// request and waits for its answer, and times nothing but that. There is one request at a time,
+// request and waits for its answer, and measures nothing but that. There is one request at a time,
 // under the keys that a FrontEndRequest has of itself.
 
 #include "bench/connection.h"
 #include "bench/exchange.h"
+#include "bench/measurement.h"
 
 #include <string>
 
@@ -22,6 +23,13 @@ public:
 
     // Seconds from announcing the request on the channel to its answer.
     double request(const std::string& channel);
+
+    // The same, beside the processor time of the process that answers, with what it does after the
+    // answer.
+    Cost request(const std::string& channel, pid_t process);
+
+    // The process of the Redis server.
+    [[nodiscard]] pid_t server() const;
 
     // A field of the status record.
     [[nodiscard]] std::string statusField(const std::string& name);
