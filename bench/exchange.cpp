@@ -1,6 +1,6 @@
 #include "bench/exchange.h"
 
-#include <hiredis/hiredis.h>
+#include "tests/support/wire.h"
 
 #include <charconv>
 #include <stdexcept>
@@ -44,6 +44,13 @@ bool skipCommand(std::string_view& text) {
     return words.has_value();
 }
 
+void append(redisContext* context, const Exchange& exchange) {
+    if (redisAppendFormattedCommand(context, exchange.bytes.data(), exchange.bytes.size()) !=
+        REDIS_OK) {
+        throw std::runtime_error("a replayed exchange cannot be written");
+    }
+}
+
 } // namespace
 
 std::optional<std::size_t> countCommands(std::string_view bytes) {
@@ -68,27 +75,29 @@ std::string firstCommandName(const Exchange& exchange) {
 Exchange makeExchange(const Commands& commands) {
     Exchange exchange;
     for (const Command& command : commands) {
-        exchange.bytes += "*" + std::to_string(command.size()) + "\r\n";
-        for (const std::string& word : command) {
-            exchange.bytes += "$" + std::to_string(word.size()) + "\r\n" + word + "\r\n";
-        }
+        exchange.bytes += wireForm(command);
         ++exchange.replies;
     }
     return exchange;
 }
 
-void replay(redisContext* context, const Exchange& exchange) {
-    if (redisAppendFormattedCommand(context, exchange.bytes.data(), exchange.bytes.size()) !=
-        REDIS_OK) {
-        throw std::runtime_error("a replayed exchange cannot be written");
+BenchReply takeReply(redisContext* context) {
+    void* reply = nullptr;
+    if (redisGetReply(context, &reply) != REDIS_OK) {
+        throw std::runtime_error(std::string("no reply: ") + context->errstr);
     }
+    return BenchReply(static_cast<redisReply*>(reply));
+}
+
+BenchReply ask(redisContext* context, const Command& command) {
+    append(context, makeExchange({command}));
+    return takeReply(context);
+}
+
+void replay(redisContext* context, const Exchange& exchange) {
+    append(context, exchange);
     for (std::size_t i = 0; i < exchange.replies; ++i) {
-        void* reply = nullptr;
-        if (redisGetReply(context, &reply) != REDIS_OK) {
-            throw std::runtime_error(std::string("a replayed exchange gets no reply: ") +
-                                     context->errstr);
-        }
-        freeReplyObject(reply);
+        (void)takeReply(context);
     }
 }
 

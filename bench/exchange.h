@@ -5,6 +5,7 @@
 // An exchange is what a client writes before it waits, and the number of replies that it then
 // takes. Replaying it costs what hiredis and the server cost; all else is the daemon's own.
 
+#include "bench/connection.h"
 #include "tests/support/commands.h"
 
 #include <cstddef>
@@ -12,8 +13,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-struct redisContext;
 
 struct Exchange {
     std::string bytes;       // commands in the form that clients send (RESP)
@@ -30,7 +29,14 @@ using Exchanges = std::vector<Exchange>;
 // The commands as one exchange.
 [[nodiscard]] Exchange makeExchange(const Commands& commands);
 
+// All of these throw std::runtime_error when a reply does not come.
+
+// The next reply.
+[[nodiscard]] BenchReply takeReply(redisContext* context);
+
+// Sends the command and takes its reply.
+[[nodiscard]] BenchReply ask(redisContext* context, const Command& command);
+
 // Writes each exchange with hiredis, takes its replies one by one and frees them.
-// Throws std::runtime_error when a reply does not come.
 void replay(redisContext* context, const Exchange& exchange);
 void replay(redisContext* context, const Exchanges& exchanges);

@@ -3,6 +3,10 @@
 
 #include "bench/recorder.h"
 
+#include "bench/connection.h"
+#include "platform/posix/file_descriptor.h"
+#include "tests/support/wire.h"
+
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -12,6 +16,7 @@
 #include <cstring>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -21,36 +26,6 @@ namespace {
 constexpr std::size_t ONE_PIECE = 4096; // bytes that a Unix socket passes on undivided
 constexpr int SILENCE_MILLISECONDS = 5;
 constexpr std::size_t READ_SIZE = std::size_t{256} * 1024;
-
-class Descriptor {
-public:
-    explicit Descriptor(int descriptor) : mDescriptor(descriptor) {
-        if (descriptor < 0) {
-            throw std::runtime_error("the recorder gets no socket");
-        }
-    }
-    ~Descriptor() {
-        close();
-    }
-    Descriptor(Descriptor&& other) noexcept : mDescriptor(std::exchange(other.mDescriptor, -1)) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    Descriptor& operator=(Descriptor&&) = delete;
-
-    // -1 once it is closed.
-    [[nodiscard]] int get() const {
-        return mDescriptor;
-    }
-
-    void close() {
-        if (mDescriptor >= 0) {
-            ::close(std::exchange(mDescriptor, -1));
-        }
-    }
-
-private:
-    int mDescriptor;
-};
 
 sockaddr_un addressOf(const std::string& path) {
     sockaddr_un address{};
@@ -77,19 +52,6 @@ bool receive(int descriptor, std::string& bytes) {
     return count > 0;
 }
 
-bool sendAll(int descriptor, const std::string& bytes) {
-    std::size_t sent = 0;
-    while (sent < bytes.size()) {
-        const ssize_t count =
-            send(descriptor, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-        if (count <= 0) {
-            return false;
-        }
-        sent += static_cast<std::size_t>(count);
-    }
-    return true;
-}
-
 // Everything that the client sends before it waits. False when it has closed.
 bool receiveExchange(int client, Exchange& exchange) {
     std::size_t counted = 0; // size at which the commands were last counted
@@ -114,10 +76,10 @@ bool receiveExchange(int client, Exchange& exchange) {
 } // namespace
 
 struct Recorder::State {
-    // A client, and the connection to the server that is its own.
+    // A client and the connection to the server that is its own; both empty once they are closed.
     struct Link {
-        Descriptor client;
-        Descriptor server;
+        std::optional<FileDescriptor> client;
+        BenchConnection server;
         Exchanges recorded;
     };
 
@@ -127,43 +89,39 @@ struct Recorder::State {
 
     std::string path;
     std::string serverPath;
-    Descriptor listener;
+    FileDescriptor listener;
     std::atomic<bool> ending = false;
     mutable std::mutex mutex; // guards the links' recorded exchanges and their number
     std::deque<Link> links;   // in the order in which the clients came
     std::thread thread;
 
     void acceptClient() {
-        const int client = accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC);
+        FileDescriptor client(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
         const std::lock_guard<std::mutex> guard(mutex);
-        links.push_back(
-            {Descriptor(client), Descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)), {}});
-        const sockaddr_un address = addressOf(serverPath);
-        (void)connect(links.back().server.get(), reinterpret_cast<const sockaddr*>(&address),
-                      sizeof address);
+        links.push_back({std::move(client), connectTo(serverPath), {}});
     }
 
     // False at the connection's end.
     bool passToServer(Link& link) {
         Exchange exchange;
-        if (!receiveExchange(link.client.get(), exchange)) {
+        if (!receiveExchange(link.client->get(), exchange)) {
             return false;
         }
         const std::lock_guard<std::mutex> guard(mutex);
         link.recorded.push_back(exchange);
-        return sendAll(link.server.get(), exchange.bytes);
+        return sendAll(link.server->fd, exchange.bytes);
     }
 
     static bool passToClient(const Link& link) {
         std::string reply;
-        return receive(link.server.get(), reply) && sendAll(link.client.get(), reply);
+        return receive(link.server->fd, reply) && sendAll(link.client->get(), reply);
     }
 
     // A link that has ended stays in its place, closed, with what was recorded.
     void serve(Link& link, bool fromClient, bool fromServer) {
         if ((fromServer && !passToClient(link)) || (fromClient && !passToServer(link))) {
-            link.client.close();
-            link.server.close();
+            link.client.reset();
+            link.server.reset();
         }
     }
 
@@ -171,8 +129,9 @@ struct Recorder::State {
         while (!ending) {
             std::vector<pollfd> ready = {{listener.get(), POLLIN, 0}};
             for (const Link& link : links) {
-                ready.push_back({link.client.get(), POLLIN, 0}); // ignored when closed: -1
-                ready.push_back({link.server.get(), POLLIN, 0});
+                // -1 is passed over.
+                ready.push_back({link.client ? link.client->get() : -1, POLLIN, 0});
+                ready.push_back({link.server ? link.server->fd : -1, POLLIN, 0});
             }
             (void)poll(ready.data(), ready.size(), SILENCE_MILLISECONDS);
             for (std::size_t i = 0; i < links.size(); ++i) {

@@ -2,7 +2,6 @@
 
 #include "bench/connection.h"
 #include "bench/measurement.h"
-#include "core/redis_reply.h"
 #include "tests/support/wait.h"
 
 #include <sys/prctl.h>
@@ -65,8 +64,7 @@ void answerRequests(const std::string& socketPath, const ReplayScript& script) {
     const BenchConnection kept = connectTo(socketPath);
     const BenchConnection subscriber = connectTo(socketPath);
     replay(subscriber.get(), makeExchange({{"SUBSCRIBE", script.channel}}));
-    RedisReply message;
-    while (takeRedisReply(subscriber.get(), message)) {
+    while (takeReply(subscriber.get())) {
         if (script.freshConnection) {
             replayRequest(connectTo(socketPath).get(), split);
         } else {
@@ -87,8 +85,8 @@ void answerRequests(const std::string& socketPath, const ReplayScript& script) {
 }
 
 bool isListening(redisContext* context, const std::string& channel) {
-    const RedisReply reply = sendRedisCommand(context, "PUBSUB NUMSUB %s", channel.c_str());
-    return reply && reply->elements == 2 && reply->element[1]->integer == 1;
+    const BenchReply reply = ask(context, {"PUBSUB", "NUMSUB", channel});
+    return reply->elements == 2 && reply->element[1]->integer == 1;
 }
 
 void endChild(pid_t child) {

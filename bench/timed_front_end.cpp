@@ -1,7 +1,6 @@
 #include "bench/timed_front_end.h"
 
 #include "bench/processors.h"
-#include "core/redis_reply.h"
 #include "tests/support/request.h"
 
 #include <poll.h>
@@ -17,25 +16,17 @@ constexpr std::chrono::microseconds TIME_TO_FINISH(100); // closing a connection
 
 const FrontEndRequest REQUEST;
 
-// The reply to the exchange's only command; nothing when none comes.
-RedisReply replayForReply(redisContext* context, const Exchange& exchange) {
-    RedisReply reply;
-    if (redisAppendFormattedCommand(context, exchange.bytes.data(), exchange.bytes.size()) ==
-            REDIS_OK &&
-        !takeRedisReply(context, reply)) {
-        reply.reset();
+// The wait must not hang for ever.
+BenchReply waitForMessage(redisContext* context) {
+    pollfd ready{context->fd, POLLIN, 0};
+    if (poll(&ready, 1, ANSWER_LIMIT_MILLISECONDS) <= 0) {
+        throw std::runtime_error("a request is not answered in time");
     }
-    return reply;
+    return takeReply(context);
 }
 
-// Nothing when no answer comes: the wait must not hang for ever.
-RedisReply waitForMessage(redisContext* context) {
-    RedisReply reply;
-    pollfd ready{context->fd, POLLIN, 0};
-    if (poll(&ready, 1, ANSWER_LIMIT_MILLISECONDS) > 0 && !takeRedisReply(context, reply)) {
-        reply.reset();
-    }
-    return reply;
+std::string textOf(const redisReply& reply) {
+    return reply.str == nullptr ? std::string() : std::string(reply.str, reply.len);
 }
 
 } // namespace
@@ -55,15 +46,15 @@ void TimedFrontEnd::add(const Exchange& content) {
 }
 
 double TimedFrontEnd::request(const std::string& channel) {
-    const Exchange announcement = makeExchange({{"PUBLISH", channel, requestMessage(REQUEST)}});
+    const Command announcement = {"PUBLISH", channel, requestMessage(REQUEST)};
     const double start = now();
-    const RedisReply published = replayForReply(mCommands.get(), announcement);
-    const RedisReply answer = waitForMessage(mAnswers.get());
+    const BenchReply published = ask(mCommands.get(), announcement);
+    const BenchReply answer = waitForMessage(mAnswers.get());
     const double elapsed = now() - start;
-    if (!published || published->integer != 1) {
+    if (published->integer != 1) {
         throw std::runtime_error("not exactly one listener on " + channel);
     }
-    if (!answer || answer->elements != 3 || replyText(*answer->element[2]) != REQUEST.statusKey) {
+    if (answer->elements != 3 || textOf(*answer->element[2]) != REQUEST.statusKey) {
         throw std::runtime_error("no answer to a request on " + channel);
     }
     return elapsed;
@@ -81,7 +72,5 @@ pid_t TimedFrontEnd::server() const {
 }
 
 std::string TimedFrontEnd::statusField(const std::string& name) {
-    const RedisReply reply =
-        sendRedisCommand(mCommands.get(), "HGET %s %s", REQUEST.statusKey.c_str(), name.c_str());
-    return reply ? std::string(replyText(*reply)) : std::string();
+    return textOf(*ask(mCommands.get(), {"HGET", REQUEST.statusKey, name}));
 }

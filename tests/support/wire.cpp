@@ -8,8 +8,6 @@
 #include <array>
 #include <stdexcept>
 
-namespace {
-
 std::string wireForm(const Command& command) {
     std::string bytes = "*" + std::to_string(command.size()) + "\r\n";
     for (const auto& word : command) {
@@ -17,8 +15,6 @@ std::string wireForm(const Command& command) {
     }
     return bytes;
 }
-
-} // namespace
 
 void WireReader::Release::operator()(redisReader* reader) const {
     redisReaderFree(reader);

@@ -41,6 +41,9 @@ private:
     std::unique_ptr<redisReply, Release> mValue;
 };
 
+// The command as clients send it.
+[[nodiscard]] std::string wireForm(const Command& command);
+
 // False when the other side is gone.
 [[nodiscard]] bool sendAll(int socket, const std::string& bytes);
 
