@@ -3,13 +3,15 @@
 // Properties:
 // - Creation answers 200 or 400. A refusal has a message and arguments.
 // - No key material stands in a message, in the certificate string or in the key's reference.
-// - What was installed reads back as a text of its type with the same certificates, is there only
-//   once, replaces itself with no operation, and is gone after deletion.
+// - What was installed reads back as a text of its type with certificates of the text alone, each
+//   issued by the next; it is there only once, replaces itself with no operation, and is gone after
+//   deletion.
 
 #include "fuzz/input.h"
 #include "fuzz/property.h"
 #include "platform/certificate_backend.h"
 #include "platform/certificate_backend/certificate_text.h"
+#include "platform/certificate_backend/installed_certificates.h"
 
 #include <algorithm>
 #include <array>
@@ -17,14 +19,14 @@
 namespace {
 
 constexpr std::array<std::string_view, 4> TYPES = {"PEM", "PEMchain", "PKCS7", "pem"};
-constexpr std::array<std::string_view, 2> COLLECTIONS = {
+constexpr std::array<std::string_view, 3> COLLECTIONS = {
     "/redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates",
-    "/redfish/v1/Managers/1/SecurityPolicy/TLS/Client/TrustedCertificates"};
-constexpr std::array<std::string_view, 8> LABELS = {
-    "CERTIFICATE",     "PRIVATE KEY",      "EC PRIVATE KEY",        "PKCS7",
-    "RSA PRIVATE KEY", "X509 CERTIFICATE", "ENCRYPTED PRIVATE KEY", "EC PARAMETERS"};
-const std::string KEY_REFERENCE = "/var/lib/CertificateService/installed/"
-                                  "+redfish+v1+Managers+1+NetworkProtocol+HTTPS+Certificates+1.pem";
+    "/redfish/v1/Managers/1/SecurityPolicy/TLS/Client/TrustedCertificates",
+    "/redfish/v1/UpdateService/ClientCertificates"};
+constexpr std::array<std::string_view, 9> LABELS = {
+    "CERTIFICATE",        "PRIVATE KEY",      "EC PRIVATE KEY",        "PKCS7",
+    "RSA PRIVATE KEY",    "X509 CERTIFICATE", "ENCRYPTED PRIVATE KEY", "EC PARAMETERS",
+    "TRUSTED CERTIFICATE"};
 constexpr std::size_t LONGEST_BLOCK = 8192;
 constexpr std::size_t SECRET_LENGTH = 24;
 
@@ -96,10 +98,15 @@ void requireWithout(const std::string& text, const std::vector<std::string>& sec
     }
 }
 
-void checkSecrets(const CreateCertResult& result, const std::string& text) {
-    require(result.privateKeyValue.empty() || result.privateKeyValue == KEY_REFERENCE,
+std::string uriOf(const CreateCertRequest& request) {
+    return request.collectionUri + "/" + request.certificateId;
+}
+
+void checkSecrets(const CreateCertResult& result, const CreateCertRequest& request) {
+    const std::string reference = installedFile("/var/lib/CertificateService", uriOf(request));
+    require(result.privateKeyValue.empty() || result.privateKeyValue == reference,
             "a private key is answered as a reference");
-    const std::vector<std::string> secrets = secretsOf(text);
+    const std::vector<std::string> secrets = secretsOf(request.certificateString);
     requireWithout(result.certificateString, secrets);
     for (const auto& texts : {result.message.MessageArgs, result.message.RelatedProperties}) {
         for (const std::string& argument : texts) {
@@ -119,27 +126,32 @@ void checkRefusal(const CreateCertResult& result) {
 void checkReadBack(const CreateCertRequest& request, const std::string& text) {
     const std::optional<CertificateType> type = certificateTypeOf(request.certificateType);
     require(type.has_value(), "what is installed has a type");
-    ChainAndKey sent;
-    ChainAndKey kept;
+    CertificateBlocks sent;
+    CertificateBlocks kept;
     require(!readCertificateText(request.certificateString, *type, sent), "what was sent is good");
     requireSame(readCertificateText(text, *type, kept, std::string::npos).value_or(""), "",
                 "the certificate string can be read");
     require(!kept.privateKey, "the certificate string holds no key");
-    require(sent.chain.size() == kept.chain.size() &&
-                std::equal(sent.chain.begin(), sent.chain.end(), kept.chain.begin(),
-                           [](const CertificateHandle& a, const CertificateHandle& b) {
-                               return X509_cmp(a.get(), b.get()) == 0;
-                           }),
-            "the certificate string holds the certificates that were sent");
+    for (const CertificateHandle& each : kept.certificates) {
+        require(std::any_of(sent.certificates.begin(), sent.certificates.end(),
+                            [&](const CertificateHandle& other) {
+                                return X509_cmp(each.get(), other.get()) == 0;
+                            }),
+                "the certificate string holds certificates that were sent");
+    }
+    for (std::size_t i = 1; i < kept.certificates.size(); ++i) {
+        require(hasIssuerSignature(kept.certificates[i].get(), kept.certificates[i - 1].get()),
+                "each certificate is issued by the next");
+    }
 }
 
 void checkInstalled(const CreateCertRequest& request, const CreateCertResult& result) {
-    const std::string uri = request.collectionUri + "/" + request.certificateId;
+    const std::string uri = uriOf(request);
     checkReadBack(request, result.certificateString);
     require(createCertificateHandler(request).code == 409, "a certificate is installed once");
     const CreateCertResult again = replaceCertificateHandler(
         {uri, request.certificateString, request.certificateType, request.rootCaFile});
-    checkSecrets(again, request.certificateString);
+    checkSecrets(again, request);
     require(again.code == 200, "the same text replaces itself");
     requireSame(again.message.MessageId, "Base.1.9.NoOperation", "and nothing is done");
     require(deleteCertificateHandler(uri).code == 200, "what is installed can be deleted");
@@ -152,12 +164,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Input input(data, size);
     CreateCertRequest request;
     request.certificateType = input.pick(TYPES);
-    const std::size_t form = input.choose(4);
-    request.collectionUri = COLLECTIONS[form % 2];
+    const std::size_t form = input.choose(6);
+    request.collectionUri = COLLECTIONS[form % COLLECTIONS.size()];
     request.certificateId = "1";
-    request.certificateString = form < 2 ? input.rest() : takeBlocks(input);
+    request.certificateString = form < COLLECTIONS.size() ? input.rest() : takeBlocks(input);
     const CreateCertResult result = createCertificateHandler(request);
-    checkSecrets(result, request.certificateString);
+    checkSecrets(result, request);
     if (result.code == 200) {
         checkInstalled(request, result);
     } else {

@@ -75,13 +75,34 @@ std::string memberText(const json& document, const std::string& name) {
                                                          : std::string();
 }
 
+struct NameProperty {
+    const char* property;
+    const char* shown;
+};
+
+// In the order of RFC 4514: the most specific first.
+constexpr std::array<NameProperty, 7> NAME_PROPERTIES = {{{"Email", "emailAddress"},
+                                                          {"CommonName", "CN"},
+                                                          {"OrganizationalUnit", "OU"},
+                                                          {"Organization", "O"},
+                                                          {"City", "L"},
+                                                          {"State", "ST"},
+                                                          {"Country", "C"}}};
+
+// "CN=bmc, O=Example"
 std::string nameText(const json& certificate, const std::string& name) {
     const auto found = certificate.find(name);
     if (found == certificate.end() || !found->is_object()) {
         return {};
     }
-    const std::string shown = memberText(*found, "DisplayString");
-    return shown.empty() ? memberText(*found, "CommonName") : shown;
+    std::vector<std::string> parts;
+    for (const NameProperty& part : NAME_PROPERTIES) {
+        const std::string value = memberText(*found, part.property);
+        if (!value.empty()) {
+            parts.push_back(std::string(part.shown) + "=" + value);
+        }
+    }
+    return joined(parts);
 }
 
 } // namespace

@@ -3,10 +3,10 @@
 
 #include "platform/certificate_backend/certificate_properties.h"
 
-#include "platform/certificate_backend/utf8.h"
 #include "platform/x509/dates.h"
 #include "platform/x509/key_usage.h"
 #include "platform/x509/names.h"
+#include "platform/x509/utf8.h"
 
 namespace {
 
@@ -27,12 +27,13 @@ bool fillIdentifier(const X509_NAME* name, Identifier& identifier) {
 Fault fillProperties(X509* certificate, CreateCertResult& result) {
     if (!fillIdentifier(X509_get_issuer_name(certificate), result.issuer) ||
         !fillIdentifier(X509_get_subject_name(certificate), result.subject)) {
-        return "a name in the certificate is not printable text";
+        return "has a name with control characters or that is no text. Have it issued with a "
+               "printable name.";
     }
     const std::optional<std::tm> start = utcTime(X509_get0_notBefore(certificate));
     const std::optional<std::tm> end = utcTime(X509_get0_notAfter(certificate));
     if (!start || !end) {
-        return "the certificate's validity dates cannot be read";
+        return "has validity dates that cannot be read.";
     }
     result.validNotBefore = isoTime(*start);
     result.validNotAfter = isoTime(*end);

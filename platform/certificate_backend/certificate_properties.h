@@ -8,7 +8,7 @@
 #include "platform/x509/openssl_handles.h"
 
 // Fills key usage, issuer, subject and dates. The names hold CommonName, Organization,
-// OrganizationalUnit, City, State, Country and Email, each where the certificate has it, the first
-// one where it is repeated, and DisplayString with the whole name (RFC 4514 order and escapes).
+// OrganizationalUnit, City, State, Country and Email, each where the certificate has it, the most
+// specific one where it is repeated.
 // Returns why the certificate cannot be shown; the result is then not to be used.
 [[nodiscard]] Fault fillProperties(X509* certificate, CreateCertResult& result);

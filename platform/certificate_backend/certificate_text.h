@@ -14,16 +14,11 @@
 enum class CertificateType {
     SINGLE,      // "PEM": one certificate (RFC 7468)
     CHAIN,       // "PEMchain": a certificate and those of its issuers, in any order
-    SIGNED_DATA, // "PKCS7": the same as one PKCS #7 signed-data block (RFC 2315)
+    SIGNED_DATA, // "PKCS7": the same as PKCS #7 signed data (RFC 2315), as a block or bare base64
 };
 
 // The type for its Redfish name "PEM", "PEMchain" or "PKCS7"; nothing for any other name.
 [[nodiscard]] std::optional<CertificateType> certificateTypeOf(std::string_view name);
-
-struct ChainAndKey {
-    CertificateChain chain;
-    KeyHandle privateKey; // of the first certificate; null when there is none
-};
 
 // What a text holds, before anything is asked about it.
 struct CertificateBlocks {
@@ -33,21 +28,16 @@ struct CertificateBlocks {
 
 constexpr std::size_t LONGEST_CERTIFICATE_TEXT = std::size_t{64} * 1024; // bytes
 
-// Reads a text of at most that many bytes with at most 16 certificates and at most one unencrypted
-// private key. Returns why the text is refused, in words that hold nothing of a key; the result is
-// then not to be used.
-[[nodiscard]] Fault readCertificateBlocks(std::string_view text, CertificateType type,
-                                          std::size_t longest, CertificateBlocks& result);
-
-// The same with the certificates put in order and the key decoded. Whether key and certificate
-// belong together and whether the certificates are to be trusted is not asked here.
+// Reads a text of at most that many bytes with one to sixteen certificates and at most one
+// unencrypted private key. Returns why the text is refused, in sentences that hold nothing of a
+// key; the result is then not to be used.
 [[nodiscard]] Fault readCertificateText(std::string_view text, CertificateType type,
-                                        ChainAndKey& result,
+                                        CertificateBlocks& result,
                                         std::size_t longest = LONGEST_CERTIFICATE_TEXT);
 
 // The chain as text of that type, without any private key.
 [[nodiscard]] std::string certificateText(const CertificateChain& chain, CertificateType type);
 
-// The key of a text that holds one unencrypted private key and nothing else; null for any other
+// The key of a text that holds one unencrypted private key and no other block; null for any other
 // text.
 [[nodiscard]] KeyHandle readPrivateKey(std::string_view text);

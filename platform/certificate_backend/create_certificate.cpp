@@ -1,12 +1,11 @@
 // The lock is taken when everything that can be said without the directory has been said.
 
-#include "platform/certificate_backend/certificate_checks.h"
 #include "platform/certificate_backend/installed_certificates.h"
 #include "platform/certificate_backend/messages.h"
 #include "platform/certificate_backend/new_certificate.h"
 #include "platform/certificate_backend/operations.h"
 #include "platform/certificate_backend/request_keys.h"
-#include "platform/certificate_backend/utf8.h"
+#include "platform/x509/utf8.h"
 
 #include <stdexcept>
 
@@ -21,13 +20,13 @@ CreateCertResult refusedText(const std::string& fault) {
     return refused(400, propertyValueFormatError(fault, CERTIFICATE_STRING_PROPERTY));
 }
 
-Fault readAndCheck(const CreateCertRequest& request, const BoardClock& clock,
-                   NewCertificate& certificate) {
-    if (Fault fault =
-            readCertificateText(request.certificateString, certificate.type, certificate.content)) {
+Fault checkAndDescribe(const NewCertificate& certificate, const AdmissionRules& rules,
+                       CreateCertResult& result) {
+    if (Fault fault = admissionFault(certificate.chain, rules)) {
         return fault;
     }
-    return admissionFault(certificate.content, certificate.kind, request.rootCaFile, clock);
+    Fault fault = privateKeyFault(certificate);
+    return fault ? fault : describe(certificate, result);
 }
 
 CreateCertResult installAsNew(const CreateCertRequest& request, const LockedDirectory& directory,
@@ -36,38 +35,52 @@ CreateCertResult installAsNew(const CreateCertRequest& request, const LockedDire
         return refused(409, resourceAlreadyExists("Certificate", "Id", request.certificateId));
     }
     if (lacksKey(certificate)) {
-        certificate.content.privateKey = findRequestKey(directory, publicKeyOf(certificate));
+        certificate.privateKey =
+            findRequestKey(directory, certificate.collectionUri, publicKeyOf(certificate));
     }
     if (lacksKey(certificate)) {
-        return refusedText("the certificate's private key is not known: it is neither in the text "
-                           "nor that of a signing request made here");
+        return refusedText(unknownKey(directory, certificate));
     }
     install(directory, certificate, result);
     return result;
+}
+
+NewCertificate newCertificate(const CreateCertRequest& request, CertificateType type) {
+    if (request.collectionUri.empty() || request.certificateId.empty()) {
+        throw std::runtime_error("the new certificate has no URI");
+    }
+    return {request.collectionUri + "/" + request.certificateId,
+            request.collectionUri,
+            type,
+            collectionKindOf(request.collectionUri),
+            {},
+            nullptr};
 }
 
 } // namespace
 
 CreateCertResult createCertificate(const Surroundings& surroundings,
                                    const CreateCertRequest& request) {
-    if (request.collectionUri.empty() || request.certificateId.empty()) {
-        throw std::runtime_error("the new certificate has no URI");
-    }
+    const RootsHandle roots = rootsFor(request.rootCaFile, surroundings);
     const std::optional<CertificateType> type = certificateTypeOf(request.certificateType);
     if (!type) {
         return refusedType(request);
     }
-    NewCertificate certificate = {request.collectionUri + "/" + request.certificateId,
-                                  collectionKindOf(request.collectionUri),
-                                  *type,
-                                  {}};
-    if (const Fault fault = readAndCheck(request, surroundings.clock, certificate)) {
-        return refusedText(*fault);
-    }
-    CreateCertResult result;
-    if (const Fault fault = describe(certificate, result)) {
+    NewCertificate certificate = newCertificate(request, *type);
+    CertificateBlocks blocks;
+    if (const Fault fault = readCertificateText(request.certificateString, *type, blocks)) {
         return refusedText(*fault);
     }
     const LockedDirectory directory(surroundings.directory);
+    const BoardClock& clock = surroundings.clock;
+    if (const Fault fault =
+            takeContent(directory, std::move(blocks), nullptr, clock, certificate)) {
+        return refusedText(*fault);
+    }
+    CreateCertResult result;
+    if (const Fault fault =
+            checkAndDescribe(certificate, {{certificate.kind, clock}, roots.get()}, result)) {
+        return refusedText(*fault);
+    }
     return installAsNew(request, directory, certificate, std::move(result));
 }

@@ -2,7 +2,7 @@
 
 #include "platform/certificate_backend/alternative_names.h"
 #include "platform/certificate_backend/messages.h"
-#include "platform/certificate_backend/utf8.h"
+#include "platform/x509/utf8.h"
 
 #include <openssl/objects.h>
 

@@ -6,6 +6,19 @@
 #include "platform/certificate_backend/operations.h"
 #include "platform/certificate_backend/request_keys.h"
 #include "platform/certificate_backend/signing_request.h"
+#include "platform/x509/dates.h"
+#include "platform/x509/names.h"
+
+namespace {
+
+RequestNote noteOf(const CSRRequest& request, X509_REQ* made, const BoardClock& clock) {
+    std::tm utc{};
+    gmtime_r(&clock.now, &utc);
+    return {request.collectionUri,
+            wholeName(X509_REQ_get_subject_name(made)).value_or(std::string()), isoTime(utc)};
+}
+
+} // namespace
 
 CSRResult generateCsr(const Surroundings& surroundings, const CSRRequest& request) {
     CsrParameters parameters;
@@ -18,6 +31,7 @@ CSRResult generateCsr(const Surroundings& surroundings, const CSRRequest& reques
     const RequestHandle made = makeSigningRequest(parameters, key.get());
     CSRResult result = {200, requestText(made.get()), {}};
     const LockedDirectory directory(surroundings.directory);
-    keepRequestKey(directory, key.get(), publicKeyDigest(X509_REQ_get_X509_PUBKEY(made.get())));
+    keepRequestKey(directory, noteOf(request, made.get(), surroundings.clock), key.get(),
+                   publicKeyDigest(X509_REQ_get_X509_PUBKEY(made.get())));
     return result;
 }

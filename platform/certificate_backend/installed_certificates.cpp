@@ -33,7 +33,7 @@ std::optional<CertificateBlocks> loadInstalled(const LockedDirectory& directory,
     }
     CertificateBlocks installed;
     if (const Fault fault =
-            readCertificateBlocks(*content, CertificateType::CHAIN, LONGEST_FILE, installed)) {
+            readCertificateText(*content, CertificateType::CHAIN, installed, LONGEST_FILE)) {
         throw std::runtime_error(installedFile(directory.path(), certificateUri) +
                                  " is damaged: " + *fault);
     }
@@ -41,10 +41,9 @@ std::optional<CertificateBlocks> loadInstalled(const LockedDirectory& directory,
 }
 
 void saveInstalled(const LockedDirectory& directory, const std::string& certificateUri,
-                   const ChainAndKey& certificate) {
-    SecretText content =
-        certificate.privateKey ? privateKeyText(certificate.privateKey.get()) : SecretText();
-    content += certificateText(certificate.chain, CertificateType::CHAIN);
+                   const CertificateChain& chain, EVP_PKEY* privateKey) {
+    SecretText content = privateKey == nullptr ? SecretText() : privateKeyText(privateKey);
+    content += certificateText(chain, CertificateType::CHAIN);
     writeFileAtomically(directory.installed(), fileName(certificateUri), content);
 }
 

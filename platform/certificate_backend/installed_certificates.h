@@ -20,9 +20,9 @@
 [[nodiscard]] std::optional<CertificateBlocks> loadInstalled(const LockedDirectory& directory,
                                                              const std::string& certificateUri);
 
-// Puts chain and private key, if there is one, on disk together, in place of what was there.
+// Puts chain and private key (null: none) on disk together, in place of what was there.
 void saveInstalled(const LockedDirectory& directory, const std::string& certificateUri,
-                   const ChainAndKey& certificate);
+                   const CertificateChain& chain, EVP_PKEY* privateKey);
 
 // True when it was there and is removed for good, false when there was nothing.
 [[nodiscard]] bool removeInstalled(const LockedDirectory& directory,

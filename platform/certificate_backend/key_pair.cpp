@@ -5,6 +5,7 @@
 
 #include <openssl/pem.h>
 
+#include <array>
 #include <stdexcept>
 #include <string_view>
 
@@ -12,9 +13,17 @@ namespace {
 
 constexpr std::string_view PROBE = "certificate backend: does this key pair work?";
 
+// Null where the algorithm brings its own (Ed25519). An RSA-PSS key may allow one digest alone.
 const EVP_MD* probeDigest(EVP_PKEY* key) {
+    constexpr int MANDATORY = 2;
+    std::array<char, 64> name{};
     const int type = EVP_PKEY_get_base_id(key);
-    return type == EVP_PKEY_ED25519 || type == EVP_PKEY_ED448 ? nullptr : EVP_sha256();
+    if (type == EVP_PKEY_ED25519 || type == EVP_PKEY_ED448) {
+        return nullptr;
+    }
+    return EVP_PKEY_get_default_digest_name(key, name.data(), name.size()) == MANDATORY
+               ? EVP_get_digestbyname(name.data())
+               : EVP_sha256();
 }
 
 const unsigned char* probeBytes() {

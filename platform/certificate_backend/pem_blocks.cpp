@@ -1,5 +1,5 @@
-// OpenSSL's own reader is not used: it skips whatever stands between blocks, and its buffers are
-// not wiped.
+// OpenSSL's own reader is not used: it skips blocks that it does not understand, and its buffers
+// are not wiped.
 
 #include "platform/certificate_backend/pem_blocks.h"
 
@@ -9,9 +9,12 @@
 
 namespace {
 
+constexpr std::string_view BOUNDARY = "-----BEGIN"; // also of a line that is spoilt
 constexpr std::string_view BEGIN = "-----BEGIN ";
+constexpr std::string_view CLOSING = "-----END";
 constexpr std::string_view END = "-----END ";
 constexpr std::string_view DASHES = "-----";
+constexpr std::string_view BYTE_ORDER_MARK = "\xef\xbb\xbf";
 constexpr std::string_view BLANKS = " \t\r\n";
 constexpr std::string_view ENCRYPTED_HEADER = "Proc-Type: 4,ENCRYPTED";
 constexpr std::size_t LONGEST_LABEL = 40;
@@ -35,25 +38,6 @@ SecretText withoutBlanks(std::string_view text) {
     std::copy_if(text.begin(), text.end(), std::back_inserter(kept),
                  [](char c) { return BLANKS.find(c) == std::string_view::npos; });
     return kept;
-}
-
-// False when the text is not base64 with its padding, or nothing at all.
-bool decodeBase64(std::string_view text, SecretBytes& bytes) {
-    const SecretText digits = withoutBlanks(text);
-    const std::size_t padding =
-        digits.size() - std::min(digits.find_last_not_of('=') + 1, digits.size());
-    const bool clean =
-        std::all_of(digits.begin(), digits.end() - static_cast<std::ptrdiff_t>(padding), isBase64);
-    if (digits.empty() || digits.size() % 4 != 0 || padding > 2 || !clean) {
-        return false;
-    }
-    bytes.resize(digits.size() / 4 * 3);
-    const auto* input = reinterpret_cast<const unsigned char*>(digits.data());
-    if (EVP_DecodeBlock(bytes.data(), input, static_cast<int>(digits.size())) < 0) {
-        return false;
-    }
-    bytes.resize(bytes.size() - padding);
-    return true;
 }
 
 // Takes the opening line from the text; false when it is none.
@@ -86,30 +70,68 @@ bool takeBody(std::string_view& text, const std::string& label, std::string_view
 Fault takeBlock(std::string_view& text, PemBlock& block) {
     std::string_view body;
     if (!takeLabel(text, block.label)) {
-        return "the text holds something that is not a PEM block";
+        return "The text holds a line that begins like a PEM block but is none. Send each block "
+               "with its whole first line.";
     }
     if (!takeBody(text, block.label, body)) {
-        return "a PEM block of the text has no end";
+        return "A PEM block of the text has no end. Send each block with its last line.";
     }
     skipBlanks(body);
     block.encrypted = body.starts_with(ENCRYPTED_HEADER);
     if (!block.encrypted && !decodeBase64(body, block.content)) {
-        return "a PEM block of the text is not correct base64";
+        return "A PEM block of the text is not correct base64. Send it as it was made.";
     }
+    return std::nullopt;
+}
+
+// Takes what stands before the next block, or all when there is none.
+Fault skipExplanation(std::string_view& text) {
+    const std::size_t length = std::min(text.find(BOUNDARY), text.size());
+    if (text.substr(0, length).find(CLOSING) != std::string_view::npos) {
+        return "The text holds the last line of a PEM block that has no first one. Send each block "
+               "whole.";
+    }
+    text.remove_prefix(length);
     return std::nullopt;
 }
 
 } // namespace
 
 Fault splitPemBlocks(std::string_view text, std::vector<PemBlock>& blocks) {
-    skipBlanks(text);
-    while (!text.empty()) {
+    while (true) {
+        if (Fault fault = skipExplanation(text)) {
+            return fault;
+        }
+        if (text.empty()) {
+            return std::nullopt;
+        }
         PemBlock block;
         if (Fault fault = takeBlock(text, block)) {
             return fault;
         }
         blocks.push_back(std::move(block));
-        skipBlanks(text);
     }
-    return std::nullopt;
+}
+
+bool decodeBase64(std::string_view text, SecretBytes& bytes) {
+    const SecretText digits = withoutBlanks(text);
+    const std::size_t padding =
+        digits.size() - std::min(digits.find_last_not_of('=') + 1, digits.size());
+    const bool clean =
+        std::all_of(digits.begin(), digits.end() - static_cast<std::ptrdiff_t>(padding), isBase64);
+    if (digits.empty() || digits.size() % 4 != 0 || padding > 2 || !clean) {
+        return false;
+    }
+    bytes.resize(digits.size() / 4 * 3);
+    const auto* input = reinterpret_cast<const unsigned char*>(digits.data());
+    if (EVP_DecodeBlock(bytes.data(), input, static_cast<int>(digits.size())) < 0) {
+        return false;
+    }
+    bytes.resize(bytes.size() - padding);
+    return true;
+}
+
+std::string_view withoutByteOrderMark(std::string_view text) {
+    text.remove_prefix(text.starts_with(BYTE_ORDER_MARK) ? BYTE_ORDER_MARK.size() : 0);
+    return text;
 }

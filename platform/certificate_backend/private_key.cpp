@@ -2,6 +2,10 @@
 
 #include "platform/certificate_backend/private_key.h"
 
+#include <openssl/bn.h>
+#include <openssl/core_names.h>
+#include <openssl/ec.h>
+
 #include <algorithm>
 #include <array>
 
@@ -37,6 +41,58 @@ int namedType(const SecretBytes& content) {
                : EVP_PKEY_NONE;
 }
 
+struct WipeNumber {
+    void operator()(BIGNUM* number) const {
+        BN_clear_free(number);
+    }
+};
+using NumberHandle = std::unique_ptr<BIGNUM, WipeNumber>;
+
+// Null when the key has no such number.
+NumberHandle numberOf(EVP_PKEY* key, const char* name) {
+    BIGNUM* number = nullptr;
+    return EVP_PKEY_get_bn_param(key, name, &number) == 1 ? NumberHandle(number) : nullptr;
+}
+
+bool isBetweenZeroAnd(const NumberHandle& number, const NumberHandle& bound) {
+    return number && bound && !BN_is_zero(number.get()) && !BN_is_negative(number.get()) &&
+           BN_cmp(number.get(), bound.get()) < 0;
+}
+
+bool isProduct(const NumberHandle& p, const NumberHandle& q, const NumberHandle& n) {
+    const std::unique_ptr<BN_CTX, OpenSSLRelease<BN_CTX_free>> scratch(BN_CTX_secure_new());
+    const NumberHandle product(BN_secure_new());
+    return scratch && product && BN_mul(product.get(), p.get(), q.get(), scratch.get()) == 1 &&
+           BN_cmp(product.get(), n.get()) == 0;
+}
+
+bool areRsaNumbersSound(EVP_PKEY* key) {
+    const NumberHandle n = numberOf(key, OSSL_PKEY_PARAM_RSA_N);
+    for (const char* name : {OSSL_PKEY_PARAM_RSA_D, OSSL_PKEY_PARAM_RSA_FACTOR1,
+                             OSSL_PKEY_PARAM_RSA_FACTOR2, OSSL_PKEY_PARAM_RSA_EXPONENT1,
+                             OSSL_PKEY_PARAM_RSA_EXPONENT2, OSSL_PKEY_PARAM_RSA_COEFFICIENT1}) {
+        if (!isBetweenZeroAnd(numberOf(key, name), n)) {
+            return false;
+        }
+    }
+    return !numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR3) &&
+           isProduct(numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR1),
+                     numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR2), n);
+}
+
+bool areNumbersSound(EVP_PKEY* key) {
+    switch (EVP_PKEY_get_base_id(key)) {
+    case EVP_PKEY_RSA:
+    case EVP_PKEY_RSA_PSS:
+        return areRsaNumbersSound(key);
+    case EVP_PKEY_EC:
+        return isBetweenZeroAnd(numberOf(key, OSSL_PKEY_PARAM_PRIV_KEY),
+                                numberOf(key, OSSL_PKEY_PARAM_EC_ORDER));
+    default:
+        return true; // any 32 bytes are an Ed25519 key
+    }
+}
+
 } // namespace
 
 bool holdsPrivateKey(const PemBlock& block) {
@@ -55,4 +111,21 @@ KeyHandle decodePrivateKey(const PemBlock& block) {
     const unsigned char* position = content.data();
     KeyHandle key(d2i_PrivateKey(type, nullptr, &position, static_cast<long>(content.size())));
     return position == content.data() + content.size() ? std::move(key) : nullptr;
+}
+
+bool namesCurve(const PemBlock& block) {
+    using ObjectHandle = std::unique_ptr<ASN1_OBJECT, OpenSSLRelease<ASN1_OBJECT_free>>;
+    const unsigned char* position = block.content.data();
+    const ObjectHandle curve(
+        d2i_ASN1_OBJECT(nullptr, &position, static_cast<long>(block.content.size())));
+    return curve && position == block.content.data() + block.content.size() &&
+           EC_curve_nid2nist(OBJ_obj2nid(curve.get())) != nullptr;
+}
+
+Fault privateNumbersFault(EVP_PKEY* key) {
+    if (areNumbersSound(key)) {
+        return std::nullopt;
+    }
+    return "The private key of the text is damaged: its numbers do not belong together. Send the "
+           "key as it was made.";
 }

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -40,4 +41,19 @@ ssize_t readUpTo(const FileDescriptor& file, void* buffer, std::size_t size) {
         }
     }
     return static_cast<ssize_t>(filled);
+}
+
+std::optional<std::string> readContent(const FileDescriptor& file, std::size_t longest) {
+    struct stat status = {};
+    if (::fstat(file.get(), &status) != 0) {
+        return std::nullopt;
+    }
+    const auto size = static_cast<std::size_t>(std::max<off_t>(status.st_size, 0));
+    std::string content(std::min(size, longest) + 1, '\0');
+    const ssize_t length = readUpTo(file, content.data(), content.size());
+    if (length < 0) {
+        return std::nullopt;
+    }
+    content.resize(static_cast<std::size_t>(length));
+    return content;
 }

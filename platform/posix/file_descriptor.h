@@ -5,6 +5,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 // Owns a file descriptor and closes it at the end of the scope. A negative number, as open returns
@@ -35,3 +36,8 @@ private:
 // Reads up to size bytes, fewer only at the end of the file. Returns their number, or -1 with errno
 // when reading fails. A signal in between does no harm.
 [[nodiscard]] ssize_t readUpTo(const FileDescriptor& file, void* buffer, std::size_t size);
+
+// The content of a regular file when it has at most that many bytes, otherwise its first longest +
+// 1 bytes; nothing, with errno, when reading fails.
+[[nodiscard]] std::optional<std::string> readContent(const FileDescriptor& file,
+                                                     std::size_t longest);

@@ -1,6 +1,7 @@
 #include "platform/x509/names.h"
 
 #include "platform/x509/memory_text.h"
+#include "platform/x509/utf8.h"
 
 #include <openssl/objects.h>
 
@@ -29,19 +30,20 @@ std::optional<std::string> utf8Of(const ASN1_STRING* value) {
     if (length < 0) {
         return std::nullopt;
     }
-    std::string copy(reinterpret_cast<const char*>(text), static_cast<std::size_t>(length));
+    std::string shown = withMisleadingEscaped(
+        {reinterpret_cast<const char*>(text), static_cast<std::size_t>(length)});
     OPENSSL_free(text);
-    return copy;
+    return shown;
 }
 
-// Letters outside ASCII stay readable: only the escapes of RFC 4514 are written.
-std::optional<std::string> wholeName(const X509_NAME* name) {
-    constexpr unsigned long FLAGS =
-        XN_FLAG_RFC2253 & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB);
-    const BioHandle memory = newMemory();
-    return X509_NAME_print_ex(memory.get(), name, 0, FLAGS) < 0
-               ? std::nullopt
-               : std::optional<std::string>(writtenText(memory));
+// The place of the attribute's last entry; -1 when there is none.
+int lastIndexOf(const X509_NAME* name, int attribute) {
+    int last = -1;
+    for (int next = X509_NAME_get_index_by_NID(name, attribute, -1); next >= 0;
+         next = X509_NAME_get_index_by_NID(name, attribute, last)) {
+        last = next;
+    }
+    return last;
 }
 
 } // namespace
@@ -49,12 +51,20 @@ std::optional<std::string> wholeName(const X509_NAME* name) {
 std::vector<NamePart> namePartsOf(const X509_NAME* name) {
     std::vector<NamePart> parts;
     for (const KnownPart& known : KNOWN_PARTS) {
-        const int index = X509_NAME_get_index_by_NID(name, known.attribute, -1);
+        const int index = lastIndexOf(name, known.attribute);
         if (index >= 0) {
             const X509_NAME_ENTRY* entry = X509_NAME_get_entry(name, index);
             parts.push_back({known.property, utf8Of(X509_NAME_ENTRY_get_data(entry))});
         }
     }
-    parts.push_back({"DisplayString", wholeName(name)});
     return parts;
+}
+
+std::optional<std::string> wholeName(const X509_NAME* name) {
+    constexpr unsigned long FLAGS =
+        XN_FLAG_RFC2253 & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB);
+    const BioHandle memory = newMemory();
+    return X509_NAME_print_ex(memory.get(), name, 0, FLAGS) < 0
+               ? std::nullopt
+               : std::optional<std::string>(withMisleadingEscaped(writtenText(memory)));
 }

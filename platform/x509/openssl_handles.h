@@ -37,6 +37,8 @@ using OctetStringHandle = std::unique_ptr<ASN1_STRING, OpenSSLRelease<ASN1_STRIN
 using ExtensionHandle = std::unique_ptr<X509_EXTENSION, OpenSSLRelease<X509_EXTENSION_free>>;
 using GeneralNameHandle = std::unique_ptr<GENERAL_NAME, OpenSSLRelease<GENERAL_NAME_free>>;
 using GeneralNamesHandle = std::unique_ptr<GENERAL_NAMES, OpenSSLRelease<GENERAL_NAMES_free>>;
+using NameConstraintsHandle =
+    std::unique_ptr<NAME_CONSTRAINTS, OpenSSLRelease<NAME_CONSTRAINTS_free>>;
 using ExtendedKeyUsageHandle =
     std::unique_ptr<EXTENDED_KEY_USAGE, OpenSSLRelease<EXTENDED_KEY_USAGE_free>>;
 

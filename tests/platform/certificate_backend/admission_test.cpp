@@ -1,12 +1,13 @@
-// The checks of a certificate, each by its name and with its exact words.
+// The checks of a certificate by itself, each by its name and with its exact words.
 
+#include "platform/certificate_backend/admission.h"
 #include "platform/certificate_backend/certificate_checks.h"
-#include "platform/certificate_backend/key_pair.h"
+#include "platform/certificate_backend/key_rules.h"
 #include "tests/platform/certificate_backend/backend_fixture.h"
 
+#include <openssl/bn.h>
 #include <openssl/core_names.h>
 #include <openssl/param_build.h>
-#include <openssl/rsa.h>
 
 namespace {
 
@@ -15,45 +16,24 @@ constexpr BoardClock UNSET_CLOCK = {0, BUILD_DATE};
 
 using NumberHandle = std::unique_ptr<BIGNUM, OpenSSLRelease<BN_free>>;
 
-NumberHandle numberOf(EVP_PKEY* key, const char* name) {
+// An RSA public key of these sizes. Nobody knows its factors.
+KeyHandle rsaKey(int bits, const char* exponentInHex) {
+    const NumberHandle modulus(BN_new());
+    BN_rand(modulus.get(), bits, BN_RAND_TOP_ONE, BN_RAND_BOTTOM_ODD);
     BIGNUM* number = nullptr;
-    EVP_PKEY_get_bn_param(key, name, &number);
-    return NumberHandle(number);
-}
-
-// An RSA key of any numbers; with a private exponent, a key pair.
-KeyHandle rsaKey(const NumberHandle& modulus, const NumberHandle& exponent,
-                 const BIGNUM* privateExponent = nullptr) {
+    BN_hex2bn(&number, exponentInHex);
+    const NumberHandle exponent(number);
     const std::unique_ptr<OSSL_PARAM_BLD, OpenSSLRelease<OSSL_PARAM_BLD_free>> builder(
         OSSL_PARAM_BLD_new());
     OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_RSA_N, modulus.get());
     OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_RSA_E, exponent.get());
-    if (privateExponent != nullptr) {
-        OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_RSA_D, privateExponent);
-    }
     const std::unique_ptr<OSSL_PARAM, OpenSSLRelease<OSSL_PARAM_free>> parameters(
         OSSL_PARAM_BLD_to_param(builder.get()));
     const KeyContextHandle context(EVP_PKEY_CTX_new_from_name(nullptr, "RSA", nullptr));
     EVP_PKEY* key = nullptr;
     EVP_PKEY_fromdata_init(context.get());
-    EVP_PKEY_fromdata(context.get(), &key,
-                      privateExponent == nullptr ? EVP_PKEY_PUBLIC_KEY : EVP_PKEY_KEYPAIR,
-                      parameters.get());
+    EVP_PKEY_fromdata(context.get(), &key, EVP_PKEY_PUBLIC_KEY, parameters.get());
     return KeyHandle(key);
-}
-
-// Of a certificate that shows an RSA public key of that many bits. Nobody knows its factors: the
-// signature is made with another key.
-std::string rsaFaultOf(int bits) {
-    const NumberHandle modulus(BN_new());
-    const NumberHandle exponent(BN_new());
-    BN_rand(modulus.get(), bits, BN_RAND_TOP_ONE, BN_RAND_BOTTOM_ODD);
-    BN_set_word(exponent.get(), 65537);
-    const CertificateHandle certificate = parseCertificate(makeSelfSigned().certificate);
-    const KeyHandle signer = makeEcKey("P-256");
-    X509_set_pubkey(certificate.get(), rsaKey(modulus, exponent).get());
-    X509_sign(certificate.get(), signer.get(), EVP_sha256());
-    return keyFault(certificate.get()).value_or("");
 }
 
 // A certificate as the command makes it with these arguments.
@@ -65,99 +45,127 @@ CertificateHandle made(const std::string& arguments) {
     return parseCertificate(readFile(certificate));
 }
 
-std::string useFaultOf(const TestCertificate& certificate) {
-    return serverUseFault(parseCertificate(certificate.certificate).get()).value_or("");
-}
-
-// An authority whose root stands in a file, and what it issues.
-class RootCa : public testing::Test {
-protected:
-    RootCa() {
-        writeFile(rootFile, root.certificate);
-    }
-
-    [[nodiscard]] std::string faultOf(const std::string& text, const BoardClock& clock = CLOCK,
-                                      CollectionKind kind = CollectionKind::IDENTITY) const {
-        ChainAndKey read;
-        if (const Fault fault = readCertificateText(text, CertificateType::CHAIN, read)) {
-            return *fault;
-        }
-        return admissionFault(read, kind, rootFile, clock).value_or("");
-    }
-
-    TempDirectory files;
-    std::string rootFile = files.file("root.pem");
-    TestCertificate root = makeAuthority("Root");
-    TestCertificate middle = makeSigned(root, {.subject = {{"CN", "Middle"}}, .ca = true});
-    TestCertificate leaf = makeSigned(middle);
-};
-
-std::string untrusted(const std::string& reason) {
-    return "the certificate does not lead to a trusted root: " + reason;
+std::string useFaultOf(const TestCertificate& certificate, CollectionKind kind) {
+    return identityUseFault(parseCertificate(certificate.certificate).get(), kind).value_or("");
 }
 
 } // namespace
 
-TEST(Validity, HoldsFromTheFirstToTheLastSecondOfASetClock) {
+TEST(Validity, HoldsFromItsFirstSecondToTheOneBeforeItsEnd) {
     constexpr BoardClock JUST_UNSET = {BUILD_DATE - 1, BUILD_DATE};
     constexpr BoardClock JUST_SET = {BUILD_DATE, BUILD_DATE};
     struct Row {
         const char* notBefore;
         const char* notAfter;
         BoardClock clock;
-        const char* fault;
+        std::string fault;
+    };
+    const auto expired = [](const std::string& date) {
+        return "expired at " + date + ". Send one that is valid now.";
+    };
+    const auto early = [](const std::string& date) {
+        return "is not valid before " + date + ". Send one that is valid now, or set the clock.";
     };
     for (const Row& row : std::initializer_list<Row>{
-             {"20260601000000Z", "20260601000000Z", CLOCK, ""},
-             {"20200101000000Z", "20491231235959Z", CLOCK, ""},
+             {"20260601000000Z", "20260601000001Z", CLOCK, ""},
+             {"20200101000000Z", "20260601000000Z", CLOCK, expired("2026-06-01T00:00:00Z")},
              {"20200101000000Z", "99991231235959Z", CLOCK, ""},
-             {"20200101000000Z", "20260531235959Z", CLOCK, "expired at 2026-05-31T23:59:59Z"},
-             {"19600101000000Z", "19610101000000Z", CLOCK, "expired at 1961-01-01T00:00:00Z"},
-             {"20260601000001Z", "20491231235959Z", CLOCK,
-              "is not valid before 2026-06-01T00:00:01Z"},
-             {"20770101000000Z", "20780101000000Z", CLOCK,
-              "is not valid before 2077-01-01T00:00:00Z"},
+             {"19600101000000Z", "19610101000000Z", CLOCK, expired("1961-01-01T00:00:00Z")},
+             {"20260601000001Z", "20491231235959Z", CLOCK, early("2026-06-01T00:00:01Z")},
+             {"20770101000000Z", "20780101000000Z", CLOCK, early("2077-01-01T00:00:00Z")},
              {"20260601000001Z", "20491231235959Z", UNSET_CLOCK, ""},
              {"20260601000001Z", "20491231235959Z", JUST_UNSET, ""},
-             {"20260601000001Z", "20491231235959Z", JUST_SET,
-              "is not valid before 2026-06-01T00:00:01Z"},
-             {"20200101000000Z", "20251231235959Z", UNSET_CLOCK, "expired at 2025-12-31T23:59:59Z"},
-             {"20200101000000Z", "20260101000000Z", UNSET_CLOCK, ""},
+             {"20260601000001Z", "20491231235959Z", JUST_SET, early("2026-06-01T00:00:01Z")},
+             {"20200101000000Z", "20260101000000Z", UNSET_CLOCK, expired("2026-01-01T00:00:00Z")},
+             {"20200101000000Z", "20260101000001Z", UNSET_CLOCK, ""},
          }) {
         const TestCertificate certificate =
             makeSelfSigned({.notBefore = row.notBefore, .notAfter = row.notAfter});
-        const Fault fault =
-            validityFault(parseCertificate(certificate.certificate).get(), row.clock);
-        EXPECT_EQ(fault.value_or(""),
-                  *row.fault == '\0' ? "" : std::string("the certificate ") + row.fault);
+        EXPECT_EQ(
+            validityFault(parseCertificate(certificate.certificate).get(), row.clock).value_or(""),
+            row.fault);
     }
 }
 
-TEST(KeyStrength, IsThatOfRsaFrom2048To8192Bits) {
-    EXPECT_EQ(rsaFaultOf(2048), "");
-    EXPECT_EQ(rsaFaultOf(8192), "");
-    for (const int bits : {1024, 2047, 8193}) {
-        EXPECT_EQ(rsaFaultOf(bits), "the certificate's RSA key has " + std::to_string(bits) +
-                                        " bits, not 2048 to 8192");
+TEST(KeyRules, BoundTheLengthOfRsaKeysByWhatTheyServeFor) {
+    struct Row {
+        int bits;
+        KeyRules rules;
+        std::string largest; // in the refusal; empty when accepted
+    };
+    for (const Row& row : std::initializer_list<Row>{{2048, IDENTITY_KEY_RULES, ""},
+                                                     {4096, IDENTITY_KEY_RULES, ""},
+                                                     {4097, IDENTITY_KEY_RULES, "4096"},
+                                                     {2047, IDENTITY_KEY_RULES, "4096"},
+                                                     {2048, ISSUER_KEY_RULES, ""},
+                                                     {8192, ISSUER_KEY_RULES, ""},
+                                                     {8193, ISSUER_KEY_RULES, "8192"},
+                                                     {1024, ISSUER_KEY_RULES, "8192"},
+                                                     {8192, ROOT_KEY_RULES, ""},
+                                                     {8193, ROOT_KEY_RULES, "8192"},
+                                                     {390000, ROOT_KEY_RULES, "8192"}}) {
+        EXPECT_EQ(keyFault(rsaKey(row.bits, "10001").get(), row.rules).value_or(""),
+                  row.largest.empty()
+                      ? ""
+                      : "has an RSA key of " + std::to_string(row.bits) +
+                            " bits. Accepted are 2048 to " + row.largest + " bits.");
     }
 }
 
-TEST(KeyStrength, IsThatOfThreeCurvesEd25519AndRsaForProbabilisticSignatures) {
+TEST(KeyRules, BoundTheExponent) {
+    struct Row {
+        const char* exponent;
+        KeyRules rules;
+        std::string smallest; // in the refusal; empty when accepted
+    };
+    for (const Row& row : std::initializer_list<Row>{{"10001", IDENTITY_KEY_RULES, ""},
+                                                     {"FFFFFFFF", IDENTITY_KEY_RULES, ""},
+                                                     {"FFFF", IDENTITY_KEY_RULES, "65537"},
+                                                     {"3", ISSUER_KEY_RULES, "65537"},
+                                                     {"10002", ISSUER_KEY_RULES, "65537"},
+                                                     {"100000001", ISSUER_KEY_RULES, "65537"},
+                                                     {"3", ROOT_KEY_RULES, ""},
+                                                     {"1", ROOT_KEY_RULES, "3"},
+                                                     {"4", ROOT_KEY_RULES, "3"}}) {
+        EXPECT_EQ(keyFault(rsaKey(2048, row.exponent).get(), row.rules).value_or(""),
+                  row.smallest.empty()
+                      ? ""
+                      : "has an RSA key with an unusual exponent. Accepted are odd "
+                        "ones from " +
+                            row.smallest + " to 4294967295.");
+    }
+}
+
+TEST(KeyRules, NameTheCurvesAndAlgorithms) {
+    const std::string accepted =
+        " Accepted are RSA of 2048 bits or more, P-256, P-384, P-521 and Ed25519.";
     const std::string otherCurve =
-        "the certificate's key is not on the curve P-256, P-384 or P-521";
+        "has a key on another curve than P-256, P-384 and P-521." + accepted;
     for (const auto& [kind, fault] : std::vector<std::pair<std::string, std::string>>{
              {"ec -pkeyopt ec_paramgen_curve:P-256", ""},
              {"ec -pkeyopt ec_paramgen_curve:P-384", ""},
              {"ec -pkeyopt ec_paramgen_curve:P-521", ""},
+             {"ec -pkeyopt ec_paramgen_curve:P-256 -pkeyopt ec_param_enc:explicit",
+              "has a key with the numbers of its curve spelt out. Give the curve by its name."},
              {"ec -pkeyopt ec_paramgen_curve:secp256k1", otherCurve},
              {"ec -pkeyopt ec_paramgen_curve:secp224r1", otherCurve},
              {"ec -pkeyopt ec_paramgen_curve:brainpoolP256r1", otherCurve},
              {"ed25519", ""},
-             {"ed448", "the certificate's key is neither RSA nor P-256, P-384, P-521 or Ed25519"},
+             {"ed448", "has a key of another algorithm." + accepted},
              {"rsa-pss -pkeyopt rsa_keygen_bits:2048", ""},
+             {"rsa-pss -pkeyopt rsa_keygen_bits:2048 -pkeyopt rsa_pss_keygen_md:sha512 -sha512",
+              ""},
+             {"rsa-pss -pkeyopt rsa_keygen_bits:2048 -pkeyopt rsa_pss_keygen_md:sha1 -sha1",
+              "has an RSA-PSS key for the digest SHA1 alone, which is too weak. Accepted are "
+              "SHA-224 and longer ones."},
          }) {
-        EXPECT_EQ(keyFault(made("-newkey " + kind).get()).value_or(""), fault) << kind;
+        EXPECT_EQ(keyFault(X509_get0_pubkey(made("-newkey " + kind).get()), IDENTITY_KEY_RULES)
+                      .value_or(""),
+                  fault)
+            << kind;
     }
+    EXPECT_EQ(keyFault(nullptr, IDENTITY_KEY_RULES),
+              "has a public key that cannot be read." + accepted);
 }
 
 TEST(SignatureStrength, IsAtLeast112Bits) {
@@ -169,132 +177,230 @@ TEST(SignatureStrength, IsAtLeast112Bits) {
              {"ed25519", ""},
          }) {
         EXPECT_EQ(signatureFault(made("-newkey " + arguments).get()).value_or(""),
-                  algorithm.empty() ? "" : "the certificate's signature is too weak: " + algorithm);
+                  algorithm.empty() ? ""
+                                    : "has a signature that is too weak (" + algorithm +
+                                          "). Have it issued with SHA-256 or longer.");
     }
 }
 
-TEST(ServerUse, IsAskedForWhereAnExtendedKeyUsageIs) {
+TEST(IdentityUse, IsThatOfTheCollectionByItsOwnName) {
     const TestCertificate authority = makeAuthority();
-    EXPECT_EQ(useFaultOf(makeSigned(authority)), "");
-    const std::string lacking = "the certificate's extended key usage lacks server authentication";
-    for (const auto& [usage, fault] : std::vector<std::pair<std::string, std::string>>{
-             {"serverAuth", ""},
-             {"clientAuth,serverAuth", ""},
-             {"anyExtendedKeyUsage", ""},
-             {"clientAuth", lacking},
-             {"1.2.3.4", lacking},
-         }) {
-        EXPECT_EQ(useFaultOf(makeSigned(authority, {.extensions = {{"extendedKeyUsage", usage}}})),
-                  fault)
-            << usage;
-    }
-}
-
-TEST(ServerUse, IsRefusedToAnAuthorityUnlessItIsSelfSigned) {
-    EXPECT_EQ(useFaultOf(makeSigned(makeAuthority(), {.ca = true})),
-              "the certificate is that of a certification authority");
-    EXPECT_EQ(useFaultOf(makeAuthority()), "");
-}
-
-TEST(KeyPairs, BelongTogetherWhenASignatureIsVerified) {
-    for (const KeyKind kind :
-         {KeyKind::RSA_2048, KeyKind::EC_P256, KeyKind::EC_P521, KeyKind::ED25519}) {
-        const KeyHandle one = parsePrivateKey(makePrivateKey(kind));
-        const KeyHandle other = parsePrivateKey(makePrivateKey(kind));
-        EXPECT_TRUE(keysBelongTogether(one.get(), one.get()));
-        EXPECT_FALSE(keysBelongTogether(one.get(), other.get()));
-    }
-}
-
-TEST(KeyPairs, DoNotBelongTogetherWhenThePrivateHalfIsDamaged) {
-    const KeyHandle good = parsePrivateKey(makePrivateKey(KeyKind::RSA_2048));
-    const NumberHandle modulus = numberOf(good.get(), OSSL_PKEY_PARAM_RSA_N);
-    const NumberHandle exponent = numberOf(good.get(), OSSL_PKEY_PARAM_RSA_E);
-    const KeyHandle damaged = rsaKey(modulus, exponent, exponent.get());
-    ASSERT_NE(damaged, nullptr);
-    EXPECT_EQ(EVP_PKEY_eq(damaged.get(), good.get()), 1);
-    EXPECT_FALSE(keysBelongTogether(damaged.get(), good.get()));
-}
-
-TEST_F(RootCa, VouchesForWhatItIssued) {
-    const std::string chain = leaf.certificate + middle.certificate;
-    EXPECT_EQ(faultOf(makeSigned(root).certificate), "");
-    EXPECT_EQ(faultOf(chain), "");
-    EXPECT_EQ(faultOf(chain + root.certificate), "");
-    EXPECT_EQ(faultOf(chain, UNSET_CLOCK), "");
-    writeFile(rootFile, makeAuthority("Other").certificate + root.certificate);
-    EXPECT_EQ(faultOf(chain), "");
-}
-
-TEST_F(RootCa, VouchesForNobodyElse) {
-    const TestCertificate own = makeSelfSigned();
-    const TestCertificate impostor = makeAuthority("Root");
-    const std::string noIssuer = untrusted("unable to get local issuer certificate");
-    EXPECT_EQ(faultOf(makeSigned(makeAuthority("Stranger")).certificate), noIssuer);
-    EXPECT_EQ(faultOf(leaf.certificate), noIssuer); // the middle is missing
-    EXPECT_EQ(faultOf(own.certificate), untrusted("self-signed certificate"));
-    EXPECT_EQ(faultOf(own.certificate, UNSET_CLOCK), untrusted("self-signed certificate"));
-    EXPECT_EQ(faultOf(makeSigned(impostor).certificate + impostor.certificate),
-              untrusted("self-signed certificate in certificate chain"));
-    writeFile(rootFile, own.certificate);
-    EXPECT_EQ(faultOf(own.certificate), "");
-    writeFile(rootFile, middle.certificate); // an intermediate is no root
-    EXPECT_EQ(faultOf(leaf.certificate), untrusted("unable to get issuer certificate"));
-}
-
-TEST_F(RootCa, VouchesForNobodyBelowALeaf) {
-    const TestCertificate first = makeSigned(root);
-    const TestCertificate below = makeSigned(first, {.subject = {{"CN", "Below a leaf"}}});
-    EXPECT_EQ(faultOf(below.certificate + first.certificate), untrusted("invalid CA certificate"));
-}
-
-TEST_F(RootCa, IsItselfJudgedByStrengthAndDates) {
+    const auto lacking = [](const std::string& purpose) {
+        return "has an extended key usage without " + purpose +
+               ". Have it issued with it, or without an extended key usage.";
+    };
     struct Row {
-        CertificateOptions root;
-        BoardClock clock;
+        const char* extension;
+        const char* value;
+        std::string server;
+        std::string client;
+    };
+    const std::string noServerBit =
+        "has a key usage without digitalSignature, keyEncipherment or keyAgreement. Have it issued "
+        "with one of these, or without a key usage.";
+    const std::string noClientBit =
+        "has a key usage without digitalSignature or keyAgreement. Have it issued with one of "
+        "these, or without a key usage.";
+    for (const Row& row : std::initializer_list<Row>{
+             {"nsComment", "neither", "", ""},
+             {"extendedKeyUsage", "serverAuth", "", lacking("clientAuth")},
+             {"extendedKeyUsage", "clientAuth", lacking("serverAuth"), ""},
+             {"extendedKeyUsage", "clientAuth,serverAuth", "", ""},
+             {"extendedKeyUsage", "anyExtendedKeyUsage", lacking("serverAuth"),
+              lacking("clientAuth")},
+             {"extendedKeyUsage", "1.2.3.4", lacking("serverAuth"), lacking("clientAuth")},
+             {"keyUsage", "digitalSignature", "", ""},
+             {"keyUsage", "keyAgreement", "", ""},
+             {"keyUsage", "keyEncipherment", "", noClientBit},
+             {"keyUsage", "cRLSign", noServerBit, noClientBit},
+             {"keyUsage", "critical,keyCertSign,nonRepudiation", noServerBit, noClientBit},
+         }) {
+        const TestCertificate certificate =
+            makeSigned(authority, {.extensions = {{row.extension, row.value}}});
+        EXPECT_EQ(useFaultOf(certificate, CollectionKind::SERVER), row.server) << row.value;
+        EXPECT_EQ(useFaultOf(certificate, CollectionKind::CLIENT), row.client) << row.value;
+    }
+}
+
+TEST(IdentityUse, IsRefusedToAnAuthorityUnlessItIsSelfSigned) {
+    EXPECT_EQ(useFaultOf(makeSigned(makeAuthority(), {.ca = true}), CollectionKind::SERVER),
+              "is that of a certification authority. Send one with basicConstraints CA:FALSE.");
+    EXPECT_EQ(useFaultOf(makeSelfSigned({.ca = true}), CollectionKind::SERVER), "");
+}
+
+// ---- chains, without a configured root ----
+
+using Admission = CertificateBackend;
+
+TEST_F(Admission, JudgesEveryCertificateOfTheChainWithoutARoot) {
+    const TestCertificate root = makeAuthority("Root");
+    const auto middle = [&](CertificateOptions options) {
+        options.subject = {{"CN", "Middle"}};
+        return makeSigned(root, options);
+    };
+    const auto below = [&](const TestCertificate& issuer, const CertificateOptions& options = {}) {
+        return textOf(makeSigned(issuer, options)) + issuer.certificate;
+    };
+    const std::string critical = "1.2.3.4";
+    const std::string unknownExtension =
+        "has a critical extension that is not known here. Have it issued without.";
+    const std::string noAuthority =
+        "is no certification authority, but another certificate is said "
+        "to be issued by it. Send one that an authority issued.";
+    const TestCertificate noSigner =
+        middle({.ca = true, .extensions = {{"keyUsage", "critical,digitalSignature"}}});
+    const TestCertificate narrow =
+        makeSelfSigned({.subject = {{"CN", "Narrow"}},
+                        .ca = true,
+                        .extensions = {{"nameConstraints", "critical,permitted;DNS:example.org"}}});
+    struct Row {
+        const char* name;
+        std::string text;
         std::string fault;
     };
     for (const Row& row : std::vector<Row>{
-             {{.subject = {{"CN", "Weak"}}, .ca = true, .key = KeyKind::RSA_1024},
-              CLOCK,
-              untrusted("CA certificate key too weak")},
-             {{.subject = {{"CN", "Old"}}, .notAfter = "20251231235959Z", .ca = true},
-              CLOCK,
-              untrusted("certificate has expired")},
-             {{.subject = {{"CN", "Young"}}, .notBefore = "20480101000000Z", .ca = true},
-              CLOCK,
-              untrusted("certificate is not yet valid")},
-             {{.subject = {{"CN", "Young"}}, .notBefore = "20480101000000Z", .ca = true},
-              UNSET_CLOCK,
+             {"a good chain", below(middle({.ca = true})) + root.certificate, ""},
+             {"a partial chain", below(middle({.ca = true})), ""},
+             {"a leaf alone", textOf(makeSigned(root)), ""},
+             {"a leaf for CRLs",
+              textOf(makeSigned(root, {.extensions = {{"keyUsage", "cRLSign"}}})),
+              said(
+                  0, "test.example",
+                  "has a key usage without digitalSignature, keyEncipherment or keyAgreement. Have "
+                  "it issued with one of these, or without a key usage.")},
+             {"an issued authority as leaf", textOf(middle({.ca = true})),
+              said(0, "Middle",
+                   "is that of a certification authority. Send one with basicConstraints "
+                   "CA:FALSE.")},
+             {"a self-signed authority as leaf", textOf(makeSelfSigned({.ca = true})), ""},
+             {"an unknown critical extension of a leaf",
+              textOf(makeSigned(root, {.extensions = {{critical, "critical,DER:0500"}}})),
+              said(0, "test.example", unknownExtension)},
+             {"an unknown critical extension of an issuer",
+              below(middle({.ca = true, .extensions = {{critical, "critical,DER:0500"}}})),
+              said(1, "Middle", unknownExtension)},
+             {"an unknown extension",
+              textOf(makeSigned(root, {.extensions = {{critical, "DER:0500"}}})), ""},
+             {"an issuer that is no authority", below(middle({})), said(1, "Middle", noAuthority)},
+             {"an issuer whose key usage is no issuer's", below(noSigner),
+              said(1, "Middle", noAuthority)},
+             {"an expired issuer", below(middle({.notAfter = "20251231235959Z", .ca = true})),
+              said(1, "Middle", "expired at 2025-12-31T23:59:59Z. Send one that is valid now.")},
+             {"a weak issuer", below(middle({.ca = true, .key = KeyKind::RSA_1024})),
+              said(1, "Middle", "has an RSA key of 1024 bits. Accepted are 2048 to 8192 bits.")},
+             {"a name that an issuer does not permit",
+              below(narrow, {.extensions = {{"subjectAltName", "DNS:example.com"}}}),
+              said(0, "test.example",
+                   "has a name that its issuers' name constraints do not permit. Have it issued "
+                   "with another.")},
+             {"a name that an issuer permits",
+              below(narrow, {.subject = {{"O", "Example"}},
+                            .extensions = {{"subjectAltName", "DNS:a.example.org"}}}),
               ""},
+             {"an issuer for clients only",
+              below(middle({.ca = true, .extensions = {{"extendedKeyUsage", "clientAuth"}}})),
+              said(
+                  1, "Middle",
+                  "may not be used for this collection's purpose, by its key usage or extended key "
+                  "usage. Send one that may.")},
          }) {
-        const TestCertificate other = makeSelfSigned(row.root);
-        writeFile(rootFile, other.certificate);
-        EXPECT_EQ(faultOf(makeSigned(other).certificate, row.clock), row.fault);
+        EXPECT_EQ(refusalOf(row.text), row.fault) << row.name;
     }
 }
 
-TEST_F(RootCa, IsAFaultOfTheMachineWhenItCannotBeRead) {
-    const std::string text = makeSigned(root).certificate;
-    for (const char* content : {"", "not a certificate"}) {
-        writeFile(rootFile, content);
-        EXPECT_THROW(static_cast<void>(faultOf(text)), std::runtime_error);
+TEST_F(Admission, BoundsPathLengths) {
+    const TestCertificate top = makeSelfSigned({.subject = {{"CN", "Top"}}, .ca = true});
+    const auto limited = changed(top.certificate, top.privateKey, [](X509* certificate) {
+        const ExtensionHandle old(X509_delete_ext(
+            certificate, X509_get_ext_by_NID(certificate, NID_basic_constraints, -1)));
+        const ExtensionHandle bound(X509V3_EXT_conf_nid(nullptr, nullptr, NID_basic_constraints,
+                                                        "critical,CA:TRUE,pathlen:0"));
+        X509_add_ext(certificate, bound.get(), -1);
+    });
+    const TestCertificate middle = makeSigned(top, {.subject = {{"CN", "Middle"}}, .ca = true});
+    EXPECT_EQ(refusalOf(textOf(makeSigned(top)) + limited), "");
+    EXPECT_EQ(refusalOf(textOf(makeSigned(middle)) + middle.certificate + limited),
+              said(2, "Top",
+                   "allows fewer certificates below it. Send one that was issued within its path "
+                   "length."));
+}
+
+TEST_F(Admission, ReadsNoMoreThanSixtyFourExtensions) {
+    const auto withExtensions = [](int count) {
+        CertificateOptions options;
+        for (int i = 3; i < count; ++i) { // beside the three that each has
+            options.extensions.emplace_back("1.2.3." + std::to_string(i), "DER:0500");
+        }
+        return textOf(makeSelfSigned(options));
+    };
+    EXPECT_EQ(refusalOf(withExtensions(64)), "");
+    EXPECT_EQ(refusalOf(withExtensions(65)),
+              said(0, "test.example", "has more than 64 extensions. Have it issued with fewer."));
+}
+
+TEST_F(Admission, BoundsTheComparisonsOfNames) {
+    std::string constraints = "permitted;DNS:example";
+    std::string names = "DNS:a.example";
+    for (int i = 1; i < 300; ++i) {
+        constraints += ",permitted;DNS:e" + std::to_string(i);
+        names += ",DNS:a" + std::to_string(i) + ".example";
     }
-    rootFile = files.file("missing.pem");
-    EXPECT_THROW(static_cast<void>(faultOf(text)), std::runtime_error);
+    const TestCertificate issuer =
+        makeSelfSigned({.ca = true, .extensions = {{"nameConstraints", constraints}}});
+    const TestCertificate leaf =
+        makeSigned(issuer, {.subject = {}, .extensions = {{"subjectAltName", names}}});
+    EXPECT_EQ(refusalOf(textOf(leaf) + issuer.certificate),
+              "The chain has too many alternative names and name constraints to compare. Send one "
+              "with fewer.");
+    EXPECT_EQ(refusalOf(textOf(leaf)), "");
 }
 
-TEST_F(RootCa, IsNotAskedAboutACollectionOfTrust) {
-    EXPECT_EQ(faultOf(makeAuthority("Stranger").certificate, CLOCK, CollectionKind::TRUST), "");
+TEST_F(Admission, AsksClientIdentitiesForTheClientsPurpose) {
+    constexpr const char* CLIENTS = "/redfish/v1/UpdateService/ClientCertificates";
+    const auto with = [](const char* purpose) {
+        return textOf(makeSelfSigned({.extensions = {{"extendedKeyUsage", purpose}}}));
+    };
+    EXPECT_EQ(refusalOf(with("clientAuth"), "PEM", CLIENTS), "");
+    EXPECT_EQ(
+        refusalOf(with("serverAuth"), "PEM", CLIENTS),
+        said(0, "test.example",
+             "has an extended key usage without clientAuth. Have it issued with it, or without "
+             "an extended key usage."));
+    const TestCertificate root =
+        makeSelfSigned({.subject = {{"CN", "Root"}},
+                        .ca = true,
+                        .extensions = {{"extendedKeyUsage", "serverAuth"}}});
+    EXPECT_EQ(
+        refusalOf(textOf(makeSigned(root)) + root.certificate, "PEMchain", CLIENTS),
+        said(1, "Root",
+             "may not be used for this collection's purpose, by its key usage or extended key "
+             "usage. Send one that may."));
 }
 
-TEST_F(RootCa, IsNotEnoughForAChainWithABadCertificate) {
-    const TestCertificate expired =
-        makeSigned(root, {.subject = {{"CN", "Old"}}, .notAfter = "20251231235959Z", .ca = true});
-    EXPECT_EQ(faultOf(makeSigned(expired).certificate + expired.certificate),
-              "the certificate expired at 2025-12-31T23:59:59Z");
-    const TestCertificate weak =
-        makeSigned(root, {.subject = {{"CN", "Weak"}}, .ca = true, .key = KeyKind::RSA_1024});
-    EXPECT_EQ(faultOf(makeSigned(weak).certificate + weak.certificate),
-              "the certificate's RSA key has 1024 bits, not 2048 to 8192");
+TEST_F(Admission, OfTrustAsksForNoPurposeButForSoundCertificates) {
+    const TestCertificate root = makeAuthority("Root");
+    struct Row {
+        const char* name;
+        std::string text;
+        std::string fault;
+    };
+    for (const Row& row : std::vector<Row>{
+             {"a root", root.certificate, ""},
+             {"an issued authority", makeSigned(root, {.ca = true}).certificate, ""},
+             {"a client's certificate",
+              makeSelfSigned({.extensions = {{"extendedKeyUsage", "clientAuth"}}}).certificate, ""},
+             {"a leaf for CRLs",
+              makeSigned(root, {.extensions = {{"keyUsage", "cRLSign"}}}).certificate, ""},
+             {"a certificate and its issuer", makeSigned(root).certificate + root.certificate, ""},
+             {"an unknown critical extension",
+              makeSelfSigned({.extensions = {{"1.2.3.4", "critical,DER:0500"}}}).certificate,
+              said(0, "test.example",
+                   "has a critical extension that is not known here. Have it issued without.")},
+             {"an expired root",
+              makeSelfSigned({.notAfter = "20260531235959Z", .ca = true}).certificate,
+              said(0, "test.example",
+                   "expired at 2026-05-31T23:59:59Z. Send one that is valid now.")},
+         }) {
+        EXPECT_EQ(refusalOf(row.text, "PEMchain", TRUSTED), row.fault) << row.name;
+    }
 }

@@ -20,6 +20,20 @@ CreateCertResult CertificateBackend::replace(const std::string& text, const std:
     return replaceCertificate(surroundings, {uri, text, type, rootCaFile});
 }
 
+std::string CertificateBackend::refusalOf(const std::string& text, const std::string& type,
+                                          const std::string& collection) {
+    const CreateCertResult result = create(text, type, collection, std::to_string(++lastId));
+    EXPECT_TRUE(result.code == 200 || result.code == 400) << result.code;
+    return result.code == 200 ? "" : result.message.MessageArgs.at(0);
+}
+
+std::string CertificateBackend::chainOf(const std::string& text, const std::string& type,
+                                        const std::string& collection) {
+    const CreateCertResult result = create(text, type, collection, std::to_string(++lastId));
+    EXPECT_EQ(result.code, 200) << testing::PrintToString(result.message.MessageArgs);
+    return result.certificateString;
+}
+
 DeleteCertResult CertificateBackend::remove(const std::string& uri) const {
     return deleteCertificate(surroundings, uri);
 }
@@ -41,29 +55,57 @@ std::string textOf(const TestCertificate& made) {
     return made.privateKey + made.certificate;
 }
 
+std::string said(int depth, const std::string& commonName, const std::string& fault) {
+    return "Certificate " + std::to_string(depth) + " of the chain (CN=" + commonName + ") " +
+           fault;
+}
+
+std::string changed(const std::string& certificate, const std::string& signingKey,
+                    const std::function<void(X509*)>& change) {
+    const CertificateHandle parsed = parseCertificate(certificate);
+    const KeyHandle key = parsePrivateKey(signingKey);
+    change(parsed.get());
+    const bool isEdwards = EVP_PKEY_is_a(key.get(), "ED25519") == 1;
+    if (X509_sign(parsed.get(), key.get(), isEdwards ? nullptr : EVP_sha256()) <= 0) {
+        throw std::runtime_error("cannot sign a changed certificate");
+    }
+    const BioHandle memory = newMemory();
+    PEM_write_bio_X509(memory.get(), parsed.get());
+    return std::string(writtenText(memory));
+}
+
 std::vector<RefusedText> refusedIdentities() {
     const TestCertificate root = makeAuthority("Root");
     const TestCertificate good = makeSelfSigned();
+    const std::string name = "test.example";
+    const std::string unprintable =
+        " has a name with control characters or that is no text. Have it issued with a printable "
+        "name.";
     return {
-        {"the text is empty", ""},
-        {"the text holds something that is not a PEM block", "hello"},
-        {"the private key of the text is encrypted",
+        {"The text is empty. Send a certificate as PEM text.", ""},
+        {"The text holds no PEM block. Send the certificate as a block that begins with "
+         "-----BEGIN CERTIFICATE-----.",
+         "hello"},
+        {"The private key of the text is encrypted. Send it decrypted, as openssl pkey writes it.",
          encryptPrivateKey(good.privateKey, "secret") + good.certificate},
-        {"the certificate expired at 2026-05-31T23:59:59Z",
+        {said(0, name, "expired at 2026-05-31T23:59:59Z. Send one that is valid now."),
          textOf(makeSelfSigned({.notAfter = "20260531235959Z"}))},
-        {"the certificate is not valid before 2027-01-01T00:00:00Z",
+        {said(0, name,
+              "is not valid before 2027-01-01T00:00:00Z. Send one that is valid now, or set the "
+              "clock."),
          textOf(makeSelfSigned({.notBefore = "20270101000000Z"}))},
-        {"the certificate's RSA key has 1024 bits, not 2048 to 8192",
+        {said(0, name, "has an RSA key of 1024 bits. Accepted are 2048 to 4096 bits."),
          textOf(makeSelfSigned({.key = KeyKind::RSA_1024}))},
-        {"the private key of the text does not belong to the certificate",
+        {"The private key of the text belongs to none of its certificates. Send the key of the "
+         "certificate, or none when a signing request was made for it here.",
          makePrivateKey(KeyKind::EC_P256) + good.certificate},
-        {"the private key of the text does not belong to the certificate",
-         root.privateKey + makeSigned(root).certificate + root.certificate},
-        {"the certificate's extended key usage lacks server authentication",
+        {said(0, name,
+              "has an extended key usage without serverAuth. Have it issued with it, or without an "
+              "extended key usage."),
          textOf(makeSelfSigned({.extensions = {{"extendedKeyUsage", "codeSigning"}}}))},
-        {"a name in the certificate is not printable text",
+        {"Certificate 0 of the chain (CN=a\\0Ab)" + unprintable,
          textOf(makeSelfSigned({.subject = {{"CN", "a\nb"}}}))},
-        {"a name in the certificate is not printable text",
+        {"Certificate 0 of the chain (CN=\\1B[31mred)" + unprintable,
          textOf(makeSelfSigned({.subject = {{"CN", "\x1b[31mred"}}}))},
     };
 }

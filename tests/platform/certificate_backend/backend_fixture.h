@@ -11,13 +11,14 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 
 constexpr std::time_t BUILD_DATE = 1767225600; // 2026-01-01T00:00:00Z
 constexpr std::time_t NOW = 1780272000;        // 2026-06-01T00:00:00Z
 
 constexpr const char* IDENTITIES = "/redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates";
-constexpr const char* TRUSTED = "/redfish/v1/AccountService/LDAP/TrustedCertificates";
+constexpr const char* TRUSTED = "/redfish/v1/AccountService/LDAP/Certificates";
 const std::string IDENTITY = std::string(IDENTITIES) + "/1";
 
 class CertificateBackend : public testing::Test {
@@ -28,6 +29,15 @@ protected:
 
     [[nodiscard]] CreateCertResult replace(const std::string& text, const std::string& type = "PEM",
                                            const std::string& uri = IDENTITY) const;
+
+    // The fault for which the text is refused as a new certificate; empty when it is installed.
+    [[nodiscard]] std::string refusalOf(const std::string& text,
+                                        const std::string& type = "PEMchain",
+                                        const std::string& collection = IDENTITIES);
+
+    // What is installed for such a text, without the private key.
+    [[nodiscard]] std::string chainOf(const std::string& text, const std::string& type = "PEMchain",
+                                      const std::string& collection = IDENTITIES);
 
     [[nodiscard]] DeleteCertResult remove(const std::string& uri) const;
 
@@ -41,12 +51,22 @@ protected:
     [[nodiscard]] std::string installedText(const std::string& uri = IDENTITY) const;
 
     TempDirectory temporary;
-    Surroundings surroundings = {temporary.file("kept"), {NOW, BUILD_DATE}};
+    Surroundings surroundings = {temporary.file("kept"), {NOW, BUILD_DATE}, ""};
     std::string rootCaFile;
+
+private:
+    int lastId = 1000;
 };
 
 // The text of an identity: the private key, then the certificate.
 [[nodiscard]] std::string textOf(const TestCertificate& made);
+
+// What a fault says of the certificate at that depth, whose subject has this common name alone.
+[[nodiscard]] std::string said(int depth, const std::string& commonName, const std::string& fault);
+
+// The certificate with something changed, signed again with the key.
+[[nodiscard]] std::string changed(const std::string& certificate, const std::string& signingKey,
+                                  const std::function<void(X509*)>& change);
 
 struct RefusedText {
     std::string fault;

@@ -18,14 +18,14 @@ TEST_F(DebianRoots, GoIntoACollectionOfTrust) {
         const CreateCertResult result = create(readFile(entry.path()), "PEM", TRUSTED, id);
         if (result.code == 200) {
             ++accepted;
-            EXPECT_FALSE(result.subject.at("DisplayString").empty()) << id;
+            EXPECT_FALSE(result.subject.empty()) << id;
             EXPECT_FALSE(result.validNotAfter.empty()) << id;
             continue;
         }
         ASSERT_EQ(result.code, 400) << id;
         const std::string& phrase = result.message.MessageArgs.at(0);
-        EXPECT_TRUE(phrase.starts_with("the certificate expired at ")) << id << ": " << phrase;
-        ++refusals[phrase.substr(0, phrase.find(" at "))];
+        EXPECT_NE(phrase.find("expired at "), std::string::npos) << id << ": " << phrase;
+        ++refusals["expired"];
     }
     std::cout << accepted << " roots accepted\n";
     for (const auto& [phrase, count] : refusals) {

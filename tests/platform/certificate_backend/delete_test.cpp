@@ -8,9 +8,8 @@ TEST_F(DeleteCertificate, RemovesCertificateAndKeyAndNoOther) {
     const DeleteCertResult result = remove(IDENTITY);
     EXPECT_EQ(result.code, 200);
     expectMessage(result.message, "", {}, {});
-    EXPECT_EQ(
-        filesIn("installed"),
-        std::vector<std::string>{"+redfish+v1+AccountService+LDAP+TrustedCertificates+2.pem"});
+    EXPECT_EQ(filesIn("installed"),
+              std::vector<std::string>{"+redfish+v1+AccountService+LDAP+Certificates+2.pem"});
 }
 
 TEST_F(DeleteCertificate, SaysThatNothingIsInstalledAndNeverLeavesTheDirectory) {

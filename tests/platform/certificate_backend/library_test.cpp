@@ -13,9 +13,9 @@
 namespace {
 
 constexpr const char* CONFIGURATION = "/usr/local/etc/nginx/CertificateService.conf";
-constexpr const char* TRUSTED = "/redfish/v1/AccountService/LDAP/TrustedCertificates";
+constexpr const char* TRUSTED = "/redfish/v1/AccountService/LDAP/Certificates";
 constexpr const char* INSTALLED = "/var/lib/CertificateService/installed/";
-constexpr const char* FILE_NAME = "+redfish+v1+AccountService+LDAP+TrustedCertificates+1.pem";
+constexpr const char* FILE_NAME = "+redfish+v1+AccountService+LDAP+Certificates+1.pem";
 
 CreateCertResult createTrusted() {
     return createCertificateHandler({TRUSTED, makeAuthority().certificate, "PEM", "1", ""});
@@ -34,7 +34,7 @@ void expectMachineFault(std::int32_t code, const MessageInfo& message) {
 class BackendLibrary : public testing::Test {
 protected:
     BackendLibrary() {
-        std::filesystem::remove(CONFIGURATION);
+        std::filesystem::remove_all(CONFIGURATION);
         std::filesystem::remove_all("/var/lib/CertificateService/installed");
         std::filesystem::remove_all("/var/lib/CertificateService/requests");
     }
@@ -85,14 +85,66 @@ TEST_F(BackendLibrary, ReportsADirectoryThatCannotBeMadeFromEveryHandler) {
     EXPECT_EQ(errors.text(), lines);
 }
 
-TEST_F(BackendLibrary, ReportsRootsThatCannotBeRead) {
+TEST_F(BackendLibrary, InstallsNothingByRootsThatCannotBeUsed) {
+    TempDirectory temporary;
+    const std::string longName = temporary.file(std::string(200, 'x') + ".pem");
+    const std::string strangers = temporary.file("strangers.pem");
+    writeFile(strangers, makeAuthority("Strangers").certificate);
+    const auto told = [](const std::string& file, const std::string& reason) {
+        return "the root CA file " + file + " cannot be used: " + reason;
+    };
+    const std::string missing = "No such file or directory";
+    const std::string configuration =
+        std::string("the configuration ") + CONFIGURATION + " cannot be read: ";
+    struct Row {
+        std::string requested;
+        std::string configured; // the whole file
+        std::string told;
+    };
     const TestCertificate made = makeSelfSigned();
+    for (const Row& row : std::vector<Row>{
+             {"/etc/missing.pem", "", told("/etc/missing.pem", missing)},
+             {"/etc/missing.pem", "ROOT_CA_FILE=" + strangers, told("/etc/missing.pem", missing)},
+             {"", "ROOT_CA_FILE=/etc/missing.pem", told("/etc/missing.pem", missing)},
+             {"", "ROOT_CA_FILE=" + longName, told(longName, missing)},
+             {"", "ROOT_CA_FILE=/dev/null", told("/dev/null", "it is no regular file")},
+             {"", std::string("ROOT_CA_FILE=/x\0y", 17),
+              configuration + "it holds a NUL character"},
+             {"", "ROOT_CA_FILE=/x\n" + std::string(1 << 20, '#'),
+              configuration + "it has more than 1048576 bytes"},
+         }) {
+        writeFile(CONFIGURATION, row.configured);
+        const OutputCapture errors(2);
+        const CreateCertResult created = createCertificateHandler(
+            {"/c", made.privateKey + made.certificate, "PEM", "1", row.requested});
+        expectMachineFault(created.code, created.message);
+        const CreateCertResult replaced =
+            replaceCertificateHandler({"/c/1", made.certificate, "PEM", row.requested});
+        expectMachineFault(replaced.code, replaced.message);
+        EXPECT_EQ(errors.text(), "[ERROR] certificate backend: create: " + row.told +
+                                     "\n[ERROR] certificate backend: replace: " + row.told + "\n");
+    }
+    std::filesystem::remove(CONFIGURATION);
+    std::filesystem::create_directory(CONFIGURATION);
     const OutputCapture errors(2);
-    const CreateCertResult result = createCertificateHandler(
-        {"/c", made.privateKey + made.certificate, "PEM", "1", "/etc/missing.pem"});
-    expectMachineFault(result.code, result.message);
-    EXPECT_EQ(errors.text(), "[ERROR] certificate backend: create: cannot read trusted roots from "
-                             "/etc/missing.pem\n");
+    const CSRResult request = generateCSRHandler({"/c", 0, {}, {{"CommonName", "bmc"}}});
+    expectMachineFault(request.code, request.message);
+    EXPECT_EQ(errors.text(), "[ERROR] certificate backend: signing request: " + configuration +
+                                 "it is no regular file\n");
+}
+
+TEST_F(BackendLibrary, TakesARootWithoutAValueForNone) {
+    writeFile(CONFIGURATION, "ROOT_CA_FILE=\n");
+    const TestCertificate made = makeSelfSigned();
+    EXPECT_EQ(
+        createCertificateHandler({"/c", made.privateKey + made.certificate, "PEM", "1", ""}).code,
+        200);
+    TempDirectory temporary;
+    writeFile(temporary.file("strangers.pem"), makeAuthority("Strangers").certificate);
+    writeFile(CONFIGURATION, "ROOT_CA_FILE=" + temporary.file("strangers.pem") + "\n");
+    EXPECT_EQ(
+        createCertificateHandler({"/c", made.privateKey + made.certificate, "PEM", "2", ""}).code,
+        400);
 }
 
 TEST_F(BackendLibrary, CarriesACertificateFromItsRequestToItsRenewal) {
@@ -124,5 +176,8 @@ TEST_F(BackendLibrary, JudgesByTheClockOfTheMachine) {
     const CreateCertResult result =
         createCertificateHandler({TRUSTED, old.certificate, "PEM", "1", ""});
     EXPECT_EQ(result.code, 400);
-    EXPECT_EQ(result.message.MessageArgs.at(0), "the certificate expired at 2020-01-01T00:00:00Z");
+    EXPECT_EQ(
+        result.message.MessageArgs.at(0),
+        "Certificate 0 of the chain (CN=test.example) expired at 2020-01-01T00:00:00Z. Send one "
+        "that is valid now.");
 }

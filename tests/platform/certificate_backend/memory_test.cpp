@@ -62,7 +62,7 @@ TEST_F(BackendMemory, HoldsNoKeyOfASigningRequestOnceItIsInstalled) {
 
 TEST_F(BackendMemory, HoldsNoKeyOfATextThatIsRefused) {
     const TestCertificate made = makeRsaPair();
-    const CreateCertRequest creation = {IDENTITIES, textOf(made) + "x", "PEM", "1", ""};
+    const CreateCertRequest creation = {IDENTITIES, textOf(made) + "-----END", "PEM", "1", ""};
     const std::vector<std::string> secrets = secretLines(made.privateKey);
     const MemoryWatch watch(secrets);
     EXPECT_EQ(createCertificate(surroundings, creation).code, 400);

@@ -85,8 +85,11 @@ TEST_F(ReplaceCertificate, AnswersTheSameCertificateWithNoOperationEvenAfterItEx
 }
 
 TEST_F(ReplaceCertificate, RefusesTheSameCertificateWithAnotherKey) {
-    expectReplacementRefused(replace(old.certificate + makePrivateKey(KeyKind::EC_P256)),
-                             "the private key of the text does not belong to the certificate");
+    expectReplacementRefused(
+        replace(old.certificate + makePrivateKey(KeyKind::EC_P256)),
+        "The private key of the text belongs to none of its certificates. Send "
+        "the key of the certificate, or none when a signing request was made "
+        "for it here.");
     expectOldPair();
 }
 
@@ -123,15 +126,17 @@ TEST_F(ReplaceCertificate, RefusesWhatFailsACheck) {
     trustOnly(makeAuthority("Root").certificate);
     expectReplacementRefused(
         replace(textOf(makeSelfSigned())),
-        "the certificate does not lead to a trusted root: self-signed certificate");
+        said(0, "test.example",
+             "is self-signed and none of the configured roots. Send one that leads to a root."));
     expectOldPair();
 }
 
 TEST_F(ReplaceCertificate, RefusesAnUnknownPrivateKey) {
     expectReplacementRefused(
         replace(makeSelfSigned().certificate),
-        "the certificate's private key is not known: it is neither in the text "
-        "nor that of a signing request made here nor the installed one");
+        said(0, "test.example",
+             "has a private key that is not known here. Send it in the text, or have a signing "
+             "request made for this collection."));
     expectOldPair();
 }
 
@@ -141,8 +146,8 @@ TEST_F(ReplaceCertificate, WorksWithoutKeysInACollectionOfTrust) {
     const TestCertificate second = makeAuthority("Second");
     ASSERT_EQ(create(first, "PEM", TRUSTED, "7").code, 200);
     expectReplacementRefused(replace(textOf(second), "PEM", trusted),
-                             "the text holds a private key, which does not belong into a "
-                             "collection of trusted certificates");
+                             "The text holds a private key, which does not belong into a "
+                             "collection of trusted certificates. Send the certificates alone.");
     EXPECT_EQ(installedText(trusted), first);
     const CreateCertResult result = replace(second.certificate, "PEM", trusted);
     EXPECT_EQ(result.code, 200);

@@ -42,19 +42,32 @@ TEST(NameParts, HaveRedfishNamesAndAFixedOrder) {
                             {"CN", "bmc"}}),
               (Parts{{"CommonName", "bmc"},
                      {"Organization", "Example, Ltd."},
-                     {"OrganizationalUnit", "Boards"},
+                     {"OrganizationalUnit", "Second"},
                      {"City", "M\xc3\xbcnchen"},
                      {"State", "Bayern"},
                      {"Country", "DE"},
-                     {"Email", "a@b"},
-                     {"DisplayString", "CN=bmc,OU=Second,OU=Boards,O=Example\\, Ltd.,"
-                                       "L=M\xc3\xbcnchen,ST=Bayern,C=DE,emailAddress=a@b"}}));
-    EXPECT_EQ(subjectParts({}), (Parts{{"DisplayString", ""}}));
+                     {"Email", "a@b"}}));
+    EXPECT_EQ(subjectParts({}), Parts{});
 }
 
 TEST(NameParts, HoldWhatStandsInTheCertificate) {
-    EXPECT_EQ(subjectParts({{"CN", "a\nb"}}),
-              (Parts{{"CommonName", "a\nb"}, {"DisplayString", "CN=a\\0Ab"}}));
+    EXPECT_EQ(subjectParts({{"CN", "a\nb"}}), (Parts{{"CommonName", "a\nb"}}));
+    EXPECT_EQ(subjectParts({{"CN", "a\xe2\x80\xae"
+                                   "b"}}),
+              (Parts{{"CommonName", "a\\E2\\80\\AEb"}}));
+}
+
+TEST(WholeName, BeginsWithTheMostSpecificPartAndIsEscaped) {
+    const auto nameOf = [](const std::vector<std::pair<std::string, std::string>>& subject) {
+        return wholeName(X509_get_subject_name(madeWith({.subject = subject}).get()));
+    };
+    EXPECT_EQ(nameOf({{"L", "M\xc3\xbcnchen"},
+                      {"O", "Example, Ltd."},
+                      {"OU", "a\xe2\x80\xae"},
+                      {"OU", "b"},
+                      {"CN", "a\nb"}}),
+              "CN=a\\0Ab,OU=b,OU=a\\E2\\80\\AE,O=Example\\, Ltd.,L=M\xc3\xbcnchen");
+    EXPECT_EQ(nameOf({}), "");
 }
 
 TEST(NameParts, AreEmptyWhenTheyAreNoText) {

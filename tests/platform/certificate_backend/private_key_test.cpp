@@ -1,0 +1,167 @@
+// Private keys: that they belong to a public key, and that their numbers are looked at before they
+// are used.
+
+#include "platform/certificate_backend/certificate_text.h"
+#include "platform/certificate_backend/key_pair.h"
+#include "platform/certificate_backend/private_key.h"
+#include "tests/platform/certificate_backend/backend_fixture.h"
+
+#include <openssl/bn.h>
+#include <openssl/core_names.h>
+#include <openssl/param_build.h>
+
+#include <map>
+
+namespace {
+
+using NumberHandle = std::unique_ptr<BIGNUM, OpenSSLRelease<BN_free>>;
+using Numbers = std::map<std::string, NumberHandle>;
+
+constexpr const char* DAMAGED = "The private key of the text is damaged: its numbers do not belong "
+                                "together. Send the key as it was made.";
+
+Numbers numbersOf(EVP_PKEY* key) {
+    Numbers numbers;
+    for (const char* name :
+         {OSSL_PKEY_PARAM_RSA_N, OSSL_PKEY_PARAM_RSA_E, OSSL_PKEY_PARAM_RSA_D,
+          OSSL_PKEY_PARAM_RSA_FACTOR1, OSSL_PKEY_PARAM_RSA_FACTOR2, OSSL_PKEY_PARAM_RSA_EXPONENT1,
+          OSSL_PKEY_PARAM_RSA_EXPONENT2, OSSL_PKEY_PARAM_RSA_COEFFICIENT1}) {
+        BIGNUM* number = nullptr;
+        EVP_PKEY_get_bn_param(key, name, &number);
+        numbers[name] = NumberHandle(number);
+    }
+    return numbers;
+}
+
+// An RSA pair of any numbers.
+KeyHandle pairOf(const Numbers& numbers) {
+    const std::unique_ptr<OSSL_PARAM_BLD, OpenSSLRelease<OSSL_PARAM_BLD_free>> builder(
+        OSSL_PARAM_BLD_new());
+    for (const auto& [name, number] : numbers) {
+        OSSL_PARAM_BLD_push_BN(builder.get(), name.c_str(), number.get());
+    }
+    const std::unique_ptr<OSSL_PARAM, OpenSSLRelease<OSSL_PARAM_free>> parameters(
+        OSSL_PARAM_BLD_to_param(builder.get()));
+    const KeyContextHandle context(EVP_PKEY_CTX_new_from_name(nullptr, "RSA", nullptr));
+    EVP_PKEY* key = nullptr;
+    EVP_PKEY_fromdata_init(context.get());
+    EVP_PKEY_fromdata(context.get(), &key, EVP_PKEY_KEYPAIR, parameters.get());
+    return KeyHandle(key);
+}
+
+NumberHandle numberFrom(const char* decimal) {
+    BIGNUM* number = nullptr;
+    BN_dec2bn(&number, decimal);
+    return NumberHandle(number);
+}
+
+// The same number plus so many.
+NumberHandle shifted(const NumberHandle& number, BN_ULONG by) {
+    NumberHandle sum(BN_dup(number.get()));
+    BN_add_word(sum.get(), by);
+    return sum;
+}
+
+NumberHandle widened(const NumberHandle& number, int bits) {
+    NumberHandle sum(BN_dup(number.get()));
+    BN_set_bit(sum.get(), bits);
+    return sum;
+}
+
+} // namespace
+
+TEST(KeyPairs, BelongTogetherWhenASignatureIsVerified) {
+    for (const KeyKind kind :
+         {KeyKind::RSA_2048, KeyKind::EC_P256, KeyKind::EC_P521, KeyKind::ED25519}) {
+        const KeyHandle one = parsePrivateKey(makePrivateKey(kind));
+        const KeyHandle other = parsePrivateKey(makePrivateKey(kind));
+        EXPECT_TRUE(keysBelongTogether(one.get(), one.get()));
+        EXPECT_FALSE(keysBelongTogether(one.get(), other.get()));
+    }
+}
+
+TEST(KeyPairs, DoNotBelongTogetherWhenThePrivateHalfIsDamaged) {
+    Numbers numbers = numbersOf(parsePrivateKey(makePrivateKey(KeyKind::RSA_2048)).get());
+    const KeyHandle good = pairOf(numbers);
+    numbers = [&] {
+        Numbers damaged;
+        damaged[OSSL_PKEY_PARAM_RSA_N] = std::move(numbers[OSSL_PKEY_PARAM_RSA_N]);
+        damaged[OSSL_PKEY_PARAM_RSA_E] = NumberHandle(BN_dup(numbers[OSSL_PKEY_PARAM_RSA_E].get()));
+        damaged[OSSL_PKEY_PARAM_RSA_D] = std::move(numbers[OSSL_PKEY_PARAM_RSA_E]);
+        return damaged;
+    }();
+    const KeyHandle damaged = pairOf(numbers);
+    ASSERT_NE(damaged, nullptr);
+    EXPECT_EQ(EVP_PKEY_eq(damaged.get(), good.get()), 1);
+    EXPECT_FALSE(keysBelongTogether(damaged.get(), good.get()));
+}
+
+TEST(KeyPairs, MayBeOfRsaPssWithADigestOfItsOwn) {
+    TempDirectory files;
+    runCommand("openssl genpkey -algorithm rsa-pss -pkeyopt rsa_keygen_bits:2048 -pkeyopt "
+               "rsa_pss_keygen_md:sha512 -pkeyopt rsa_pss_keygen_mgf1_md:sha512 -out " +
+               files.file("key.pem"));
+    const KeyHandle key = readPrivateKey(readFile(files.file("key.pem")));
+    ASSERT_NE(key, nullptr);
+    EXPECT_EQ(privateNumbersFault(key.get()), std::nullopt);
+    EXPECT_TRUE(keysBelongTogether(key.get(), key.get()));
+}
+
+TEST(PrivateNumbers, AreSoundForEveryKindOfKey) {
+    for (const KeyKind kind : {KeyKind::RSA_2048, KeyKind::RSA_4096, KeyKind::EC_P256,
+                               KeyKind::EC_P384, KeyKind::EC_P521, KeyKind::ED25519}) {
+        EXPECT_EQ(privateNumbersFault(parsePrivateKey(makePrivateKey(kind)).get()), std::nullopt);
+    }
+}
+
+TEST(PrivateNumbers, OfRsaBelongTogetherAndAreNoLongerThanTheModulus) {
+    const KeyHandle good = parsePrivateKey(makePrivateKey(KeyKind::RSA_2048));
+    struct Row {
+        const char* name;
+        const char* number;
+        std::function<NumberHandle(const NumberHandle&)> change;
+    };
+    const auto zero = [](const NumberHandle& /*number*/) { return numberFrom("0"); };
+    const auto long340000 = [](const NumberHandle& number) { return widened(number, 340000); };
+    const auto plusTwo = [](const NumberHandle& number) { return shifted(number, 2); };
+    for (const Row& row : std::initializer_list<Row>{
+             {"d of 340,000 bits", OSSL_PKEY_PARAM_RSA_D, long340000},
+             {"d = 0", OSSL_PKEY_PARAM_RSA_D, zero},
+             {"d = n", OSSL_PKEY_PARAM_RSA_D,
+              [&](const NumberHandle& /*number*/) {
+                  return std::move(numbersOf(good.get())[OSSL_PKEY_PARAM_RSA_N]);
+              }},
+             {"p + 2", OSSL_PKEY_PARAM_RSA_FACTOR1, plusTwo},
+             {"q + 2", OSSL_PKEY_PARAM_RSA_FACTOR2, plusTwo},
+             {"p of 340,000 bits", OSSL_PKEY_PARAM_RSA_FACTOR1, long340000},
+             {"q of 340,000 bits", OSSL_PKEY_PARAM_RSA_FACTOR2, long340000},
+             {"d mod p-1 of 340,000 bits", OSSL_PKEY_PARAM_RSA_EXPONENT1, long340000},
+             {"d mod q-1 of 340,000 bits", OSSL_PKEY_PARAM_RSA_EXPONENT2, long340000},
+             {"1/q mod p of 340,000 bits", OSSL_PKEY_PARAM_RSA_COEFFICIENT1, long340000},
+             {"1/q mod p = 0", OSSL_PKEY_PARAM_RSA_COEFFICIENT1, zero},
+         }) {
+        Numbers numbers = numbersOf(good.get());
+        numbers[row.number] = row.change(numbers[row.number]);
+        const KeyHandle key = pairOf(numbers);
+        ASSERT_NE(key, nullptr) << row.name;
+        EXPECT_EQ(privateNumbersFault(key.get()), DAMAGED) << row.name;
+    }
+}
+
+TEST(PrivateNumbers, OfRsaAreTwoPrimes) {
+    TempDirectory files;
+    runCommand("openssl genrsa -primes 3 -out " + files.file("key.pem") + " 2048");
+    const KeyHandle key = readPrivateKey(readFile(files.file("key.pem")));
+    ASSERT_NE(key, nullptr);
+    EXPECT_EQ(privateNumbersFault(key.get()), DAMAGED);
+}
+
+using PrivateNumbersOfAText = CertificateBackend;
+
+TEST_F(PrivateNumbersOfAText, AreLookedAtInACreation) {
+    const TestCertificate made = makeSelfSigned({.key = KeyKind::RSA_2048});
+    Numbers numbers = numbersOf(parsePrivateKey(made.privateKey).get());
+    numbers[OSSL_PKEY_PARAM_RSA_D] = widened(numbers[OSSL_PKEY_PARAM_RSA_D], 100000);
+    const SecretText key = privateKeyText(pairOf(numbers).get());
+    EXPECT_EQ(refusalOf(std::string(key) + made.certificate), DAMAGED);
+}
