@@ -21,7 +21,7 @@ constexpr RequestGoals REFERENCE_BACKEND_GOALS = {1.15, 1.10, 1.10, 1.15};
 
 int run(bool quick) {
     const RedisServer server;
-    const int rounds = quick ? 200 : 2000;
+    const int rounds = quick ? 200 : 1500;
     const int requests = quick ? 2000 : 10000;
     printSection("Requests", {"what", "goal", "processor time", "elapsed, one processor",
                               "elapsed, two processors", "verdict"});

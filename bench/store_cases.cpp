@@ -55,7 +55,7 @@ MeasuredDocument objects() {
         document[0]["Reading"] = 7;
         document[ARRAY_SIZE / 2]["Reading"] = 8;
     };
-    return {"10,000 objects", 40, {1.20, 1.60, 1.05, 1.05, 0.80}, array, array, change};
+    return {"10,000 objects", 30, {1.20, 1.60, 1.05, 1.05, 0.80}, array, array, change};
 }
 
 std::vector<StoreCase> operations(const StoreStage& stage, const MeasuredDocument& document,
