@@ -1,8 +1,9 @@
 // The parameters of signing requests. Properties, for any texts under known and unknown names:
 // - The reader refuses with a message that has an identifier, or accepts.
-// - A refusal never holds the challenge password.
+// - A refusal never holds the challenge password: with another one it says the same.
 // - What it accepts becomes a request that OpenSSL parses and whose signature is good; it holds one
-//   PEM block and no key, and its common name is the one that was asked for.
+//   PEM block and no key, its common name is the one that was asked for and free of what misleads a
+//   reader, and it asks for no authority's key usage.
 // - The handler agrees with the reader (asked for elliptic curves only: an RSA key takes too long).
 
 #include "platform/certificate_backend/csr_parameters.h"
@@ -14,6 +15,7 @@
 #include "platform/certificate_backend/signing_request.h"
 #include "platform/x509/memory_text.h"
 #include "platform/x509/names.h"
+#include "platform/x509/utf8.h"
 
 #include <openssl/pem.h>
 
@@ -46,7 +48,7 @@ constexpr std::array<std::string_view, 24> NAMES = {"CommonName",
                                                     "",
                                                     "Unknown"};
 
-constexpr std::array<std::string_view, 32> VALUES = {"DE",
+constexpr std::array<std::string_view, 35> VALUES = {"DE",
                                                      "d1",
                                                      "host.example",
                                                      "*.host.example",
@@ -75,6 +77,9 @@ constexpr std::array<std::string_view, 32> VALUES = {"DE",
                                                      "Ü",
                                                      "100%s",
                                                      "\"",
+                                                     "a\xe2\x80\xae",
+                                                     "RID:1.2.3",
+                                                     "fe80::1%eth0",
                                                      "\\",
                                                      "#a",
                                                      "secret-word"};
@@ -120,12 +125,23 @@ std::string secretOf(const CSRRequest& request) {
     return isThere ? password->second.substr(0, LONGEST_SECRET) : std::string();
 }
 
+// The texts of the refusal that the request gets with another password.
+std::vector<std::string> refusalWithoutSecret(CSRRequest request) {
+    request.stringParameters["ChallengePassword"] = "another";
+    CsrParameters parameters;
+    const std::optional<MessageInfo> refusal = readCsrParameters(request, parameters);
+    return refusal ? refusal->MessageArgs : std::vector<std::string>();
+}
+
 // Whether the text is the challenge password's alone, so that its presence in a message is a leak.
 bool isSecret(const CSRRequest& request, const std::string& password) {
     const auto holds = [&](const std::string& text) {
         return text.find(password) != std::string::npos;
     };
     bool elsewhere = holds("CertificateService.GenerateCSR") || holds("#/ChallengePassword");
+    for (const std::string& text : refusalWithoutSecret(request)) {
+        elsewhere = elsewhere || holds(text);
+    }
     for (const auto& [name, value] : request.stringParameters) {
         elsewhere =
             elsewhere || holds("#/" + name) || (name != "ChallengePassword" && holds(value));
@@ -161,6 +177,16 @@ std::string commonNameOf(X509_REQ* request) {
     return *first.value;
 }
 
+void checkUsages(const CSRRequest& request) {
+    const auto usages = request.arrayParameters.find("KeyUsage");
+    if (usages != request.arrayParameters.end()) {
+        for (const std::string& usage : usages->second) {
+            require(usage != "KeyCertSign" && usage != "CRLSigning",
+                    "no request is made for an authority");
+        }
+    }
+}
+
 void checkSigningRequest(const CSRRequest& request, const std::string& text) {
     require(text.find("PRIVATE KEY") == std::string::npos, "a signing request holds no key");
     require(text.find("-----BEGIN") == text.rfind("-----BEGIN"), "a signing request is one block");
@@ -169,8 +195,11 @@ void checkSigningRequest(const CSRRequest& request, const std::string& text) {
     require(parsed != nullptr, "a signing request can be parsed");
     require(X509_REQ_verify(parsed.get(), X509_REQ_get0_pubkey(parsed.get())) == 1,
             "a signing request's signature is good");
-    requireSame(commonNameOf(parsed.get()), request.stringParameters.at("CommonName"),
+    const std::string& commonName = request.stringParameters.at("CommonName");
+    requireSame(commonNameOf(parsed.get()), commonName,
                 "the common name is the one that was asked for");
+    require(printableLength(commonName).has_value(), "the common name can be shown");
+    checkUsages(request);
 }
 
 EVP_PKEY* givenKey() {

@@ -2,6 +2,8 @@
 
 #include "platform/certificate_backend/alternative_names.h"
 
+#include "platform/x509/utf8.h"
+
 #include <arpa/inet.h>
 
 #include <algorithm>
@@ -66,6 +68,24 @@ bool isEmail(std::string_view text) {
            consistsOf(text.substr(0, at), isVisible) && isHostName(text.substr(at + 1));
 }
 
+bool isHexDigit(char c) {
+    return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+bool arePercentCodesWhole(std::string_view text) {
+    for (std::size_t i = text.find('%'); i != std::string_view::npos; i = text.find('%', i + 1)) {
+        if (i + 2 >= text.size() || !isHexDigit(text[i + 1]) || !isHexDigit(text[i + 2])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// What a URI has beside these only in percent codes (RFC 3986, 2).
+bool isUriCharacter(char c) {
+    return isVisible(c) && std::string_view("\"<>\\^`{|}").find(c) == std::string_view::npos;
+}
+
 bool isUri(std::string_view text) {
     const std::size_t colon = text.find(':');
     if (colon == std::string_view::npos || text.size() > LONGEST_URI || !isLetter(text.front())) {
@@ -75,16 +95,21 @@ bool isUri(std::string_view text) {
     const bool scheme = consistsOf(text.substr(0, colon), [](char c) {
         return isLetter(c) || isDigit(c) || c == '+' || c == '-' || c == '.';
     });
-    return scheme && consistsOf(rest, isVisible) && !consistsOf(rest, isDigit); // no "host:443"
+    return scheme && consistsOf(rest, isUriCharacter) && rest != "//" &&
+           arePercentCodesWhole(rest) && !consistsOf(rest, isDigit); // no "host:443"
+}
+
+// In any case; the prefix is in small letters.
+bool hasPrefix(std::string_view value, std::string_view prefix) {
+    return value.size() > prefix.size() &&
+           std::equal(prefix.begin(), prefix.end(), value.begin(), [](char expected, char c) {
+               return (isLetter(c) ? static_cast<char>(c | 0x20) : c) == expected;
+           });
 }
 
 // Takes the prefix from the value; false when it is not there.
 bool takePrefix(std::string_view& value, std::string_view prefix) {
-    const bool there =
-        value.size() > prefix.size() &&
-        std::equal(prefix.begin(), prefix.end(), value.begin(), [](char expected, char c) {
-            return (isLetter(c) ? static_cast<char>(c | 0x20) : c) == expected;
-        });
+    const bool there = hasPrefix(value, prefix);
     value.remove_prefix(there ? prefix.size() : 0);
     return there;
 }
@@ -111,6 +136,13 @@ GeneralNameHandle uriName(std::string_view text) {
     return isUri(text) ? textName(GEN_URI, text) : nullptr;
 }
 
+// Without "URI:" before it: "a:b" alone is more likely a mistyped address.
+GeneralNameHandle plainUriName(std::string_view text) {
+    const bool plain = text.find("://") == std::min(text.find(':'), text.size()) ||
+                       hasPrefix(text, "urn:") || hasPrefix(text, "mailto:");
+    return plain ? uriName(text) : nullptr;
+}
+
 GeneralNameHandle emailName(std::string_view text) {
     return isEmail(text) ? textName(GEN_EMAIL, text) : nullptr;
 }
@@ -133,14 +165,32 @@ GeneralNameHandle addressName(std::string_view text) {
 }
 
 // How to make a name of one form; null when the text has another.
+using Maker = GeneralNameHandle (*)(std::string_view text);
 struct Form {
     std::string_view prefix;
-    GeneralNameHandle (*make)(std::string_view text);
+    Maker make;      // after the prefix
+    Maker makePlain; // without it
 };
 
 // In the order in which a value without a prefix is tried.
-constexpr std::array<Form, 4> FORMS = {
-    {{"ip:", addressName}, {"dns:", dnsName}, {"uri:", uriName}, {"email:", emailName}}};
+constexpr std::array<Form, 4> FORMS = {{{"ip:", addressName, addressName},
+                                        {"dns:", dnsName, dnsName},
+                                        {"uri:", uriName, plainUriName},
+                                        {"email:", emailName, emailName}}};
+
+constexpr std::array<std::string_view, 3> OTHER_FORMS = {"RID:", "dirName:", "otherName:"};
+
+constexpr const char* ACCEPTED =
+    "Give a DNS name, an address, an e-mail address or a URI, where it "
+    "helps with DNS:, IP:, email: or URI: before it.";
+
+// "fe80::1%eth0": the zone names an interface of the machine on which the address was read.
+bool isAddressWithZone(std::string_view text) {
+    takePrefix(text, "ip:");
+    text.remove_prefix(text.starts_with('[') ? 1 : 0);
+    const std::size_t zone = text.find('%');
+    return zone != std::string_view::npos && addressName(text.substr(0, zone)) != nullptr;
+}
 
 } // namespace
 
@@ -152,9 +202,30 @@ GeneralNameHandle alternativeName(const std::string& value) {
         }
     }
     for (const Form& form : FORMS) {
-        if (GeneralNameHandle name = form.make(text)) {
+        if (GeneralNameHandle name = form.makePlain(text)) {
             return name;
         }
     }
     return nullptr;
+}
+
+std::string alternativeNameRefusal(const std::string& value) {
+    const std::string shown = "'" + shownInMessage(value) + "'";
+    if (isAddressWithZone(value)) {
+        return shown + " has a zone, which means nothing to others. Give the address without it.";
+    }
+    for (const std::string_view form : OTHER_FORMS) {
+        std::string small(form);
+        std::transform(small.begin(), small.end(), small.begin(),
+                       [](char c) { return isLetter(c) ? static_cast<char>(c | 0x20) : c; });
+        if (hasPrefix(value, small)) {
+            return "Names of the form " + std::string(form) + " are not made here. " + ACCEPTED;
+        }
+    }
+    return shown + " is no alternative name. " + ACCEPTED;
+}
+
+GeneralNameHandle nameOfHost(std::string_view commonName) {
+    GeneralNameHandle address = addressName(commonName);
+    return address || !isHostName(commonName) ? std::move(address) : dnsName(commonName);
 }

@@ -12,7 +12,8 @@
 namespace {
 
 CreateCertResult refusedType(const CreateCertRequest& request) {
-    return refused(400, propertyValueNotInList(shownInMessage(request.certificateType),
+    return refused(400, propertyValueNotInList(shownInMessage(request.certificateType) +
+                                                   ACCEPTED_CERTIFICATE_TYPES,
                                                CERTIFICATE_TYPE_PROPERTY));
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/certificate_backend/alternative_names.h"
 #include "platform/certificate_backend/messages.h"
+#include "platform/certificate_backend/requested_usage.h"
 #include "platform/x509/utf8.h"
 
 #include <openssl/objects.h>
@@ -55,14 +56,40 @@ constexpr std::array<Curve, 3> CURVES = {{
     {"TPM_ECC_NIST_P384", "P-384", 384},
     {"TPM_ECC_NIST_P521", "P-521", 521},
 }};
+constexpr std::array<std::string_view, 3> CURVE_NAMES = {
+    CURVES[0].redfishName, CURVES[1].redfishName, CURVES[2].redfishName};
 constexpr std::array<std::int32_t, 3> RSA_BITS = {2048, 3072, 4096};
+constexpr std::array<std::string_view, 3> RSA_LENGTHS = {"2048", "3072", "4096"};
+constexpr std::array<std::string_view, 3> ALGORITHMS = {"TPM_ALG_RSA", "TPM_ALG_ECDSA",
+                                                        "TPM_ALG_ECDH"};
+constexpr const char* COUNTRY_ADVICE = "Give the two letters of the country (ISO 3166).";
+constexpr const char* EMAIL_ADVICE =
+    "Give one address of at most 128 characters, such as someone@example.com.";
 
-Refusal wrongFormat(std::string_view value, const std::string& parameter) {
-    return parameterValueFormatError(shownInMessage(value), parameter, GENERATE_CSR_ACTION);
+// A sentence that says what is wrong and what would be accepted.
+Refusal refuse(const std::string& sentence, const std::string& parameter) {
+    return parameterValueFormatError(sentence, parameter, GENERATE_CSR_ACTION);
 }
 
-Refusal notInList(std::string_view value, const std::string& parameter) {
-    return parameterValueNotInList(shownInMessage(value), parameter, GENERATE_CSR_ACTION);
+Refusal wrongFormat(std::string_view value, const std::string& parameter,
+                    const std::string& advice) {
+    return refuse("'" + shownInMessage(value) + "' is not accepted. " + advice, parameter);
+}
+
+// The list is a sequence of texts.
+template <typename List>
+std::string acceptedAmong(const List& list) {
+    std::string accepted;
+    for (const auto& each : list) {
+        accepted += (accepted.empty() ? " (accepted: " : ", ") + std::string(each);
+    }
+    return accepted + ")";
+}
+
+template <typename List>
+Refusal notInList(std::string_view value, const std::string& parameter, const List& list) {
+    return parameterValueNotInList(shownInMessage(value) + acceptedAmong(list), parameter,
+                                   GENERATE_CSR_ACTION);
 }
 
 template <typename Names>
@@ -144,6 +171,17 @@ bool isEmailAddress(std::string_view text) {
     return alternativeName("email:" + std::string(text)) != nullptr;
 }
 
+std::string lengthAdvice(std::size_t longest) {
+    return "Give at most " + std::to_string(longest) + " printable characters.";
+}
+
+std::string adviceFor(const SubjectParameter& known) {
+    if (known.attribute == NID_countryName) {
+        return COUNTRY_ADVICE;
+    }
+    return known.attribute == NID_pkcs9_emailAddress ? EMAIL_ADVICE : lengthAdvice(known.longest);
+}
+
 Refusal readSubjectAttribute(const SubjectParameter& known, std::string_view value,
                              CsrParameters& parameters) {
     const std::optional<std::size_t> length = printableLength(value);
@@ -152,7 +190,7 @@ Refusal readSubjectAttribute(const SubjectParameter& known, std::string_view val
     if (!length || *length > known.longest ||
         (country && (value.size() != 2 || !isAsciiLetters(value))) ||
         (email && !isEmailAddress(value))) {
-        return wrongFormat(value, known.name);
+        return wrongFormat(value, known.name, adviceFor(known));
     }
     parameters.subject.push_back(
         {known.attribute, country ? inUpperCase(value) : std::string(value)});
@@ -165,7 +203,8 @@ Refusal readSubject(const CSRRequest& request, CsrParameters& parameters) {
         return parameterMissing(GENERATE_CSR_ACTION, "CommonName");
     }
     if (commonName->empty()) {
-        return wrongFormat("", "CommonName");
+        return refuse("The common name is empty. Give the name of the host or device.",
+                      "CommonName");
     }
     for (const SubjectParameter& known : SUBJECT_PARAMETERS) {
         const std::string_view value = optionalText(request, known.name);
@@ -185,7 +224,10 @@ Refusal readAttributes(const CSRRequest& request, CsrParameters& parameters) {
     if (password) {
         const std::size_t length = printableLength(*password).value_or(0);
         if (length == 0 || length > LONGEST_ATTRIBUTE) {
-            return wrongFormat(HIDDEN, "ChallengePassword");
+            return refuse(std::string(HIDDEN) +
+                              " cannot be used. Give a password of 1 to 255 printable characters, "
+                              "encrypted with this service's key.",
+                          "ChallengePassword");
         }
         parameters.challengePassword = *password;
     }
@@ -193,7 +235,8 @@ Refusal readAttributes(const CSRRequest& request, CsrParameters& parameters) {
     const std::optional<std::size_t> length = printableLength(parameters.unstructuredName);
     return length && *length <= LONGEST_ATTRIBUTE
                ? std::nullopt
-               : wrongFormat(parameters.unstructuredName, "UnstructuredName");
+               : wrongFormat(parameters.unstructuredName, "UnstructuredName",
+                             lengthAdvice(LONGEST_ATTRIBUTE));
 }
 
 std::span<const std::string> arrayOf(const CSRRequest& request, const std::string& name) {
@@ -202,16 +245,27 @@ std::span<const std::string> arrayOf(const CSRRequest& request, const std::strin
                                                   : std::span(found->second);
 }
 
+// Servers and clients look for their names there alone (RFC 6125, 6.4.4).
+void addCommonName(const CSRRequest& request, CsrParameters& parameters) {
+    if (GeneralNameHandle name = nameOfHost(optionalText(request, "CommonName"))) {
+        parameters.alternativeNames.push_back(std::move(name));
+    }
+}
+
 Refusal readAlternativeNames(const CSRRequest& request, CsrParameters& parameters) {
     const std::span<const std::string> names = arrayOf(request, "AlternativeNames");
+    if (names.empty()) {
+        addCommonName(request, parameters);
+    }
     if (names.size() > MOST_ALTERNATIVE_NAMES) {
-        return wrongFormat("more than " + std::to_string(MOST_ALTERNATIVE_NAMES) + " names",
-                           "AlternativeNames");
+        return refuse("There are more than " + std::to_string(MOST_ALTERNATIVE_NAMES) +
+                          " names. Give fewer.",
+                      "AlternativeNames");
     }
     for (const std::string& value : names) {
         GeneralNameHandle name = alternativeName(value);
         if (!name) {
-            return wrongFormat(value, "AlternativeNames");
+            return refuse(alternativeNameRefusal(value), "AlternativeNames");
         }
         parameters.alternativeNames.push_back(std::move(name));
     }
@@ -223,7 +277,7 @@ Refusal readKeyUsage(const CSRRequest& request, CsrParameters& parameters) {
     for (const std::string& value : usages) {
         const std::optional<KeyUsageValue> usage = keyUsageNamed(value);
         if (!usage) {
-            return notInList(value, "KeyUsage");
+            return notInList(value, "KeyUsage", requestableUsages());
         }
         parameters.keyUsage.push_back(*usage);
     }
@@ -232,11 +286,13 @@ Refusal readKeyUsage(const CSRRequest& request, CsrParameters& parameters) {
 
 Refusal readRsaKey(const CSRRequest& request, std::string_view curveId, CsrParameters& parameters) {
     if (!curveId.empty()) {
-        return wrongFormat(curveId, "KeyCurveId"); // a curve and RSA exclude each other
+        return wrongFormat(curveId, "KeyCurveId",
+                           "An RSA key has no curve: leave it out, or give KeyPairAlgorithm "
+                           "TPM_ALG_ECDSA.");
     }
     const std::int32_t bits = request.keyBitLength == 0 ? RSA_BITS.front() : request.keyBitLength;
     if (std::find(RSA_BITS.begin(), RSA_BITS.end(), bits) == RSA_BITS.end()) {
-        return notInList(std::to_string(bits), "KeyBitLength");
+        return notInList(std::to_string(bits), "KeyBitLength", RSA_LENGTHS);
     }
     parameters.rsaBits = static_cast<unsigned int>(bits);
     return std::nullopt;
@@ -249,10 +305,12 @@ Refusal readEcKey(const CSRRequest& request, std::string_view curveId, CsrParame
                                   return known.redfishName == curveId;
                               });
     if (curve == CURVES.end()) {
-        return notInList(curveId, "KeyCurveId");
+        return notInList(curveId, "KeyCurveId", CURVE_NAMES);
     }
     if (request.keyBitLength != 0 && request.keyBitLength != curve->bits) {
-        return wrongFormat(std::to_string(request.keyBitLength), "KeyBitLength");
+        return wrongFormat(std::to_string(request.keyBitLength), "KeyBitLength",
+                           "The curve has " + std::to_string(curve->bits) +
+                               " bits: leave it out, or give KeyPairAlgorithm TPM_ALG_RSA.");
     }
     parameters.curve = curve->name;
     return std::nullopt;
@@ -270,7 +328,12 @@ Refusal readKey(const CSRRequest& request, CsrParameters& parameters) {
     if (algorithm.empty() || algorithm == "TPM_ALG_ECDSA" || algorithm == "TPM_ALG_ECDH") {
         return readEcKey(request, curveId, parameters);
     }
-    return notInList(algorithm, "KeyPairAlgorithm");
+    return notInList(algorithm, "KeyPairAlgorithm", ALGORITHMS);
+}
+
+Refusal checkUsage(const CSRRequest& /*request*/, CsrParameters& parameters) {
+    const Fault conflict = keyUsageConflict(parameters.keyUsage, parameters.rsaBits == 0);
+    return conflict ? refuse(*conflict, "KeyUsage") : std::nullopt;
 }
 
 } // namespace
@@ -281,7 +344,7 @@ std::optional<MessageInfo> readCsrParameters(const CSRRequest& request, CsrParam
         return strange;
     }
     for (const auto& read :
-         {readSubject, readAttributes, readAlternativeNames, readKeyUsage, readKey}) {
+         {readSubject, readAttributes, readAlternativeNames, readKeyUsage, readKey, checkUsage}) {
         Refusal refusal = read(request, parameters);
         if (refusal) {
             return refusal;

@@ -18,8 +18,8 @@ struct SubjectAttribute {
 };
 
 struct CsrParameters {
-    std::vector<SubjectAttribute> subject; // in the order of the name
-    std::vector<GeneralNameHandle> alternativeNames;
+    std::vector<SubjectAttribute> subject;           // in the order of the name
+    std::vector<GeneralNameHandle> alternativeNames; // the common name's, when none is given
     std::vector<KeyUsageValue> keyUsage;
     std::string_view challengePassword; // in the request; empty when not given
     std::string_view unstructuredName;  // in the request; empty when not given

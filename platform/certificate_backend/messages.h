@@ -13,6 +13,9 @@ constexpr const char* CERTIFICATE_TYPE_PROPERTY = "CertificateType";
 constexpr const char* GENERATE_CSR_ACTION = "CertificateService.GenerateCSR";
 constexpr const char* REPLACE_CERTIFICATE_ACTION = "CertificateService.ReplaceCertificate";
 
+// Shown behind a certificate type that is none of them.
+constexpr const char* ACCEPTED_CERTIFICATE_TYPES = " (accepted: PEM, PEMchain, PKCS7)";
+
 [[nodiscard]] MessageInfo propertyValueFormatError(const std::string& value,
                                                    const std::string& property);
 [[nodiscard]] MessageInfo propertyValueNotInList(const std::string& value,

@@ -15,9 +15,9 @@
 namespace {
 
 CreateCertResult refusedType(const ReplaceCertRequest& request) {
-    return refused(400,
-                   parameterValueNotInList(shownInMessage(request.certificateType),
-                                           CERTIFICATE_TYPE_PROPERTY, REPLACE_CERTIFICATE_ACTION));
+    return refused(400, parameterValueNotInList(
+                            shownInMessage(request.certificateType) + ACCEPTED_CERTIFICATE_TYPES,
+                            CERTIFICATE_TYPE_PROPERTY, REPLACE_CERTIFICATE_ACTION));
 }
 
 CreateCertResult refusedText(const std::string& fault) {

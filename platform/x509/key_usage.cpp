@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 
 namespace {
 
@@ -27,6 +28,15 @@ constexpr std::array<KeyUsageValue, 15> KEY_USAGES = {{
     {"OCSPSigning", -1, NID_OCSP_sign},
 }};
 
+// Told apart once: a hostile certificate may hold thousands.
+std::set<int> purposesIn(const EXTENDED_KEY_USAGE* purposes) {
+    std::set<int> numbers;
+    for (int i = 0; i < sk_ASN1_OBJECT_num(purposes); ++i) {
+        numbers.insert(OBJ_obj2nid(sk_ASN1_OBJECT_value(purposes, i)));
+    }
+    return numbers;
+}
+
 } // namespace
 
 std::optional<KeyUsageValue> keyUsageNamed(std::string_view name) {
@@ -34,6 +44,14 @@ std::optional<KeyUsageValue> keyUsageNamed(std::string_view name) {
         std::find_if(KEY_USAGES.begin(), KEY_USAGES.end(),
                      [&](const KeyUsageValue& usage) { return usage.name == name; });
     return found == KEY_USAGES.end() ? std::nullopt : std::optional(*found);
+}
+
+std::vector<std::string_view> keyUsageNames() {
+    std::vector<std::string_view> names;
+    for (const KeyUsageValue& usage : KEY_USAGES) {
+        names.push_back(usage.name);
+    }
+    return names;
 }
 
 bool holdsPurpose(const EXTENDED_KEY_USAGE* purposes, int purpose) {
@@ -50,11 +68,12 @@ std::vector<std::string> keyUsageOf(const X509* certificate) {
         X509_get_ext_d2i(certificate, NID_key_usage, nullptr, nullptr)));
     const ExtendedKeyUsageHandle purposes(static_cast<EXTENDED_KEY_USAGE*>(
         X509_get_ext_d2i(certificate, NID_ext_key_usage, nullptr, nullptr)));
+    const std::set<int> allowedPurposes = purposesIn(purposes.get());
     std::vector<std::string> names;
     for (const KeyUsageValue& usage : KEY_USAGES) {
         const bool allowed = usage.bit >= 0
                                  ? bits && ASN1_BIT_STRING_get_bit(bits.get(), usage.bit) == 1
-                                 : purposes && holdsPurpose(purposes.get(), usage.purpose);
+                                 : allowedPurposes.count(usage.purpose) > 0;
         if (allowed) {
             names.emplace_back(usage.name);
         }

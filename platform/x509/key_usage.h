@@ -19,6 +19,9 @@ struct KeyUsageValue {
 // The value of that name; nothing when Redfish has no such value.
 [[nodiscard]] std::optional<KeyUsageValue> keyUsageNamed(std::string_view name);
 
+// The names of all values, in the schema's order.
+[[nodiscard]] std::vector<std::string_view> keyUsageNames();
+
 // Whether the purpose, by OpenSSL's number, is among those of the extended key usage.
 [[nodiscard]] bool holdsPurpose(const EXTENDED_KEY_USAGE* purposes, int purpose);
 

@@ -110,7 +110,8 @@ TEST_F(CreateCertificate, RefusesAnUnknownTypeAndShowsItsBeginning) {
              {std::string(1 << 20, 'P'), std::string(64, 'P') + "..."}}) {
         const CreateCertResult result = create(textOf(makeSelfSigned()), type);
         EXPECT_EQ(result.code, 400);
-        expectMessage(result.message, "Base.1.9.PropertyValueNotInList", {shown, "CertificateType"},
+        expectMessage(result.message, "Base.1.9.PropertyValueNotInList",
+                      {shown + " (accepted: PEM, PEMchain, PKCS7)", "CertificateType"},
                       {"#/CertificateType"});
     }
 }

@@ -73,7 +73,7 @@ protected:
 TEST_F(GenerateCsr, MakesAP256KeyWhenNothingIsAskedFor) {
     expectParts(shown(ask({{"KeyPairAlgorithm", ""}})),
                 {"Subject: CN=bmc\n", "NIST CURVE: P-256\n",
-                 "Signature Algorithm: ecdsa-with-SHA256\n", "(none)"}); // no attributes
+                 "Signature Algorithm: ecdsa-with-SHA256\n", "DNS:bmc\n"});
 }
 
 TEST_F(GenerateCsr, MakesEveryCurve) {
@@ -134,26 +134,74 @@ TEST_F(GenerateCsr, IgnoresEmptyParametersAnnotationsAndInternalFields) {
 }
 
 TEST_F(GenerateCsr, RequestsEveryFormOfAlternativeName) {
-    const std::string text =
-        shown(ask({}, {{"AlternativeNames",
-                        {"bmc.example", "*.example.com", "bmc", "192.0.2.7", "2001:db8::7",
-                         "[2001:db8::8]", "admin@example.com", "https://bmc.example/redfish",
-                         "urn:uuid:0f1e", "DNS:bmc.example", "dns:1a", "IP:192.0.2.7", "ip:::1",
-                         "Email:admin@example.com", "URI:ldap://x/y"}}}));
+    const std::string text = shown(ask(
+        {}, {{"AlternativeNames",
+              {"bmc.example", "*.example.com", "bmc", "192.0.2.7", "2001:db8::7", "[2001:db8::8]",
+               "admin@example.com", "https://bmc.example/redfish", "urn:uuid:0f1e", "mailto:a@b",
+               "URI:tel:+1", "http://a/%2F", "DNS:bmc.example", "dns:1a", "IP:192.0.2.7", "ip:::1",
+               "Email:admin@example.com", "URI:ldap://x/y"}}}));
     expectParts(text, {"DNS:bmc.example, DNS:*.example.com, DNS:bmc, IP Address:192.0.2.7, "
                        "IP Address:2001:DB8:0:0:0:0:0:7, IP Address:2001:DB8:0:0:0:0:0:8, "
                        "email:admin@example.com, URI:https://bmc.example/redfish, "
-                       "URI:urn:uuid:0f1e, DNS:bmc.example, DNS:1a, IP Address:192.0.2.7, "
+                       "URI:urn:uuid:0f1e, URI:mailto:a@b, URI:tel:+1, URI:http://a/%2F, "
+                       "DNS:bmc.example, DNS:1a, IP Address:192.0.2.7, "
                        "IP Address:0:0:0:0:0:0:0:1, email:admin@example.com, URI:ldap://x/y\n",
                        "Requested Extensions:\n", "Subject: CN=bmc\n"});
 }
 
+TEST_F(GenerateCsr, TakesTheCommonNameOfAHostForItsAlternativeNameWhenNoneIsGiven) {
+    for (const auto& [commonName, name] : std::vector<std::pair<std::string, std::string>>{
+             {"bmc.example", "DNS:bmc.example\n"},
+             {"bmc", "DNS:bmc\n"},
+             {"192.0.2.7", "IP Address:192.0.2.7\n"},
+             {"2001:db8::7", "IP Address:2001:DB8:0:0:0:0:0:7\n"},
+             {"*.example", ""},
+             {"Rack 7", ""},
+             {"1.2.3", ""},
+             {"someone@example.com", ""},
+         }) {
+        for (const Arrays& arrays : {Arrays(), Arrays{{"AlternativeNames", {}}}}) {
+            const std::string text = shown(ask({{"CommonName", commonName}}, arrays));
+            EXPECT_EQ(text.find("Alternative Name") != std::string::npos, !name.empty())
+                << commonName;
+            expectParts(text, {name});
+        }
+        const std::string given =
+            shown(ask({{"CommonName", commonName}}, {{"AlternativeNames", {"other.example"}}}));
+        expectParts(given, {"DNS:other.example\n"});
+    }
+}
+
 TEST_F(GenerateCsr, RefusesWhatIsNoAlternativeName) {
+    const std::string accepted =
+        "Give a DNS name, an address, an e-mail address or a URI, where it "
+        "helps with DNS:, IP:, email: or URI: before it.";
+    const auto otherForm = [&](const std::string& form) {
+        return "Names of the form " + form + " are not made here. " + accepted;
+    };
+    const auto zone = [](const std::string& value) {
+        return "'" + value +
+               "' has a zone, which means nothing to others. Give the address without it.";
+    };
     std::vector<std::pair<std::string, std::string>> rows = {
-        {std::string(1 << 20, 'a'), std::string(64, 'a') + "..."},
-        {std::string(64, 'a'), std::string(64, 'a')},
-        {"a\r\nb", NO_TEXT},
-        {std::string("1.2.3.4\0x", 9), NO_TEXT}};
+        {"fe80::1%eth0", zone("fe80::1%eth0")},
+        {"IP:fe80::1%25", zone("IP:fe80::1%25")},
+        {"[fe80::1%eth0]", zone("[fe80::1%eth0]")},
+        {"RID:1.2.3", otherForm("RID:")},
+        {"rid:1.2.3", otherForm("RID:")},
+        {"dirName:CN=a", otherForm("dirName:")},
+        {"otherName:1.2.3;UTF8:a", otherForm("otherName:")}};
+    const auto none = [&](const std::string& shownValue) {
+        return "'" + shownValue + "' is no alternative name. " + accepted;
+    };
+    for (const auto& [value, shownValue] : std::vector<std::pair<std::string, std::string>>{
+             {std::string(1 << 20, 'a'), std::string(64, 'a') + "..."},
+             {std::string(64, 'a'), std::string(64, 'a')},
+             {"a\r\nb", NO_TEXT},
+             {std::string("1.2.3.4\0x", 9), NO_TEXT},
+             {"a.example\xe2\x80\xae", NO_TEXT}}) {
+        rows.emplace_back(value, none(shownValue));
+    }
     for (const char* value : {"",
                               "a b",
                               "-a",
@@ -171,7 +219,15 @@ TEST_F(GenerateCsr, RefusesWhatIsNoAlternativeName) {
                               "192.0.2.256",
                               "1.2.3",
                               "host:443",
+                              "host:a",
+                              "tel:+1",
                               "://x",
+                              "https://",
+                              "http://a/%",
+                              "http://a/%2",
+                              "http://a/%2g",
+                              "URI:http://a/%zz",
+                              "http://a/<b>",
                               "DNS:",
                               "IP:bmc",
                               "URI:bmc",
@@ -179,37 +235,71 @@ TEST_F(GenerateCsr, RefusesWhatIsNoAlternativeName) {
                               "DNS:192.0.2.7",
                               "http://a b",
                               "m\xc3\xbcnchen.example"}) {
-        rows.emplace_back(value, value);
+        rows.emplace_back(value, none(value));
     }
-    for (const auto& [value, shownValue] : rows) {
+    for (const auto& [value, fault] : rows) {
         expectRefused(ask({}, {{"AlternativeNames", {"good", value}}}), FORMAT_ERROR,
-                      {shownValue, "AlternativeNames", ACTION}, "AlternativeNames");
+                      {fault, "AlternativeNames", ACTION}, "AlternativeNames");
     }
 }
 
 TEST_F(GenerateCsr, BoundsTheNumberOfAlternativeNames) {
     std::vector<std::string> names(101, "bmc.example");
     expectRefused(ask({}, {{"AlternativeNames", names}}), FORMAT_ERROR,
-                  {"more than 100 names", "AlternativeNames", ACTION}, "AlternativeNames");
+                  {"There are more than 100 names. Give fewer.", "AlternativeNames", ACTION},
+                  "AlternativeNames");
     names.pop_back();
     EXPECT_EQ(ask({}, {{"AlternativeNames", names}}).code, 200);
 }
 
 TEST_F(GenerateCsr, RequestsEveryKeyUsage) {
-    const std::string text = shown(
-        ask({}, {{"KeyUsage",
-                  {"DecipherOnly", "EncipherOnly", "CRLSigning", "KeyCertSign", "KeyAgreement",
-                   "DataEncipherment", "KeyEncipherment", "NonRepudiation", "DigitalSignature",
-                   "ServerAuthentication", "ClientAuthentication", "CodeSigning", "EmailProtection",
-                   "Timestamping", "OCSPSigning", "ServerAuthentication", "KeyAgreement"}}}));
-    expectParts(text, {"X509v3 Key Usage: critical\n"
-                       "                    Digital Signature, Non Repudiation, Key "
-                       "Encipherment, Data Encipherment, Key Agreement, Certificate Sign, CRL "
-                       "Sign, Encipher Only, Decipher Only\n",
-                       "X509v3 Extended Key Usage: \n"
-                       "                    TLS Web Server Authentication, TLS Web Client "
-                       "Authentication, Code Signing, E-mail Protection, Time Stamping, OCSP "
-                       "Signing\n"});
+    expectParts(
+        shown(ask({{"KeyPairAlgorithm", "TPM_ALG_RSA"}},
+                  {{"KeyUsage",
+                    {"DecipherOnly", "EncipherOnly", "KeyAgreement", "DataEncipherment",
+                     "KeyEncipherment", "NonRepudiation", "DigitalSignature",
+                     "ServerAuthentication", "ClientAuthentication", "CodeSigning",
+                     "EmailProtection", "OCSPSigning", "ServerAuthentication", "KeyAgreement"}}})),
+        {"X509v3 Key Usage: critical\n"
+         "                    Digital Signature, Non Repudiation, Key Encipherment, Data "
+         "Encipherment, Key Agreement, Encipher Only, Decipher Only\n",
+         "X509v3 Extended Key Usage: \n"
+         "                    TLS Web Server Authentication, TLS Web Client Authentication, Code "
+         "Signing, E-mail Protection, OCSP Signing\n"});
+    expectParts(shown(ask({}, {{"KeyUsage", {"Timestamping", "DigitalSignature"}}})),
+                {"X509v3 Extended Key Usage: \n                    Time Stamping\n"});
+}
+
+TEST_F(GenerateCsr, RefusesKeyUsagesThatDoNotGoTogether) {
+    const std::string authority =
+        " is for certification authorities, for which no request is made here. Leave it out.";
+    const std::string agreement =
+        " means something beside KeyAgreement alone. Give that too, or leave it out.";
+    const std::string needsRsa =
+        "KeyEncipherment needs an RSA key, and this request is for one on a "
+        "curve. Give KeyPairAlgorithm TPM_ALG_RSA, or KeyAgreement in its "
+        "place.";
+    struct Row {
+        const char* algorithm;
+        std::vector<std::string> usages;
+        std::string fault;
+    };
+    for (const Row& row : std::vector<Row>{
+             {"", {"KeyCertSign"}, "KeyCertSign" + authority},
+             {"TPM_ALG_RSA", {"DigitalSignature", "CRLSigning"}, "CRLSigning" + authority},
+             {"", {"EncipherOnly"}, "EncipherOnly" + agreement},
+             {"TPM_ALG_RSA", {"DecipherOnly", "DigitalSignature"}, "DecipherOnly" + agreement},
+             {"", {"KeyEncipherment"}, needsRsa},
+             {"TPM_ALG_ECDSA", {"DigitalSignature", "KeyEncipherment"}, needsRsa},
+             {"TPM_ALG_ECDH", {"KeyEncipherment"}, needsRsa},
+             {"",
+              {"Timestamping", "ServerAuthentication"},
+              "Timestamping stands alone among the extended usages. Make a request of its own for "
+              "it."},
+         }) {
+        expectRefused(ask({{"KeyPairAlgorithm", row.algorithm}}, {{"KeyUsage", row.usages}}),
+                      FORMAT_ERROR, {row.fault, "KeyUsage", ACTION}, "KeyUsage");
+    }
 }
 
 TEST_F(GenerateCsr, RequestsOnlyTheExtensionThatIsAskedFor) {
@@ -217,7 +307,8 @@ TEST_F(GenerateCsr, RequestsOnlyTheExtensionThatIsAskedFor) {
     expectParts(bits, {"X509v3 Key Usage: critical\n"});
     EXPECT_EQ(bits.find("Extended Key Usage"), std::string::npos) << bits;
     const std::string purposes =
-        shown(ask({}, {{"KeyUsage", {"ServerAuthentication"}}, {"AlternativeNames", {}}}));
+        shown(ask({{"CommonName", "Rack 7"}},
+                  {{"KeyUsage", {"ServerAuthentication"}}, {"AlternativeNames", {}}}));
     expectParts(purposes, {"X509v3 Extended Key Usage: \n"});
     EXPECT_EQ(purposes.find("X509v3 Key Usage"), std::string::npos) << purposes;
     EXPECT_EQ(purposes.find("Alternative Name"), std::string::npos) << purposes;
@@ -226,7 +317,13 @@ TEST_F(GenerateCsr, RequestsOnlyTheExtensionThatIsAskedFor) {
 TEST_F(GenerateCsr, RefusesAnUnknownKeyUsage) {
     for (const char* usage : {"", "digitalSignature", "ServerAuth"}) {
         expectRefused(ask({}, {{"KeyUsage", {"KeyAgreement", usage}}}), NOT_IN_LIST,
-                      {usage, "KeyUsage", ACTION}, "KeyUsage");
+                      {std::string(usage) +
+                           " (accepted: DigitalSignature, NonRepudiation, KeyEncipherment, "
+                           "DataEncipherment, KeyAgreement, EncipherOnly, DecipherOnly, "
+                           "ServerAuthentication, ClientAuthentication, CodeSigning, "
+                           "EmailProtection, Timestamping, OCSPSigning)",
+                       "KeyUsage", ACTION},
+                      "KeyUsage");
     }
 }
 
@@ -251,7 +348,10 @@ TEST_F(GenerateCsr, RefusesTextsThatAreTooLongAndAcceptsTheLongest) {
           Bound("City", 128), Bound("State", 128), Bound("GivenName", 64), Bound("Surname", 64),
           Bound("Initials", 64), Bound("ContactPerson", 64), Bound("UnstructuredName", 255)}) {
         expectRefused(ask({{name, std::string(length + 1, 'x')}}), FORMAT_ERROR,
-                      {std::string(64, 'x') + "...", name, ACTION}, name);
+                      {"'" + std::string(64, 'x') + "...' is not accepted. Give at most " +
+                           std::to_string(length) + " printable characters.",
+                       name, ACTION},
+                      name);
         longest[name] = std::string(length, 'x');
     }
     std::string umlauts; // the length counts characters
@@ -269,31 +369,51 @@ TEST_F(GenerateCsr, RefusesAWrongTextAndShowsNoPassword) {
         std::string value;
         std::string shownValue;
     };
+    const auto quoted = [](const std::string& value) {
+        return "'" + value + "' is not accepted. ";
+    };
+    const auto length = [](int longest) {
+        return "Give at most " + std::to_string(longest) + " printable characters.";
+    };
+    const std::string country = "Give the two letters of the country (ISO 3166).";
+    const std::string email =
+        "Give one address of at most 128 characters, such as someone@example.com.";
+    const std::string password = "****** cannot be used. Give a password of 1 to 255 printable "
+                                 "characters, encrypted with this service's key.";
+    const std::string algorithms = " (accepted: TPM_ALG_RSA, TPM_ALG_ECDSA, TPM_ALG_ECDH)";
+    const std::string curves =
+        " (accepted: TPM_ECC_NIST_P256, TPM_ECC_NIST_P384, TPM_ECC_NIST_P521)";
     for (const Row& row : std::vector<Row>{
-             {FORMAT_ERROR, "CommonName", "", ""},
-             {FORMAT_ERROR, "Organization", "a\nb", NO_TEXT},
-             {FORMAT_ERROR, "City", "M\xfcnchen", NO_TEXT},
-             {FORMAT_ERROR, "State", std::string("a\0b", 3), NO_TEXT},
-             {FORMAT_ERROR, "Country", "D", "D"},
-             {FORMAT_ERROR, "Country", "DEU", "DEU"},
-             {FORMAT_ERROR, "Country", "D1", "D1"},
-             {FORMAT_ERROR, "Country", "\xc3\xbc", "\xc3\xbc"},
-             {FORMAT_ERROR, "Country", "Germany", "Germany"},
-             {FORMAT_ERROR, "Email", "ada", "ada"},
-             {FORMAT_ERROR, "Email", "@example.com", "@example.com"},
-             {FORMAT_ERROR, "Email", "ada@", "ada@"},
-             {FORMAT_ERROR, "Email", "ada lovelace@example.com", "ada lovelace@example.com"},
-             {FORMAT_ERROR, "Email", "\xc3\xa4@example.com", "\xc3\xa4@example.com"},
-             {FORMAT_ERROR, "ChallengePassword", "", "******"},
-             {FORMAT_ERROR, "ChallengePassword", std::string(256, 'x'), "******"},
-             {FORMAT_ERROR, "ChallengePassword", "a\nb", "******"},
-             {FORMAT_ERROR, "ChallengePassword", "\xff\xfe", "******"},
-             {NOT_IN_LIST, "KeyPairAlgorithm", "tpm_alg_rsa", "tpm_alg_rsa"},
-             {NOT_IN_LIST, "KeyPairAlgorithm", "TPM_ALG_SM2", "TPM_ALG_SM2"},
-             {NOT_IN_LIST, "KeyPairAlgorithm", "RSA", "RSA"},
-             {NOT_IN_LIST, "KeyCurveId", "P-256", "P-256"},
-             {NOT_IN_LIST, "KeyCurveId", "TPM_ECC_NIST_P224", "TPM_ECC_NIST_P224"},
-             {NOT_IN_LIST, "KeyCurveId", "tpm_ecc_nist_p256", "tpm_ecc_nist_p256"},
+             {FORMAT_ERROR, "CommonName", "",
+              "The common name is empty. Give the name of the host or device."},
+             {FORMAT_ERROR, "CommonName", "a\xe2\x80\xae", quoted(NO_TEXT) + length(64)},
+             {FORMAT_ERROR, "Organization", "a\nb", quoted(NO_TEXT) + length(64)},
+             {FORMAT_ERROR, "Organization", "a\xe2\x80\xa8", quoted(NO_TEXT) + length(64)},
+             {FORMAT_ERROR, "City", "M\xfcnchen", quoted(NO_TEXT) + length(128)},
+             {FORMAT_ERROR, "State", std::string("a\0b", 3), quoted(NO_TEXT) + length(128)},
+             {FORMAT_ERROR, "UnstructuredName", "a\xef\xb7\x90", quoted(NO_TEXT) + length(255)},
+             {FORMAT_ERROR, "Country", "D", quoted("D") + country},
+             {FORMAT_ERROR, "Country", "DEU", quoted("DEU") + country},
+             {FORMAT_ERROR, "Country", "D1", quoted("D1") + country},
+             {FORMAT_ERROR, "Country", "\xc3\xbc", quoted("\xc3\xbc") + country},
+             {FORMAT_ERROR, "Country", "Germany", quoted("Germany") + country},
+             {FORMAT_ERROR, "Email", "ada", quoted("ada") + email},
+             {FORMAT_ERROR, "Email", "@example.com", quoted("@example.com") + email},
+             {FORMAT_ERROR, "Email", "ada@", quoted("ada@") + email},
+             {FORMAT_ERROR, "Email", "ada lovelace@example.com",
+              quoted("ada lovelace@example.com") + email},
+             {FORMAT_ERROR, "Email", "\xc3\xa4@example.com",
+              quoted("\xc3\xa4@example.com") + email},
+             {FORMAT_ERROR, "ChallengePassword", "", password},
+             {FORMAT_ERROR, "ChallengePassword", std::string(256, 'x'), password},
+             {FORMAT_ERROR, "ChallengePassword", "a\nb", password},
+             {FORMAT_ERROR, "ChallengePassword", "\xff\xfe", password},
+             {NOT_IN_LIST, "KeyPairAlgorithm", "tpm_alg_rsa", "tpm_alg_rsa" + algorithms},
+             {NOT_IN_LIST, "KeyPairAlgorithm", "TPM_ALG_SM2", "TPM_ALG_SM2" + algorithms},
+             {NOT_IN_LIST, "KeyPairAlgorithm", "RSA", "RSA" + algorithms},
+             {NOT_IN_LIST, "KeyCurveId", "P-256", "P-256" + curves},
+             {NOT_IN_LIST, "KeyCurveId", "TPM_ECC_NIST_P224", "TPM_ECC_NIST_P224" + curves},
+             {NOT_IN_LIST, "KeyCurveId", "tpm_ecc_nist_p256", "tpm_ecc_nist_p256" + curves},
              {TYPE_ERROR, "KeyUsage", "KeyAgreement", "KeyAgreement"},
              {TYPE_ERROR, "KeyBitLength", "2048", "2048"},
          }) {
@@ -306,19 +426,32 @@ TEST_F(GenerateCsr, RefusesAWrongTextAndShowsNoPassword) {
 TEST_F(GenerateCsr, RefusesAnUnknownLength) {
     for (const int bits : {1, 1024, 2047, 8192, 16384, -2048}) {
         for (const char* algorithm : {"TPM_ALG_RSA", ""}) {
-            expectRefused(ask({{"KeyPairAlgorithm", algorithm}}, {}, bits), NOT_IN_LIST,
-                          {std::to_string(bits), "KeyBitLength", ACTION}, "KeyBitLength");
+            expectRefused(
+                ask({{"KeyPairAlgorithm", algorithm}}, {}, bits), NOT_IN_LIST,
+                {std::to_string(bits) + " (accepted: 2048, 3072, 4096)", "KeyBitLength", ACTION},
+                "KeyBitLength");
         }
     }
 }
 
 TEST_F(GenerateCsr, RefusesContradictions) {
-    expectRefused(ask({{"KeyPairAlgorithm", "TPM_ALG_RSA"}, {"KeyCurveId", "TPM_ECC_NIST_P256"}}),
-                  FORMAT_ERROR, {"TPM_ECC_NIST_P256", "KeyCurveId", ACTION}, "KeyCurveId");
+    expectRefused(
+        ask({{"KeyPairAlgorithm", "TPM_ALG_RSA"}, {"KeyCurveId", "TPM_ECC_NIST_P256"}}),
+        FORMAT_ERROR,
+        {"'TPM_ECC_NIST_P256' is not accepted. An RSA key has no curve: leave it out, or give "
+         "KeyPairAlgorithm TPM_ALG_ECDSA.",
+         "KeyCurveId", ACTION},
+        "KeyCurveId");
     expectRefused(ask({{"KeyPairAlgorithm", "TPM_ALG_ECDSA"}}, {}, 2048), FORMAT_ERROR,
-                  {"2048", "KeyBitLength", ACTION}, "KeyBitLength");
+                  {"'2048' is not accepted. The curve has 256 bits: leave it out, or give "
+                   "KeyPairAlgorithm TPM_ALG_RSA.",
+                   "KeyBitLength", ACTION},
+                  "KeyBitLength");
     expectRefused(ask({{"KeyCurveId", "TPM_ECC_NIST_P384"}}, {}, 256), FORMAT_ERROR,
-                  {"256", "KeyBitLength", ACTION}, "KeyBitLength");
+                  {"'256' is not accepted. The curve has 384 bits: leave it out, or give "
+                   "KeyPairAlgorithm TPM_ALG_RSA.",
+                   "KeyBitLength", ACTION},
+                  "KeyBitLength");
 }
 
 TEST_F(GenerateCsr, RefusesAParameterThatTheActionDoesNotHave) {

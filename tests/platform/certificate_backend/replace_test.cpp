@@ -115,7 +115,8 @@ TEST_F(ReplaceCertificate, RefusesAnUnknownType) {
     const CreateCertResult result = replace(old.certificate, "PKCS12");
     EXPECT_EQ(result.code, 400);
     expectMessage(result.message, "Base.1.9.ActionParameterValueNotInList",
-                  {"PKCS12", "CertificateType", ACTION}, {"#/CertificateType"});
+                  {"PKCS12 (accepted: PEM, PEMchain, PKCS7)", "CertificateType", ACTION},
+                  {"#/CertificateType"});
 }
 
 TEST_F(ReplaceCertificate, RefusesWhatFailsACheck) {
