@@ -7,11 +7,12 @@
 
 namespace {
 
+constexpr std::string_view ENDING = ".pem";
 // What came in within the limit may have grown: by line ends, and by the private key.
 constexpr std::size_t LONGEST_FILE = 4 * LONGEST_CERTIFICATE_TEXT;
 
 std::string fileName(const std::string& certificateUri) {
-    return fileNameOf(certificateUri) + ".pem";
+    return fileNameOf(certificateUri) + std::string(ENDING);
 }
 
 } // namespace
@@ -44,9 +45,32 @@ void saveInstalled(const LockedDirectory& directory, const std::string& certific
                    const CertificateChain& chain, EVP_PKEY* privateKey) {
     SecretText content = privateKey == nullptr ? SecretText() : privateKeyText(privateKey);
     content += certificateText(chain, CertificateType::CHAIN);
-    writeFileAtomically(directory.installed(), fileName(certificateUri), content);
+    const std::string name = fileName(certificateUri);
+    if (fileExists(directory.installed(), name)) {
+        replaceFile(directory.installed(), name, content, directory.previous());
+    } else {
+        writeFileAtomically(directory.installed(), name, content);
+    }
+}
+
+std::optional<SecretText> readPrevious(const LockedDirectory& directory,
+                                       const std::string& certificateUri) {
+    return readFile(directory.previous(), fileName(certificateUri));
+}
+
+std::vector<std::string> listInstalled(const LockedDirectory& directory) {
+    std::vector<std::string> resources;
+    for (const std::string& name : listFiles(directory.installed())) {
+        if (name.ends_with(ENDING)) {
+            const std::string stem = name.substr(0, name.size() - ENDING.size());
+            resources.push_back(uriOfFileName(stem).value_or(name));
+        }
+    }
+    return resources;
 }
 
 bool removeInstalled(const LockedDirectory& directory, const std::string& certificateUri) {
+    // First: nothing of the certificate is left when it is gone itself.
+    static_cast<void>(removeFile(directory.previous(), fileName(certificateUri)));
     return removeFile(directory.installed(), fileName(certificateUri));
 }

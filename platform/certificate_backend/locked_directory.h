@@ -5,12 +5,15 @@
 //   installed/  one file for each certificate: its private key, where the backend knows one, then
 //               the certificate and the rest of its chain, all PEM. Key and certificate share a
 //               file, so that one rename replaces both.
+//   previous/   what the last replacement of each certificate replaced, under the same names.
 //   requests/   the private keys of signing requests whose certificate has not come yet.
 //
-// The directory's lock guards both folders, among threads and among processes.
+// The directory's lock guards all of it, among threads and among processes. Directory and folders
+// are this process's own, open to nobody else, and no links.
 
 #include "platform/posix/directory.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,8 +21,10 @@
 // argument.
 class LockedDirectory {
 public:
-    // Makes the directory and its folders where they are missing, waits for the lock, and removes
-    // what a crash left behind. Throws std::system_error on a fault of the machine.
+    // Makes the directory and its folders where they are missing, waits at most 5 seconds for the
+    // lock, looks to whom they belong (keepToOwner), and removes what a crash left behind. Throws
+    // std::runtime_error or std::system_error when they may not be used, and on any other fault of
+    // the machine.
     explicit LockedDirectory(const std::string& path);
 
     [[nodiscard]] const std::string& path() const {
@@ -28,6 +33,9 @@ public:
     [[nodiscard]] const Directory& installed() const {
         return mInstalled;
     }
+    [[nodiscard]] const Directory& previous() const {
+        return mPrevious;
+    }
     [[nodiscard]] const Directory& requests() const {
         return mRequests;
     }
@@ -35,6 +43,7 @@ public:
 private:
     Directory mTop; // has the lock
     Directory mInstalled;
+    Directory mPrevious;
     Directory mRequests;
 };
 
@@ -45,3 +54,6 @@ private:
 // byte becomes "=" and two hexadecimal digits. A name too long for a file is cut and ends in "~"
 // and the SHA-256 digest of the URI. Different URIs have different names; none has a dot.
 [[nodiscard]] std::string fileNameOf(std::string_view uri);
+
+// The URI of a file name; nothing when the name is cut, or none that fileNameOf makes.
+[[nodiscard]] std::optional<std::string> uriOfFileName(std::string_view name);

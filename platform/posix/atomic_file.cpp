@@ -12,6 +12,7 @@
 namespace {
 
 constexpr const char* TEMPORARY_NAME = ".new";
+constexpr const char* LEAVING_NAME = ".gone";
 constexpr mode_t FILE_MODE = 0600;
 constexpr std::size_t READ_LIMIT = std::size_t{1} << 20; // far above any file written here
 
@@ -41,9 +42,54 @@ void writeTemporaryFile(const Directory& directory, std::string_view content) {
     }
 }
 
+// As far as the file system keeps its promise; nobody waits for what it does not.
+void overwrite(const FileDescriptor& file) {
+    struct stat status = {};
+    if (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1) {
+        return;
+    }
+    const std::string zeros(static_cast<std::size_t>(status.st_size), '\0');
+    static_cast<void>(writeAll(file.get(), zeros) && fsync(file.get()) == 0);
+}
+
+FileDescriptor openToOverwrite(const Directory& directory, const char* name) {
+    return FileDescriptor(
+        openat(directory.descriptor.get(), name, O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+}
+
+// False when there is no such file.
+bool overwriteAndUnlink(const Directory& directory, const char* name) {
+    overwrite(openToOverwrite(directory, name)); // what cannot be opened is unlinked as it is
+    if (unlinkat(directory.descriptor.get(), name, 0) == 0) {
+        return true;
+    }
+    if (errno != ENOENT) {
+        throwSystemError("cannot remove a file from", directory.path);
+    }
+    return false;
+}
+
 // Best effort on a failed write: what cannot be removed now is removed under the next lock.
 void discardTemporaryFile(const Directory& directory) {
+    overwrite(openToOverwrite(directory, TEMPORARY_NAME));
     static_cast<void>(unlinkat(directory.descriptor.get(), TEMPORARY_NAME, 0));
+}
+
+void nameTemporaryFile(const Directory& directory, const std::string& name) {
+    const int folder = directory.descriptor.get();
+    if (renameat(folder, TEMPORARY_NAME, folder, name.c_str()) != 0) {
+        throwSystemError("cannot put a new file into", directory.path);
+    }
+}
+
+// A second name costs no copy of what may be a key.
+void keepUnderSecondName(const Directory& directory, const std::string& name,
+                         const Directory& kept) {
+    if (linkat(directory.descriptor.get(), name.c_str(), kept.descriptor.get(), name.c_str(), 0) !=
+        0) {
+        throwSystemError("cannot keep a replaced file in", kept.path);
+    }
+    flushDirectory(kept);
 }
 
 // Of an open file; nothing above the limit is read.
@@ -63,12 +109,9 @@ std::string pathOf(const Directory& directory, const std::string& name) {
 
 void writeFileAtomically(const Directory& directory, const std::string& name,
                          std::string_view content) {
-    const int folder = directory.descriptor.get();
     try {
         writeTemporaryFile(directory, content);
-        if (renameat(folder, TEMPORARY_NAME, folder, name.c_str()) != 0) {
-            throwSystemError("cannot put a new file into", directory.path);
-        }
+        nameTemporaryFile(directory, name);
     } catch (...) {
         discardTemporaryFile(directory);
         throw;
@@ -76,19 +119,34 @@ void writeFileAtomically(const Directory& directory, const std::string& name,
     flushDirectory(directory);
 }
 
-void removeInterruptedWrite(const Directory& directory) {
-    if (unlinkat(directory.descriptor.get(), TEMPORARY_NAME, 0) != 0 && errno != ENOENT) {
-        throwSystemError("cannot remove an interrupted write in", directory.path);
+void replaceFile(const Directory& directory, const std::string& name, std::string_view content,
+                 const Directory& kept) {
+    try {
+        writeTemporaryFile(directory, content);
+        static_cast<void>(removeFile(kept, name)); // there may be none
+        keepUnderSecondName(directory, name, kept);
+        nameTemporaryFile(directory, name);
+    } catch (...) {
+        discardTemporaryFile(directory);
+        throw;
     }
+    flushDirectory(directory);
+}
+
+void removeLeftovers(const Directory& directory) {
+    static_cast<void>(overwriteAndUnlink(directory, TEMPORARY_NAME)); // mostly there is none
+    static_cast<void>(overwriteAndUnlink(directory, LEAVING_NAME));
 }
 
 bool removeFile(const Directory& directory, const std::string& name) {
-    if (unlinkat(directory.descriptor.get(), name.c_str(), 0) != 0) {
-        if (errno == ENOENT) {
-            return false;
-        }
+    const int folder = directory.descriptor.get();
+    if (!fileExists(directory, name)) {
+        return false;
+    }
+    if (renameat(folder, name.c_str(), folder, LEAVING_NAME) != 0) {
         throwSystemError("cannot remove a file from", directory.path);
     }
+    static_cast<void>(overwriteAndUnlink(directory, LEAVING_NAME)); // it was there
     flushDirectory(directory);
     return true;
 }

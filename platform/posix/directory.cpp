@@ -2,16 +2,21 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <stdexcept>
 #include <system_error>
+#include <thread>
 
 namespace {
 
 constexpr mode_t DIRECTORY_MODE = 0700;
+constexpr mode_t FOREIGN_WRITES = 0022;
+constexpr mode_t FOREIGN_ACCESS = 0077;
+constexpr std::chrono::milliseconds LOCK_PAUSE(1);
 constexpr int OPENING = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 std::string parentOf(const std::string& path) {
@@ -19,11 +24,23 @@ std::string parentOf(const std::string& path) {
     return slash == std::string::npos ? "." : path.substr(0, std::max<std::size_t>(slash, 1));
 }
 
+// Leaves errno as it is.
+bool isLink(int parent, const std::string& name) {
+    const int error = errno;
+    struct stat status = {};
+    const bool link =
+        fstatat(parent, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
+    errno = error;
+    return link;
+}
+
 // Owns nothing when the directory is missing.
 FileDescriptor openAt(int parent, const std::string& name, const std::string& path) {
     FileDescriptor opened(openat(parent, name.c_str(), OPENING));
     if (opened.get() < 0 && errno != ENOENT) {
-        throwSystemError("cannot open the directory", path);
+        throwSystemError(isLink(parent, name) ? "cannot use a link in place of the directory"
+                                              : "cannot open the directory",
+                         path);
     }
     return opened;
 }
@@ -77,11 +94,46 @@ void flushDirectory(const Directory& directory) {
     }
 }
 
-void lockDirectory(const Directory& directory) {
-    while (flock(directory.descriptor.get(), LOCK_EX) != 0) {
-        if (errno != EINTR) {
+Fault ownershipFault(const struct stat& status, uid_t user) {
+    if (status.st_uid != user) {
+        return "belongs to another user";
+    }
+    return (status.st_mode & FOREIGN_WRITES) != 0 ? Fault("may be written to by others")
+                                                  : std::nullopt;
+}
+
+void keepToOwner(const Directory& directory) {
+    struct stat status = {};
+    if (fstat(directory.descriptor.get(), &status) != 0) {
+        throwSystemError("cannot look at the directory", directory.path);
+    }
+    if (const Fault fault = ownershipFault(status, geteuid())) {
+        throw std::runtime_error("the directory " + directory.path + " " + *fault);
+    }
+    if ((status.st_mode & FOREIGN_ACCESS) == 0) {
+        return;
+    }
+    if (fchmod(directory.descriptor.get(), DIRECTORY_MODE) != 0) {
+        throwSystemError("cannot narrow the directory", directory.path);
+    }
+    static_cast<void>(
+        std::fprintf(stderr,
+                     "[WARNING] the directory %s could be read by others: its mode is "
+                     "0700 now\n",
+                     directory.path.c_str()));
+}
+
+void lockDirectory(const Directory& directory, std::chrono::milliseconds patience) {
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (flock(directory.descriptor.get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK && errno != EINTR) {
             throwSystemError("cannot lock the directory", directory.path);
         }
+        if (std::chrono::steady_clock::now() >= end) {
+            errno = ETIMEDOUT;
+            throwSystemError("cannot lock the directory", directory.path);
+        }
+        std::this_thread::sleep_for(LOCK_PAUSE);
     }
 }
 

@@ -1,6 +1,9 @@
 #pragma once
 
-// Text and bytes that may hold a private key: the memory is overwritten before it is given back.
+// Text and bytes that may hold a private key: the memory is kept out of swap where the process may
+// lock it, and overwritten before it is given back.
+
+#include <sys/mman.h>
 
 #include <cstddef>
 #include <cstring>
@@ -17,7 +20,10 @@ struct CleansingAllocator {
     explicit(false) CleansingAllocator(const CleansingAllocator<Other>& /*other*/) noexcept {}
 
     [[nodiscard]] Element* allocate(std::size_t count) {
-        return std::allocator<Element>().allocate(count);
+        Element* const memory = std::allocator<Element>().allocate(count);
+        // Its pages stay locked, because they may hold another secret when this one goes.
+        static_cast<void>(mlock(memory, count * sizeof(Element)));
+        return memory;
     }
 
     void deallocate(Element* memory, std::size_t count) noexcept {

@@ -1,6 +1,7 @@
 // The process killed before and after every file-system call of an operation in turn: what is on
 // disk then, and that the next process works without help.
 
+#include "platform/certificate_backend/locked_directory.h"
 #include "tests/platform/certificate_backend/backend_fixture.h"
 
 #include <sys/ptrace.h>
@@ -34,7 +35,8 @@ const std::map<std::uint64_t, std::string> FILE_CALLS = {
     {SYS_openat, "open"},     {SYS_close, "close"},      {SYS_flock, "lock"},
     {SYS_write, "write"},     {SYS_fsync, "fsync"},      {SYS_renameat, "rename"},
     {SYS_unlinkat, "unlink"}, {SYS_renameat2, "rename"}, {SYS_mkdirat, "mkdir"},
-    {SYS_read, "read"},       {SYS_getdents64, "list"},  {SYS_newfstatat, "stat"},
+    {SYS_linkat, "link"},     {SYS_read, "read"},        {SYS_getdents64, "list"},
+    {SYS_newfstatat, "stat"},
 #ifdef SYS_mkdir
     {SYS_open, "open"},       {SYS_unlink, "unlink"},    {SYS_mkdir, "mkdir"},
     {SYS_rename, "rename"},
@@ -100,7 +102,7 @@ template <typename Work>
 std::vector<std::string> changingCalls(Work work) {
     const pid_t child = startTraced(work);
     waitForStart(child);
-    const std::set<std::string> changing = {"write", "fsync", "rename", "unlink", "mkdir"};
+    const std::set<std::string> changing = {"write", "fsync", "rename", "unlink", "mkdir", "link"};
     std::vector<std::string> calls;
     std::string current;
     while (const std::optional<FileCallStop> stop = nextFileCall(child, current)) {
@@ -135,16 +137,46 @@ TEST_F(KilledBackend, LeavesTheOldPairOrTheNewOneInAReplacement) {
 
 TEST_F(KilledBackend, FlushesAFileBeforeItHasItsNameAndTheDirectoryAfterwards) {
     const std::string next = textOf(makeSelfSigned());
+    const std::string last = textOf(makeSelfSigned());
     ASSERT_EQ(create(textOf(makeSelfSigned())).code, 200);
-    // Each operation first clears away a leftover in both folders.
-    const auto afterPreparing = [](std::vector<std::string> calls) {
-        calls.insert(calls.begin(), {"unlink", "unlink"});
+    using Calls = std::vector<std::string>;
+    // Each operation first clears away a leftover of either kind in each of the three folders.
+    const auto after = [](const Calls& first, const Calls& then) {
+        Calls calls(6, "unlink");
+        calls.insert(calls.end(), first.begin(), first.end());
+        calls.insert(calls.end(), then.begin(), then.end());
         return calls;
     };
+    const Calls removal = {"rename", "write", "fsync", "unlink", "fsync"};
+    const Calls keepingAndNaming = {"link", "fsync", "rename", "fsync"};
+    const Calls writing = {"write", "fsync"};
     EXPECT_EQ(changingCalls([&] { static_cast<void>(replace(next)); }),
-              afterPreparing({"write", "fsync", "rename", "fsync"}));
-    EXPECT_EQ(changingCalls([&] { static_cast<void>(remove(IDENTITY)); }),
-              afterPreparing({"unlink", "fsync"}));
+              after(writing, keepingAndNaming));
+    Calls second = writing;
+    second.insert(second.end(), removal.begin(), removal.end());
+    EXPECT_EQ(changingCalls([&] { static_cast<void>(replace(last)); }),
+              after(second, keepingAndNaming));
+    EXPECT_EQ(changingCalls([&] { static_cast<void>(remove(IDENTITY)); }), after(removal, removal));
+}
+
+TEST_F(KilledBackend, KeepsThePairBeforeOrNoneInAReplacement) {
+    const std::string first = textOf(makeSelfSigned());
+    const std::string second = textOf(makeSelfSigned());
+    const std::string third = textOf(makeSelfSigned());
+    const std::string kept = surroundings.directory + "/previous/" + fileNameOf(IDENTITY) + ".pem";
+    ASSERT_EQ(create(first).code, 200);
+    ASSERT_EQ(replace(second).code, 200);
+    std::set<std::string> seen;
+    for (int stop = 1; killedAt(stop, [&] { static_cast<void>(replace(third)); }); ++stop) {
+        const std::string left = readFileIfAny(kept);
+        seen.insert(left);
+        EXPECT_TRUE(left.empty() || left == first || left == second) << "stop " << stop;
+        ASSERT_EQ(remove(IDENTITY).code, 200);
+        EXPECT_FALSE(fileExists(kept)) << "stop " << stop;
+        ASSERT_EQ(create(first).code, 200);
+        ASSERT_EQ(replace(second).code, 200);
+    }
+    EXPECT_EQ(seen.size(), 3U);
 }
 
 TEST_F(KilledBackend, KeepsTheKeyOfARequestUntilItsCertificateIsInstalled) {

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 class BackendDirectory : public testing::Test {
 protected:
@@ -15,7 +16,8 @@ protected:
 TEST_F(BackendDirectory, IsMadeForTheOwnerOnly) {
     const LockedDirectory directory(path);
     EXPECT_EQ(directory.path(), path);
-    for (const std::string& made : {path, installedFolder(path), requestsFolder(path)}) {
+    for (const std::string& made :
+         {path, installedFolder(path), path + "/previous", requestsFolder(path)}) {
         EXPECT_EQ(fileMode(made), 0700U) << made;
     }
 }
@@ -30,10 +32,25 @@ TEST_F(BackendDirectory, IsLockedAsLongAsItLives) {
     EXPECT_EQ(flock(other.get(), LOCK_EX | LOCK_NB), 0);
 }
 
+TEST_F(BackendDirectory, IsRefusedWithAFolderThatOthersMayWriteTo) {
+    { const LockedDirectory made(path); }
+    for (const std::string& folder :
+         {path, installedFolder(path), path + "/previous", requestsFolder(path)}) {
+        chmod(folder.c_str(), 0720);
+        EXPECT_THROW(const LockedDirectory directory(path), std::runtime_error) << folder;
+        chmod(folder.c_str(), 0700);
+    }
+    const LockedDirectory directory(path);
+}
+
 TEST_F(BackendDirectory, HoldsNothingThatACrashLeftBehind) {
     { const LockedDirectory made(path); }
-    const std::vector<std::string> leftovers = {installedFolder(path) + "/.new",
-                                                requestsFolder(path) + "/.new"};
+    std::vector<std::string> leftovers;
+    for (const std::string& folder :
+         {installedFolder(path), path + "/previous", requestsFolder(path)}) {
+        leftovers.push_back(folder + "/.new");
+        leftovers.push_back(folder + "/.gone");
+    }
     for (const std::string& leftover : leftovers) {
         writeFile(leftover, "half a key");
     }
@@ -56,6 +73,14 @@ TEST(FileNames, AreReadableAndNeverLeaveTheDirectory) {
              {"%2e%2f \n\xff", "=252e=252f=20=0a=ff"},
          }) {
         EXPECT_EQ(fileNameOf(uri), name);
+        EXPECT_EQ(uriOfFileName(name), uri);
+    }
+}
+
+TEST(FileNames, OfNoUriAreTold) {
+    for (const std::string& name : {std::string("a.b"), std::string("=4"), std::string("=zz"),
+                                    std::string("=41"), fileNameOf(std::string(300, 'x'))}) {
+        EXPECT_EQ(uriOfFileName(name), std::nullopt) << name;
     }
 }
 

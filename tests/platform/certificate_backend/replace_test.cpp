@@ -1,6 +1,7 @@
 // Replacement: the same checks as a creation, the unchanged certificate, and what is left on disk
 // when a write fails.
 
+#include "platform/certificate_backend/installed_certificates.h"
 #include "platform/certificate_backend/locked_directory.h"
 #include "tests/platform/certificate_backend/backend_fixture.h"
 
@@ -47,6 +48,28 @@ TEST_F(ReplaceCertificate, PutsKeyAndCertificateInPlaceOfTheOldOnes) {
     EXPECT_EQ(result.validNotAfter, "2049-12-31T23:59:59Z");
     EXPECT_EQ(result.privateKeyValue, created.privateKeyValue);
     EXPECT_EQ(installedText(), textOf(next));
+}
+
+TEST_F(ReplaceCertificate, KeepsOneGenerationOfWhatItReplaced) {
+    const std::string second = textOf(makeSelfSigned());
+    const std::string third = textOf(makeSelfSigned());
+    const auto previous = [&] {
+        return readPrevious(LockedDirectory(surroundings.directory), IDENTITY);
+    };
+    EXPECT_EQ(previous(), std::nullopt);
+    ASSERT_EQ(replace(second).code, 200);
+    EXPECT_EQ(previous(), SecretText(textOf(old)));
+    ASSERT_EQ(replace(third).code, 200);
+    EXPECT_EQ(previous(), SecretText(second));
+    ASSERT_EQ(replace(third).message.MessageId, "Base.1.9.NoOperation");
+    EXPECT_EQ(previous(), SecretText(second));
+    ASSERT_EQ(remove(IDENTITY).code, 200);
+    EXPECT_TRUE(filesIn("previous").empty());
+    const std::string trusted = std::string(TRUSTED) + "/7";
+    const std::string root = makeAuthority("First").certificate;
+    ASSERT_EQ(create(root, "PEM", TRUSTED, "7").code, 200);
+    ASSERT_EQ(replace(makeAuthority("Second").certificate, "PEM", trusted).code, 200);
+    EXPECT_EQ(readPrevious(LockedDirectory(surroundings.directory), trusted), SecretText(root));
 }
 
 TEST_F(ReplaceCertificate, FindsTheKeyOfASigningRequest) {

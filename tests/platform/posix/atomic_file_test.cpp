@@ -1,5 +1,6 @@
 #include "platform/posix/atomic_file.h"
 #include "tests/platform/on_threads.h"
+#include "tests/support/output_capture.h"
 #include "tests/support/temp_files.h"
 
 #include <fcntl.h>
@@ -15,6 +16,8 @@
 #include <system_error>
 
 namespace {
+
+constexpr std::chrono::milliseconds PATIENCE(60000);
 
 ino_t inodeOf(const std::string& path) {
     struct stat status = {};
@@ -79,6 +82,55 @@ TEST_F(AtomicFile, IsRemovedOnce) {
     EXPECT_EQ(readFile(directory, "name"), std::nullopt);
 }
 
+TEST_F(AtomicFile, IsOverwrittenBeforeItGoes) {
+    writeFileAtomically(directory, "name", "a secret");
+    const FileDescriptor file(open((path + "/name").c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_TRUE(removeFile(directory, "name"));
+    EXPECT_EQ(readContent(file, 100), std::string(8, '\0'));
+}
+
+TEST_F(AtomicFile, IsNotOverwrittenUnderItsSecondName) {
+    writeFileAtomically(directory, "name", "a secret");
+    std::filesystem::create_hard_link(path + "/name", path + "/other");
+    EXPECT_TRUE(removeFile(directory, "name"));
+    EXPECT_EQ(readFile(directory, "other"), "a secret");
+}
+
+TEST_F(AtomicFile, IsKeptWhenItIsReplaced) {
+    const Directory kept = openOrMakeFolder(directory, "kept");
+    writeFileAtomically(directory, "name", "first");
+    replaceFile(directory, "name", "second", kept);
+    EXPECT_EQ(readFile(directory, "name"), "second");
+    EXPECT_EQ(readFile(kept, "name"), "first");
+    const FileDescriptor first(open((path + "/kept/name").c_str(), O_RDONLY | O_CLOEXEC));
+    replaceFile(directory, "name", "third", kept);
+    EXPECT_EQ(readFile(directory, "name"), "third");
+    EXPECT_EQ(readFile(kept, "name"), "second");
+    EXPECT_EQ(fileMode(path + "/kept/name"), 0600U);
+    EXPECT_EQ(readContent(first, 100), std::string(5, '\0'));
+    EXPECT_EQ(listFiles(kept).size(), 1U);
+}
+
+TEST_F(AtomicFile, StaysWhenItCannotBeKept) {
+    const Directory kept = openOrMakeFolder(directory, "kept");
+    writeFileAtomically(directory, "name", "old");
+    std::filesystem::create_directories(path + "/kept/.gone/x"); // stands in the way
+    writeFile(path + "/kept/name", "older");
+    EXPECT_THROW(replaceFile(directory, "name", "new", kept), std::system_error);
+    EXPECT_EQ(readFile(directory, "name"), "old");
+    EXPECT_FALSE(fileExists(directory, ".new"));
+}
+
+TEST_F(AtomicFile, LeavesNothingOfAnInterruptedWriteOrRemoval) {
+    for (const char* name : {".new", ".gone"}) {
+        writeFile(path + "/" + name, "half a key");
+        const FileDescriptor file(open((path + "/" + name).c_str(), O_RDONLY | O_CLOEXEC));
+        removeLeftovers(directory);
+        EXPECT_FALSE(fileExists(directory, name)) << name;
+        EXPECT_EQ(readContent(file, 100), std::string(10, '\0')) << name;
+    }
+}
+
 TEST_F(AtomicFile, IsNeverReachedThroughASymbolicLink) {
     writeFile(temporary.file("outside"), "secret");
     std::filesystem::create_symlink(temporary.file("outside"), path + "/name");
@@ -114,7 +166,7 @@ TEST_F(AtomicFile, LockIsHeldAloneAndAsLongAsItsOwnerLives) {
     const FileDescriptor other(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     {
         const Directory locked = openOrMakeDirectory(path);
-        lockDirectory(locked);
+        lockDirectory(locked, PATIENCE);
         EXPECT_NE(flock(other.get(), LOCK_SH | LOCK_NB), 0);
         EXPECT_EQ(errno, EWOULDBLOCK);
     }
@@ -128,7 +180,7 @@ TEST_F(AtomicFile, LockIsGivenToOneThreadAtATime) {
     onThreads(3, [&](std::size_t /*thread*/) {
         for (int i = 0; i < 200; ++i) {
             const Directory locked = openOrMakeDirectory(path);
-            lockDirectory(locked);
+            lockDirectory(locked, PATIENCE);
             clashes += inside.fetch_add(1) == 0 ? 0 : 1;
             ++turns;
             inside.fetch_sub(1);
