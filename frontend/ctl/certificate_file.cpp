@@ -31,7 +31,7 @@ FrontEndError fileError(const std::string& path, const std::string& what) {
             (path == "-" ? std::string("standard input") : path) + ": " + what};
 }
 
-bool contains(const std::string& text, std::string_view part) {
+bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string::npos;
 }
 
@@ -51,17 +51,6 @@ FrontEndError notACertificate(const std::string& path, const std::string& text) 
     return error;
 }
 
-// "PKCS7", "PEMchain" for several certificates, else "PEM".
-std::string guessCertificateType(const std::string& text) {
-    if (contains(text, PKCS7_BEGIN)) {
-        return "PKCS7";
-    }
-    const std::size_t first = text.find(CERTIFICATE_BEGIN);
-    const bool isChain =
-        first != std::string::npos && text.find(CERTIFICATE_BEGIN, first + 1) != std::string::npos;
-    return isChain ? "PEMchain" : "PEM";
-}
-
 File openToRead(const std::string& path) {
     if (path != "-" && std::filesystem::is_directory(path)) {
         throw fileError(path, "is a folder.");
@@ -76,6 +65,16 @@ File openToRead(const std::string& path) {
 }
 
 } // namespace
+
+std::string guessCertificateType(std::string_view text) {
+    if (contains(text, PKCS7_BEGIN)) {
+        return "PKCS7";
+    }
+    const std::size_t first = text.find(CERTIFICATE_BEGIN);
+    const bool isChain = first != std::string_view::npos &&
+                         text.find(CERTIFICATE_BEGIN, first + 1) != std::string_view::npos;
+    return isChain ? "PEMchain" : "PEM";
+}
 
 std::string readTextFile(const std::string& path) {
     const File file = openToRead(path);

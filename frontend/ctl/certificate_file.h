@@ -4,6 +4,7 @@
 // a text wipes it.
 
 #include <string>
+#include <string_view>
 
 // As the command line names a certificate.
 struct CertificateSource {
@@ -20,6 +21,9 @@ struct CertificateText {
 // longer than 1 MiB, or is not a text with a certificate in it (PEM or PKCS #7, RFC 7468). Whether
 // the certificate is any good is for the daemon to say.
 [[nodiscard]] CertificateText readCertificate(const CertificateSource& source);
+
+// "PKCS7", "PEMchain" for several certificates, else "PEM".
+[[nodiscard]] std::string guessCertificateType(std::string_view text);
 
 // The text of any file, or of standard input for "-". Throws FrontEndError (LOCAL_FILE) when it
 // cannot be read or is longer than 1 MiB.

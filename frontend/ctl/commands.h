@@ -14,8 +14,12 @@ struct CommonOptions {
     double timeout = 0; // seconds; 0: the command's own
 };
 
+// Ends a command that has shown what differs, with the exit code of a refusal.
+struct LeftDifferent {};
+
 // The work of a command whose options have been read. Returns when all is done; throws
-// ServiceRefusal when the service refuses, FrontEndError for any other early end.
+// ServiceRefusal when the service refuses, LeftDifferent as above, FrontEndError for any other
+// early end.
 using Command = std::function<void(const CommonOptions&)>;
 
 // Each adds one command to the command line. Reading a command line that names the command makes
@@ -27,5 +31,8 @@ void addDelete(CLI::App& app, Command& chosen);
 void addReplace(CLI::App& app, Command& chosen);
 void addGenerateCsr(CLI::App& app, Command& chosen);
 void addAction(CLI::App& app, Command& chosen);
+void addRequests(CLI::App& app, Command& chosen);
+void addRollback(CLI::App& app, Command& chosen);
+void addCheck(CLI::App& app, Command& chosen);
 void addTasks(CLI::App& app, Command& chosen);
 void addWatch(CLI::App& app, Command& chosen);

@@ -13,7 +13,7 @@ struct Meaning {
 // clang-format off
 constexpr std::array<Meaning, 7> MEANINGS = {{
     {EXIT_DONE,        "done"},
-    {EXIT_REFUSED,     "the service refused or failed; the Redfish message is shown in words"},
+    {EXIT_REFUSED,     "the service refused or failed, told in words; or check found differences"},
     {EXIT_USAGE,       "the command line is wrong"},
     {EXIT_NO_REDIS,    "Redis is not there, or refuses a command"},
     {EXIT_NO_ANSWER,   "no answer: the daemon does not listen, or not in time"},

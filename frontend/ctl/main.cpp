@@ -55,7 +55,10 @@ void addCommands(CLI::App& app, Command& chosen) {
     addCreate(app, chosen);
     addDelete(app, chosen);
     addReplace(app, chosen);
+    addRollback(app, chosen);
     addGenerateCsr(app, chosen);
+    addRequests(app, chosen);
+    addCheck(app, chosen);
     addAction(app, chosen);
     addTasks(app, chosen);
     addWatch(app, chosen);
@@ -67,6 +70,8 @@ int runChosen(const Command& chosen, const CommonOptions& common) {
         return EXIT_DONE;
     } catch (const ServiceRefusal& refusal) {
         return reportRefusal(refusal.answer, common.json);
+    } catch (const LeftDifferent&) {
+        return EXIT_REFUSED;
     } catch (const FrontEndError& error) {
         return reportError(error, common.json);
     } catch (const std::exception& error) {

@@ -2,6 +2,7 @@
 
 #include "core/protocol/redfish_names.h"
 #include "core/protocol/status_words.h"
+#include "frontend/ctl/backend_directory.h"
 #include "frontend/ctl/exit_codes.h"
 #include "frontend/exchange/redfish_messages.h"
 #include "frontend/exchange/service_answer.h"
@@ -139,12 +140,22 @@ int reportRefusal(const ServiceAnswer& answer, bool json) {
     if (!answer.relatedProperties.empty()) {
         printNote("  concerns    " + joined(answer.relatedProperties), Colour::SOFT);
     }
+    // A fault of the service is told to clients without its cause; the machine's own may look.
+    const std::string cause =
+        answer.status == STATUS_EXCEPTION ? installationObstacle() : std::string();
+    if (!cause.empty()) {
+        printNote("  cause       " + cause, Colour::SOFT);
+    }
     if (json) {
-        printJson({{"status", answer.status},
-                   {"messageId", answer.messageId},
-                   {"messageArgs", answer.messageArgs},
-                   {"relatedProperties", answer.relatedProperties},
-                   {"text", text}});
+        nlohmann::json document = {{"status", answer.status},
+                                   {"messageId", answer.messageId},
+                                   {"messageArgs", answer.messageArgs},
+                                   {"relatedProperties", answer.relatedProperties},
+                                   {"text", text}};
+        if (!cause.empty()) {
+            document["cause"] = cause;
+        }
+        printJson(document);
     }
     return EXIT_REFUSED;
 }

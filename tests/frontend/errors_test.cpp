@@ -225,7 +225,7 @@ TEST(Help, EveryCommandAndEveryExitCodeIsExplained) {
         all.output,
         HasSubstr("\nExit status:\n"
                   "  0    done\n"
-                  "  1    the service refused or failed; the Redfish message is shown in words\n"
+                  "  1    the service refused or failed, told in words; or check found differences\n"
                   "  2    the command line is wrong\n"
                   "  3    Redis is not there, or refuses a command\n"
                   "  4    no answer: the daemon does not listen, or not in time\n"
