@@ -89,9 +89,13 @@ void removing(redisContext* context) {
     check(removeResource(context, MEASURED_URI, true, true));
 }
 
+void readResource(redisContext* context, json& document) {
+    check(getResource(context, MEASURED_URI, document));
+}
+
 void reading(redisContext* context) {
     json document;
-    check(getResource(context, MEASURED_URI, document));
+    readResource(context, document);
 }
 
 Operation readingInto(const std::function<void(redisContext*, json&)>& read) {
@@ -101,9 +105,7 @@ Operation readingInto(const std::function<void(redisContext*, json&)>& read) {
 }
 
 Operation readingIntoDocument() {
-    return readingInto([](redisContext* context, json& document) {
-        check(getResource(context, MEASURED_URI, document));
-    });
+    return readingInto(readResource);
 }
 
 StoredContent nothing() {

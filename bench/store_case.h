@@ -43,6 +43,7 @@ struct StoreCase {
 [[nodiscard]] StoreCall updating(const Document& change);
 void removing(redisContext* context);
 void reading(redisContext* context);
+void readResource(redisContext* context, nlohmann::json& document);
 
 // A call that reads into a document, which it leaves to its caller.
 [[nodiscard]] Operation
