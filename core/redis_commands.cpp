@@ -22,7 +22,7 @@ std::string elementText(const redisReply& element) {
 } // namespace
 
 std::string redisHGet(redisContext* context, const std::string& key, const std::string& field) {
-    const RedisReply reply = sendRedisCommand(context, "HGET %s %s", key.c_str(), field.c_str());
+    const RedisReply reply = sendRedisCommand(context, {"HGET", key, field});
     if (!reply || reply->type != REDIS_REPLY_STRING) {
         return {};
     }
@@ -31,14 +31,13 @@ std::string redisHGet(redisContext* context, const std::string& key, const std::
 
 int redisHSet(redisContext* context, const std::string& key, const std::string& field,
               const std::string& value) {
-    const RedisReply reply =
-        sendRedisCommand(context, "HSET %s %s %s", key.c_str(), field.c_str(), value.c_str());
+    const RedisReply reply = sendRedisCommand(context, {"HSET", key, field, value});
     return isInteger(reply) && (reply->integer == 0 || reply->integer == 1) ? 1 : 0;
 }
 
 int redisLPush(redisContext* context, const std::string& key, const std::string& value,
                int& length) {
-    const RedisReply reply = sendRedisCommand(context, "LPUSH %s %s", key.c_str(), value.c_str());
+    const RedisReply reply = sendRedisCommand(context, {"LPUSH", key, value});
     if (!isInteger(reply)) {
         return 0;
     }
@@ -52,7 +51,7 @@ int redisLPush(redisContext* context, const std::string& key, const std::string&
 }
 
 int redisLLen(redisContext* context, const std::string& key) {
-    const RedisReply reply = sendRedisCommand(context, "LLEN %s", key.c_str());
+    const RedisReply reply = sendRedisCommand(context, {"LLEN", key});
     if (!reply) {
         (void)std::printf(">>> Failed to get list length on %s.\n", key.c_str());
         return -1;
@@ -61,22 +60,20 @@ int redisLLen(redisContext* context, const std::string& key) {
 }
 
 int redisPublish(redisContext* context, const std::string& channel, const std::string& message) {
-    const RedisReply reply =
-        sendRedisCommand(context, "PUBLISH %s %s", channel.c_str(), message.c_str());
+    const RedisReply reply = sendRedisCommand(context, {"PUBLISH", channel, message});
     return isInteger(reply) && reply->integer > 0 ? 1 : 0;
 }
 
 int redisDel(redisContext* context, const std::string& key) {
-    return isIntegerOne(sendRedisCommand(context, "DEL %s", key.c_str()));
+    return isIntegerOne(sendRedisCommand(context, {"DEL", key}));
 }
 
 int redisExpire(redisContext* context, const std::string& key, int seconds) {
-    return isIntegerOne(sendRedisCommand(context, "EXPIRE %s %d", key.c_str(), seconds));
+    return isIntegerOne(sendRedisCommand(context, {"EXPIRE", key, std::to_string(seconds)}));
 }
 
 int redisLRem(redisContext* context, const std::string& key, int count, const std::string& value) {
-    const RedisReply reply =
-        sendRedisCommand(context, "LREM %s %d %s", key.c_str(), count, value.c_str());
+    const RedisReply reply = sendRedisCommand(context, {"LREM", key, std::to_string(count), value});
     if (!reply) {
         (void)std::printf(">>> Failed to remove %s element in %s.\n", value.c_str(), key.c_str());
         return 0;
@@ -85,13 +82,13 @@ int redisLRem(redisContext* context, const std::string& key, int count, const st
 }
 
 int redisHExists(redisContext* context, const std::string& key, const std::string& field) {
-    return isIntegerOne(sendRedisCommand(context, "HEXISTS %s %s", key.c_str(), field.c_str()));
+    return isIntegerOne(sendRedisCommand(context, {"HEXISTS", key, field}));
 }
 
 int redisHIncrBy(redisContext* context, const std::string& key, const std::string& field,
                  int increment, int& result) {
     const RedisReply reply =
-        sendRedisCommand(context, "HINCRBY %s %s %d", key.c_str(), field.c_str(), increment);
+        sendRedisCommand(context, {"HINCRBY", key, field, std::to_string(increment)});
     if (!reply) {
         return 0;
     }
@@ -102,17 +99,17 @@ int redisHIncrBy(redisContext* context, const std::string& key, const std::strin
 }
 
 int redisHDel(redisContext* context, const std::string& key, const std::string& field) {
-    return isIntegerOne(sendRedisCommand(context, "HDEL %s %s", key.c_str(), field.c_str()));
+    return isIntegerOne(sendRedisCommand(context, {"HDEL", key, field}));
 }
 
 int redisExists(redisContext* context, const std::string& key) {
-    return isIntegerOne(sendRedisCommand(context, "EXISTS %s", key.c_str()));
+    return isIntegerOne(sendRedisCommand(context, {"EXISTS", key}));
 }
 
 int redisHGetAll(redisContext* context, const std::string& key,
                  std::map<std::string, std::string>& fields) {
     // Released and never freed: the contract of this function, which no thread of the daemon calls.
-    const redisReply* reply = sendRedisCommand(context, "HGETALL %s", key.c_str()).release();
+    const redisReply* reply = sendRedisCommand(context, {"HGETALL", key}).release();
     if (reply == nullptr) {
         return 0;
     }
@@ -123,7 +120,7 @@ int redisHGetAll(redisContext* context, const std::string& key,
 }
 
 int redisLRange(redisContext* context, const std::string& key, std::vector<std::string>& elements) {
-    const RedisReply reply = sendRedisCommand(context, "LRANGE %s 0 -1", key.c_str());
+    const RedisReply reply = sendRedisCommand(context, {"LRANGE", key, "0", "-1"});
     if (!reply) {
         return 0;
     }

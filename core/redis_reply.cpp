@@ -1,6 +1,5 @@
 #include "core/redis_reply.h"
 
-#include <cstdarg>
 #include <cstring>
 
 namespace {
@@ -22,20 +21,18 @@ void RedisReplyDeleter::operator()(redisReply* reply) const {
     freeReplyObject(reply);
 }
 
-RedisReply sendRedisCommand(redisContext* context, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    RedisReply reply(static_cast<redisReply*>(redisvCommand(context, format, arguments)));
-    va_end(arguments);
-    return reply;
+RedisReply sendRedisCommand(redisContext* context, CommandWords words) {
+    return sendRedisCommand(context, std::span(words.begin(), words.size()));
 }
 
-bool appendRedisCommand(redisContext* context, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    const bool appended = redisvAppendCommand(context, format, arguments) == REDIS_OK;
-    va_end(arguments);
-    return appended;
+RedisReply sendRedisCommand(redisContext* context, std::span<const std::string_view> words) {
+    RedisPipeline command(context);
+    command.append(words);
+    RedisReply reply;
+    if (command.handOver() == 1) {
+        (void)takeRedisReply(context, reply);
+    }
+    return reply;
 }
 
 bool takeRedisReply(redisContext* context, RedisReply& reply) {

@@ -1,9 +1,8 @@
 #pragma once
 
 // Commands to Redis and the replies to them, which are freed at the end of their scope.
-//
-// Formats are hiredis's: every %s is one whole word of the command, blanks included, up to its
-// first NUL; every %d is an int. The compiler checks the arguments against them.
+
+#include "core/redis_pipeline.h"
 
 #include <hiredis/hiredis.h>
 
@@ -18,13 +17,11 @@ struct RedisReplyDeleter {
 // be secrets, are overwritten before it is freed.
 using RedisReply = std::unique_ptr<redisReply, RedisReplyDeleter>;
 
-// Sends one command, blocking, and takes its reply.
-[[nodiscard]] RedisReply sendRedisCommand(redisContext* context, const char* format, ...)
-    __attribute__((format(printf, 2, 3)));
-
-// Appends one command to the pipeline. False when there was no memory for it: no reply will come.
-[[nodiscard]] bool appendRedisCommand(redisContext* context, const char* format, ...)
-    __attribute__((format(printf, 2, 3)));
+// Sends one command, blocking, and takes its reply. Every word is one argument, blanks included, up
+// to its first NUL.
+[[nodiscard]] RedisReply sendRedisCommand(redisContext* context, CommandWords words);
+[[nodiscard]] RedisReply sendRedisCommand(redisContext* context,
+                                          std::span<const std::string_view> words);
 
 // Takes the next pipelined or pushed reply. False when the connection has failed; the reply is null
 // then.

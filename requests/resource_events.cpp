@@ -7,7 +7,10 @@
 #include "core/redis_reply.h"
 #include "core/settings.h"
 
+#include <algorithm>
 #include <atomic>
+#include <string_view>
+#include <vector>
 
 namespace {
 
@@ -55,13 +58,26 @@ std::vector<std::string> eventArguments(const std::vector<ResourceEvent>& events
     return arguments;
 }
 
+// The words of the command. Texts are parted at blanks like the command's other words: one that
+// holds blanks is several keys of the script, although only one is counted.
+std::vector<std::string_view> splitAtBlanks(std::string_view command) {
+    std::vector<std::string_view> words;
+    std::size_t start = command.find_first_not_of(' ');
+    while (start != std::string_view::npos) {
+        const std::size_t end = std::min(command.find(' ', start), command.size());
+        words.push_back(command.substr(start, end - start));
+        start = command.find_first_not_of(' ', end);
+    }
+    return words;
+}
+
 // All texts are passed as keys of the script, none as its arguments.
 std::string scriptCommand(const std::string& digest, const std::vector<std::string>& arguments) {
     std::string command = "EVALSHA " + digest + " " + std::to_string(arguments.size());
     for (const std::string& argument : arguments) {
         command += " " + argument;
     }
-    return command;
+    return command.substr(0, command.find('\0'));
 }
 
 void logScriptFailure(Logger* logger, const std::string& text) {
@@ -115,8 +131,7 @@ int runResourceChangeScript(redisContext* context, const std::vector<std::string
         logErrorText(logger, "Cannot get SHA script resourceChange.");
         return 0;
     }
-    // The whole text is the command format: hiredis parts it at blanks.
-    const std::string format = escapeFormat(scriptCommand(digest, arguments));
-    const RedisReply reply(static_cast<redisReply*>(redisCommand(context, format.c_str())));
+    const std::string command = scriptCommand(digest, arguments);
+    const RedisReply reply = sendRedisCommand(context, splitAtBlanks(command));
     return reply ? readScriptReply(*reply, logger) : 0;
 }

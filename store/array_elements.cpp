@@ -2,11 +2,10 @@
 
 #include "core/protocol/keys.h"
 #include "core/redis_reply.h"
+#include "store/key_walk.h"
 #include "store/resource_keys.h"
 #include "store/resource_store.h"
 #include "store/store_log.h"
-
-#include <algorithm>
 
 namespace {
 
@@ -14,13 +13,16 @@ bool removedNothing(const RedisReply& reply) {
     return isInteger(reply) && reply->integer == 0;
 }
 
-bool hasKey(const KeyQueue& keys, const std::string& key) {
-    return std::any_of(keys.begin(), keys.end(),
-                       [&key](const QueuedKey& queued) { return queued.key == key; });
+bool hasKey(const KeyList& keys, const std::string& key) {
+    KeyNumber number = 0;
+    while (number < keys.size() && keys[number].key != key) {
+        ++number;
+    }
+    return number < keys.size();
 }
 
 // Tells a missing resource from one of another type, for which collectResourceKeys has one answer.
-int collectKeys(redisContext* context, const std::string& uri, KeyQueue& keys) {
+int collectKeys(redisContext* context, const std::string& uri, KeyList& keys) {
     const std::optional<std::string> type = askKeyType(context, uri);
     if (type == "none") {
         return STORE_MISSING;
@@ -33,8 +35,8 @@ int collectKeys(redisContext* context, const std::string& uri, KeyQueue& keys) {
 }
 
 int trimToNothing(redisContext* context, const std::string& key, long long length) {
-    const RedisReply reply =
-        sendRedisCommand(context, "LTRIM %s %d 0", key.c_str(), static_cast<int>(length + 1));
+    const RedisReply reply = sendRedisCommand(
+        context, {"LTRIM", key, std::to_string(static_cast<int>(length + 1)), "0"});
     if (!reply) {
         logStoreError("The redis LTRIM command failed with NULL result.");
         return STORE_MISSING;
@@ -49,7 +51,7 @@ int trimToNothing(redisContext* context, const std::string& key, long long lengt
 } // namespace
 
 bool getArrayLength(redisContext* context, const std::string& key, long long& count) {
-    const RedisReply reply = sendRedisCommand(context, "LLEN %s", key.c_str());
+    const RedisReply reply = sendRedisCommand(context, {"LLEN", key});
     if (!reply) {
         logStoreError("The redis LLEN command failed with NULL result. URI=" + key);
         return false;
@@ -62,7 +64,7 @@ bool getArrayLength(redisContext* context, const std::string& key, long long& co
 }
 
 int deleteFields(redisContext* context, const std::string& key, const std::string& fields) {
-    const RedisReply reply = sendRedisCommand(context, "HDEL %s %s", key.c_str(), fields.c_str());
+    const RedisReply reply = sendRedisCommand(context, {"HDEL", key, fields});
     if (!reply) {
         logStoreError("The redis HDEL command failed with NULL result.");
         return STORE_MISSING;
@@ -78,7 +80,7 @@ int deleteFields(redisContext* context, const std::string& key, const std::strin
 int removeArrayElement(redisContext* context, const std::string& key, int count,
                        const std::string& element) {
     const RedisReply reply =
-        sendRedisCommand(context, "LREM %s %d %s", key.c_str(), count, element.c_str());
+        sendRedisCommand(context, {"LREM", key, std::to_string(count), element});
     if (!reply) {
         logStoreError("The redis LREM command failed with NULL result.");
         return STORE_MISSING;
@@ -92,7 +94,7 @@ int removeArrayElement(redisContext* context, const std::string& key, int count,
 
 int clearArrayElements(redisContext* context, const std::string& uri, const std::string& memberPath,
                        bool removeNested) {
-    KeyQueue keys;
+    KeyList keys;
     const int result = collectKeys(context, uri, keys);
     if (result != STORE_OK) {
         return result;

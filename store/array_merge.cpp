@@ -2,6 +2,7 @@
 
 #include "core/protocol/keys.h"
 #include "core/redis_reply.h"
+#include "core/reply_stream.h"
 #include "store/array_elements.h"
 #include "store/markers.h"
 #include "store/resource_encoding.h"
@@ -22,7 +23,7 @@ constexpr std::int64_t STYLE_NEW_LENGTH = 2; // takes the new array's length as 
 constexpr std::int64_t STYLE_KEEP_SLOTS = 3; // keeps slots as null instead of deleting them
 
 std::vector<std::string> readEntries(redisContext* context, const std::string& key) {
-    const RedisReply reply = sendRedisCommand(context, "LRANGE %s 0 -1", key.c_str());
+    const RedisReply reply = sendRedisCommand(context, {"LRANGE", key, "0", "-1"});
     std::vector<std::string> entries;
     for (std::size_t i = 0; reply && i < reply->elements; ++i) {
         entries.emplace_back(replyText(*reply->element[i]));
@@ -31,13 +32,13 @@ std::vector<std::string> readEntries(redisContext* context, const std::string& k
 }
 
 void setEntry(const Update& update, const ArrayMerge& merge, std::size_t index,
-              const std::string& text) {
-    (void)sendRedisCommand(update.context, "LSET %s %d %s", merge.key.c_str(),
-                           static_cast<int>(index), text.c_str());
+              std::string_view text) {
+    (void)sendRedisCommand(update.context,
+                           {"LSET", merge.key, std::to_string(static_cast<int>(index)), text});
 }
 
-void pushEntry(const Update& update, const ArrayMerge& merge, const std::string& text) {
-    (void)sendRedisCommand(update.context, "RPUSH %s %s", merge.key.c_str(), text.c_str());
+void pushEntry(const Update& update, const ArrayMerge& merge, std::string_view text) {
+    (void)sendRedisCommand(update.context, {"RPUSH", merge.key, text});
 }
 
 bool hasSlot(const ArrayMerge& merge, std::size_t index) {
@@ -104,7 +105,7 @@ void deleteEntry(const Update& update, ArrayMerge& merge, std::size_t index) {
 }
 
 void storeEntry(const Update& update, const ArrayMerge& merge, std::size_t index,
-                const std::string& text) {
+                std::string_view text) {
     if (hasSlot(merge, index)) {
         setEntry(update, merge, index, text);
     } else {
@@ -125,7 +126,7 @@ std::optional<NestedUpdate> storeElement(const Update& update, const ArrayMerge&
         return NestedUpdate{std::move(entry.nestedKey), &element};
     }
     if (!entry.valueText.empty()) {
-        storeEntry(update, merge, index, elementText(element, std::move(entry.valueText)));
+        storeEntry(update, merge, index, elementText(element, entry.valueText));
     }
     return std::nullopt;
 }
@@ -165,17 +166,14 @@ void fillWithNull(const Update& update, const ArrayMerge& merge) {
     if (!getArrayLength(update.context, merge.key, length)) {
         return;
     }
-    std::size_t pushes = 0;
+    RedisPipeline commands(update.context);
     for (auto filled = static_cast<std::size_t>(length); filled < merge.slots; ++filled) {
-        if (!appendRedisCommand(update.context, "RPUSH %s %s", merge.key.c_str(),
-                                NULL_ENTRY.c_str())) {
-            break;
-        }
-        ++pushes;
+        commands.append({"RPUSH", merge.key, NULL_ENTRY});
     }
-    for (; pushes > 0; --pushes) {
-        RedisReply reply;
-        (void)takeRedisReply(update.context, reply);
+    for (std::size_t asked = commands.handOver(); asked > 0; --asked) {
+        ReplyElements ignored;
+        StreamedReply reply;
+        (void)streamRedisReply(update.context, ignored, reply);
     }
 }
 

@@ -9,28 +9,29 @@ constexpr std::size_t MAX_REPEATED_KEYS = 10000;
 
 } // namespace
 
-KeyAncestry::KeyAncestry(const std::string& top) {
-    nodes.push_back({&*known.insert(top).first, 0});
+KeyAncestry::KeyAncestry(KeyList& keys) : mKeys(keys), mMet(keys.arena()) {}
+
+void KeyAncestry::expect(std::size_t count) {
+    mMet.reserve(mMet.size() + count);
 }
 
-Descent KeyAncestry::add(const std::string& key, std::size_t parent) {
-    const auto [position, isNew] = known.insert(key);
-    if (!isNew && isAncestor(key, parent)) {
+Descent KeyAncestry::meet(KeyNumber number) {
+    if (mMet.insert(mKeys[number].key).second) {
+        return Descent::ALLOWED;
+    }
+    if (isBelowItself(number)) {
         return Descent::OWN_ANCESTOR;
     }
-    if (!isNew && ++repeats > MAX_REPEATED_KEYS) {
-        return Descent::TOO_MANY_REPEATS;
-    }
-    nodes.push_back({&*position, parent}); // elements of an unordered_set keep their address
-    return Descent::ALLOWED;
+    return ++mRepeats > MAX_REPEATED_KEYS ? Descent::TOO_MANY_REPEATS : Descent::ALLOWED;
 }
 
-bool KeyAncestry::isAncestor(const std::string& key, std::size_t node) const {
-    while (*nodes[node].key != key) {
-        if (node == nodes[node].parent) {
-            return false;
+bool KeyAncestry::isBelowItself(KeyNumber number) const {
+    KeyNumber above = number;
+    while (above != mKeys[above].parent) {
+        above = mKeys[above].parent;
+        if (mKeys[above].key == mKeys[number].key) {
+            return true;
         }
-        node = nodes[node].parent;
     }
-    return true;
+    return false;
 }

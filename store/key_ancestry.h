@@ -2,32 +2,32 @@
 
 // Which key named which: tells keys that would be read without end.
 
+#include "store/key_list.h"
+
 #include <cstddef>
-#include <string>
+#include <memory_resource>
+#include <string_view>
 #include <unordered_set>
-#include <vector>
 
 enum class Descent { ALLOWED, OWN_ANCESTOR, TOO_MANY_REPEATS };
 
-// The keys met so far, each with the one that named it.
+// The keys of a list that have been met so far.
 class KeyAncestry {
 public:
-    // Starts with the top key, which has the number 0.
-    explicit KeyAncestry(const std::string& top);
+    // The list outlives the ancestry.
+    explicit KeyAncestry(KeyList& keys);
 
-    // Records the key below its parent; when ALLOWED it takes the next number. A key may be met
-    // again, but not below itself.
-    [[nodiscard]] Descent add(const std::string& key, std::size_t parent);
+    // So many more keys may come.
+    void expect(std::size_t count);
+
+    // Meets the key of this number, after every key before it. A key may be met again, but not
+    // below itself.
+    [[nodiscard]] Descent meet(KeyNumber number);
 
 private:
-    struct Node {
-        const std::string* key;
-        std::size_t parent; // the top key is its own
-    };
+    [[nodiscard]] bool isBelowItself(KeyNumber number) const;
 
-    [[nodiscard]] bool isAncestor(const std::string& key, std::size_t node) const;
-
-    std::unordered_set<std::string> known;
-    std::vector<Node> nodes;
-    std::size_t repeats = 0;
+    const KeyList& mKeys;
+    std::pmr::unordered_set<std::string_view> mMet;
+    std::size_t mRepeats = 0;
 };

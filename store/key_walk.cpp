@@ -1,68 +1,76 @@
 #include "store/key_walk.h"
 
+#include "core/redis_reply.h"
 #include "store/store_log.h"
-#include "store/store_result.h"
-
-#include <algorithm>
 
 namespace {
 
-int reportUnread(const QueuedKey& key) {
-    logStoreError("Gets redis resource failed. RESOURCE=" + key.key);
+constexpr KeyNumber TOP = 0;
+
+// A part of the queue, by numbers.
+struct Level {
+    KeyNumber begin;
+    KeyNumber end;
+};
+
+int reportUnread(std::string_view key) {
+    logStoreError("Gets redis resource failed. RESOURCE=" + std::string(key));
     return STORE_MISSING;
 }
 
-// The keys at the front of the queue for which a reply will come.
-std::size_t appendReadCommands(redisContext* context, const KeyQueue& queue) {
-    const auto failed = std::find_if_not(queue.begin(), queue.end(), [context](const auto& key) {
-        return appendReadCommand(context, key);
-    });
-    return static_cast<std::size_t>(failed - queue.begin());
-}
-
-bool isOfAnotherType(const redisReply& content) {
-    return content.type == REDIS_REPLY_ERROR && replyText(content).starts_with("WRONGTYPE");
-}
-
-int handleContent(const QueuedKey& key, const redisReply& content, const ContentHandler& handle) {
-    if (content.type == REDIS_REPLY_ARRAY) {
-        return handle(key, content);
+// The level's keys that will be answered end before this one.
+KeyNumber askForLevel(redisContext* context, const KeyList& queue, const Level& level) {
+    RedisPipeline commands(context);
+    for (KeyNumber number = level.begin; number < level.end; ++number) {
+        appendReadCommand(commands, queue[number]);
     }
-    const bool isNested = key.origin != 0;
-    return isNested && isOfAnotherType(content) ? STORE_OK : reportUnread(key);
+    return level.begin + static_cast<KeyNumber>(commands.handOver());
 }
 
-// One exchange: the keys that are queued now, without those that they name.
-int walkLevel(redisContext* context, KeyQueue& queue, const ContentHandler& handle) {
-    const std::size_t level = queue.size();
-    const std::size_t asked = appendReadCommands(context, queue);
+bool isOfAnotherType(const StreamedReply& reply) {
+    return reply.type == REDIS_REPLY_ERROR && reply.text.starts_with("WRONGTYPE");
+}
+
+// What the walk comes to with the reply to this key, given its result so far.
+int judgeReply(const KeyList& queue, KeyNumber number, const StreamedReply& reply,
+               const KeyContents& contents) {
+    if (reply.type == REDIS_REPLY_ARRAY) {
+        return contents.result();
+    }
+    return number != TOP && isOfAnotherType(reply) ? STORE_OK : reportUnread(queue[number].key);
+}
+
+// One exchange: the keys of the level, without those that they name.
+int walkLevel(redisContext* context, const KeyList& queue, const Level& level,
+              KeyContents& contents) {
+    const KeyNumber askedEnd = askForLevel(context, queue, level);
+    ReplyElements ignored;
     int result = STORE_OK;
-    for (std::size_t i = 0; i < asked; ++i) {
-        const QueuedKey key = std::move(queue.front());
-        queue.pop_front();
-        RedisReply content;
-        if (!takeRedisReply(context, content)) {
+    for (KeyNumber number = level.begin; number < askedEnd; ++number) {
+        const bool goesOn = result == STORE_OK;
+        if (goesOn) {
+            contents.enter(number);
+        }
+        StreamedReply reply;
+        if (!streamRedisReply(context, goesOn ? contents : ignored, reply)) {
             logStoreError("Redis get reply failed!");
             return STORE_MISSING;
         }
-        if (!content) {
-            return reportUnread(key);
+        if (!reply.came) {
+            return reportUnread(queue[number].key);
         }
-        if (result == STORE_OK) {
-            result = handleContent(key, *content, handle);
+        if (goesOn) {
+            result = judgeReply(queue, number, reply, contents);
         }
     }
-    return asked < level && result == STORE_OK ? reportUnread(queue.front()) : result;
+    const bool isComplete = askedEnd == level.end;
+    return isComplete || result != STORE_OK ? result : reportUnread(queue[askedEnd].key);
 }
 
 } // namespace
 
-KeyKind nestedKind(const Marker& marker) {
-    return marker.kind == MarkerKind::OBJECT ? KeyKind::HASH : KeyKind::LIST;
-}
-
 std::optional<std::string> askKeyType(redisContext* context, const std::string& key) {
-    const RedisReply reply = sendRedisCommand(context, "TYPE %s", key.c_str());
+    const RedisReply reply = sendRedisCommand(context, {"TYPE", key});
     if (!reply) {
         logStoreError("Gets resource type failed.");
         return std::nullopt;
@@ -70,29 +78,33 @@ std::optional<std::string> askKeyType(redisContext* context, const std::string& 
     return std::string(replyText(*reply));
 }
 
-int queueTopKey(const std::string& key, const std::string& type, KeyQueue& queue) {
+int queueTopKey(const std::string& key, const std::string& type, KeyList& queue) {
     if (type != "hash" && type != "list") {
         return STORE_MISSING;
     }
-    queue.push_back({type == "hash" ? KeyKind::HASH : KeyKind::LIST, key, 0});
+    queue.add(type == "hash" ? KeyKind::HASH : KeyKind::LIST, key);
     return STORE_OK;
 }
 
-int getResourceType(redisContext* context, const std::string& key, KeyQueue& queue) {
+int getResourceType(redisContext* context, const std::string& key, KeyList& queue) {
     const std::optional<std::string> type = askKeyType(context, key);
     return type ? queueTopKey(key, *type, queue) : STORE_NO_TYPE;
 }
 
-bool appendReadCommand(redisContext* context, const QueuedKey& key) {
-    return key.kind == KeyKind::HASH
-               ? appendRedisCommand(context, "HGETALL %s", key.key.c_str())
-               : appendRedisCommand(context, "LRANGE %s 0 -1", key.key.c_str());
+void appendReadCommand(RedisPipeline& commands, const QueuedKey& key) {
+    if (key.kind == KeyKind::HASH) {
+        commands.append({"HGETALL", key.key});
+    } else {
+        commands.append({"LRANGE", key.key, "0", "-1"});
+    }
 }
 
-int walkKeys(redisContext* context, KeyQueue& queue, const ContentHandler& handle) {
+int walkKeys(redisContext* context, const KeyList& queue, KeyContents& contents) {
+    Level level = {TOP, queue.size()};
     int result = STORE_OK;
-    while (result == STORE_OK && !queue.empty()) {
-        result = walkLevel(context, queue, handle);
+    while (result == STORE_OK && level.begin < level.end) {
+        result = walkLevel(context, queue, level, contents);
+        level = {level.end, queue.size()};
     }
     return result;
 }

@@ -1,60 +1,60 @@
 // Removing resources: first the key tree is read, one exchange for each level, then all keys go in
 // one pipeline.
 
+#include "core/redis_pipeline.h"
+#include "core/reply_stream.h"
 #include "store/resource_keys.h"
 #include "store/resource_store.h"
 #include "store/store_log.h"
 
 namespace {
 
-// The keys at the front for which a reply will come.
-std::size_t appendUnlinks(redisContext* context, const KeyQueue& keys) {
-    std::size_t appended = 0;
-    while (appended < keys.size() &&
-           appendRedisCommand(context, "UNLINK %s", keys[appended].key.c_str())) {
-        ++appended;
+// The keys to unlink, in order.
+std::vector<std::string_view> keysToUnlink(const KeyList& keys, bool includeTop) {
+    std::vector<std::string_view> unlinked;
+    unlinked.reserve(keys.size());
+    for (KeyNumber number = includeTop ? 0 : 1; number < keys.size(); ++number) {
+        if (!keys[number].isRepeated) {
+            unlinked.push_back(keys[number].key);
+        }
     }
-    return appended;
+    return unlinked;
 }
 
-int takeUnlinkReply(redisContext* context, const QueuedKey& key) {
-    RedisReply reply;
-    if (!takeRedisReply(context, reply)) {
+int reportNotUnlinked(std::string_view key) {
+    logStoreError("The redis UNLINK failed with NULL result. URI=" + std::string(key));
+    return STORE_MISSING;
+}
+
+int takeUnlinkReply(redisContext* context, std::string_view key) {
+    ReplyElements ignored;
+    StreamedReply reply;
+    if (!streamRedisReply(context, ignored, reply)) {
         logStoreError("Redis get reply failed!");
         return STORE_MISSING;
     }
-    if (!reply) {
-        logStoreError("The redis UNLINK failed with NULL result. URI=" + key.key);
-        return STORE_MISSING;
-    }
-    return STORE_OK;
+    return reply.came ? STORE_OK : reportNotUnlinked(key);
 }
 
-int unlinkAll(redisContext* context, const KeyQueue& keys) {
-    const std::size_t appended = appendUnlinks(context, keys);
+int unlinkAll(redisContext* context, const std::vector<std::string_view>& keys) {
+    RedisPipeline commands(context);
+    for (const std::string_view key : keys) {
+        commands.append({"UNLINK", key});
+    }
+    const std::size_t asked = commands.handOver();
     int result = STORE_OK;
-    for (std::size_t i = 0; i < appended; ++i) {
+    for (std::size_t i = 0; i < asked; ++i) {
         if (takeUnlinkReply(context, keys[i]) != STORE_OK) {
             result = STORE_MISSING; // the remaining replies are taken all the same
         }
     }
-    if (appended < keys.size()) {
-        logStoreError("The redis UNLINK failed with NULL result. URI=" + keys[appended].key);
-        return STORE_MISSING;
-    }
-    return result;
+    return asked < keys.size() ? reportNotUnlinked(keys[asked]) : result;
 }
 
 } // namespace
 
 int removeResource(redisContext* context, const std::string& uri, bool recursive, bool includeTop) {
-    KeyQueue keys;
+    KeyList keys;
     const int result = collectResourceKeys(context, uri, recursive, keys);
-    if (result != STORE_OK) {
-        return result;
-    }
-    if (!includeTop) {
-        keys.pop_front();
-    }
-    return unlinkAll(context, keys);
+    return result == STORE_OK ? unlinkAll(context, keysToUnlink(keys, includeTop)) : result;
 }

@@ -43,26 +43,36 @@ MemberEntry makeObjectMember(const std::string& parentKey, const std::string& me
 std::string makeMarker(MarkerMode mode, const nlohmann::json& value, std::string& nestedKey,
                        const std::string& memberName) {
     addMarkerPrefix(nestedKey);
-    const std::string* uri = referencedUri(value);
-    const char* keyword = value.is_array() ? ARRAY_MARKER : OBJECT_MARKER;
-    std::string marker = uri != nullptr ? OBJECT_REF_MARKER : keyword;
-    if (mode == MarkerMode::OBJECT_MEMBER) {
-        marker += " " + memberName;
-    }
-    return marker + " " + (uri != nullptr ? *uri : nestedKey);
+    std::string marker;
+    setMarker(marker, mode, value, nestedKey, memberName);
+    return marker;
 }
 
-std::optional<std::string> fieldText(const std::string& memberName, const nlohmann::json& value,
-                                     std::string valueText) {
+void setMarker(std::string& text, MarkerMode mode, const nlohmann::json& value,
+               std::string_view nestedKey, std::string_view memberName) {
+    const std::string* uri = referencedUri(value);
+    const char* keyword = value.is_array() ? ARRAY_MARKER : OBJECT_MARKER;
+    text = uri != nullptr ? OBJECT_REF_MARKER : keyword;
+    if (mode == MarkerMode::OBJECT_MEMBER) {
+        text += ' ';
+        text += memberName;
+    }
+    text += ' ';
+    text += uri != nullptr ? std::string_view(*uri) : nestedKey;
+}
+
+std::optional<std::string_view> fieldText(std::string_view memberName, const nlohmann::json& value,
+                                          std::string_view valueText) {
     if (valueText.empty()) {
         return std::nullopt; // it cannot be written as JSON
     }
     if (!hasMarkerPrefix(memberName)) {
         return valueText;
     }
-    return value.is_string() ? std::optional(value.get<std::string>()) : std::nullopt;
+    const auto* text = value.get_ptr<const std::string*>();
+    return text != nullptr ? std::optional<std::string_view>(*text) : std::nullopt;
 }
 
-std::string elementText(const nlohmann::json& value, std::string valueText) {
-    return isRawStringText(valueText) ? value.get<std::string>() : std::move(valueText);
+std::string_view elementText(const nlohmann::json& value, std::string_view valueText) {
+    return isRawStringText(valueText) ? value.get_ref<const std::string&>() : valueText;
 }

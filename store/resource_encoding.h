@@ -31,6 +31,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 // How one member or element is stored: a scalar has only the value text (empty when it cannot be
 // written as JSON), an object or array only the nested key, still without "&&" of its own.
@@ -60,9 +61,14 @@ enum class MarkerMode { OBJECT_MEMBER = 0, ARRAY_ELEMENT = 1 };
 [[nodiscard]] std::string makeMarker(MarkerMode mode, const nlohmann::json& value,
                                      std::string& nestedKey, const std::string& memberName);
 
-// What is stored for a scalar member, given the entry's value text; nothing when it is not stored.
-[[nodiscard]] std::optional<std::string>
-fieldText(const std::string& memberName, const nlohmann::json& value, std::string valueText);
+// Makes text the same marker, given a nested key that has its "&&".
+void setMarker(std::string& text, MarkerMode mode, const nlohmann::json& value,
+               std::string_view nestedKey, std::string_view memberName);
 
-// What is pushed for a scalar element, given the entry's value text.
-[[nodiscard]] std::string elementText(const nlohmann::json& value, std::string valueText);
+// What is stored for a scalar member, given the entry's value text; nothing when it is not stored.
+// A view of that text or of the value's own.
+[[nodiscard]] std::optional<std::string_view>
+fieldText(std::string_view memberName, const nlohmann::json& value, std::string_view valueText);
+
+// What is pushed for a scalar element, given the entry's value text; a view as above.
+[[nodiscard]] std::string_view elementText(const nlohmann::json& value, std::string_view valueText);

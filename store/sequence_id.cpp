@@ -11,13 +11,13 @@ constexpr std::int64_t FIRST_ID = 1;
 constexpr std::int64_t LARGEST_ID = std::numeric_limits<std::int64_t>::max();
 
 bool setCounter(redisContext* context, const std::string& value) {
-    return isStatusOk(sendRedisCommand(context, "SET %s %s", ARRAY_SEQUENCE_ID_KEY, value.c_str()));
+    return isStatusOk(sendRedisCommand(context, {"SET", ARRAY_SEQUENCE_ID_KEY, value}));
 }
 
 } // namespace
 
 std::int64_t nextArraySequenceId(redisContext* context) {
-    const RedisReply reply = sendRedisCommand(context, "INCR %s", ARRAY_SEQUENCE_ID_KEY);
+    const RedisReply reply = sendRedisCommand(context, {"INCR", ARRAY_SEQUENCE_ID_KEY});
     if (isInteger(reply)) {
         return reply->integer;
     }

@@ -28,9 +28,8 @@ struct Frame {
 using Stack = std::vector<Frame>;
 
 void setField(const Update& update, const std::string& key, const std::string& field,
-              const std::string& text) {
-    (void)sendRedisCommand(update.context, "HSET %s %s %s", key.c_str(), field.c_str(),
-                           text.c_str());
+              std::string_view text) {
+    (void)sendRedisCommand(update.context, {"HSET", key, field, text});
 }
 
 std::optional<NestedUpdate> updateMember(const Update& update, const std::string& key,
@@ -44,7 +43,7 @@ std::optional<NestedUpdate> updateMember(const Update& update, const std::string
         // marker and in a hash of its own, which outlives the resource.
         return NestedUpdate{std::move(entry.nestedKey), &value};
     }
-    if (const auto text = fieldText(name, value, std::move(entry.valueText))) {
+    if (const auto text = fieldText(name, value, entry.valueText)) {
         setField(update, key, name, *text);
     }
     return std::nullopt;

@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <optional>
@@ -21,10 +21,13 @@ bool isQuoted(std::string_view text) {
 
 std::string unquote(std::string_view text) {
     text = text.substr(1, text.size() - 2);
+    std::size_t escape = text.find('\\');
+    if (escape == std::string_view::npos) {
+        return std::string(text);
+    }
     std::string plain;
     plain.reserve(text.size());
-    for (std::size_t escape = text.find('\\'); escape != std::string_view::npos;
-         escape = text.find('\\')) {
+    for (; escape != std::string_view::npos; escape = text.find('\\')) {
         plain += text.substr(0, escape);
         text.remove_prefix(escape + 1);
         // The character behind the backslash stands for itself, be it a backslash too.
@@ -68,41 +71,70 @@ std::optional<std::int64_t> extractInteger(std::string_view text) {
     return result.ec == std::errc() ? std::optional(value) : std::nullopt;
 }
 
-// A string's JSON text when it is ASCII that needs no escapes but those of quote, backslash and
-// line end; nothing for any other.
-std::optional<std::string> plainStringText(std::string_view text) {
-    const auto standsForItself = [](char character) {
-        return character >= ' ' && character <= '~' && character != '"' && character != '\\';
-    };
-    std::string quoted = "\"";
-    quoted.reserve(text.size() + text.size() / 32 + 2);
+// Which characters stand for themselves in JSON: printing ASCII but for quote and backslash.
+constexpr auto PLAIN = [] {
+    std::array<bool, 256> plain{};
+    for (std::size_t character = ' '; character <= '~'; ++character) {
+        plain[character] = character != '"' && character != '\\';
+    }
+    return plain;
+}();
+
+std::size_t plainLength(std::string_view text) {
+    std::size_t length = 0;
+    while (length < text.size() && PLAIN[static_cast<unsigned char>(text[length])]) {
+        ++length;
+    }
+    return length;
+}
+
+// Makes text the string's JSON text when that is ASCII that needs no escapes but those of quote,
+// backslash and line end. False for any other string.
+bool setPlainStringText(std::string& text, std::string_view string) {
+    text = '"';
     while (true) {
-        const auto* escape = std::find_if_not(text.begin(), text.end(), standsForItself);
-        quoted.append(text.begin(), escape);
-        if (escape == text.end()) {
-            return quoted += '"';
+        const std::size_t plain = plainLength(string);
+        text += string.substr(0, plain);
+        if (plain == string.size()) {
+            text += '"';
+            return true;
         }
-        if (*escape != '"' && *escape != '\\' && *escape != '\n') {
-            return std::nullopt;
+        const char escaped = string[plain];
+        if (escaped != '"' && escaped != '\\' && escaped != '\n') {
+            return false;
         }
-        quoted += '\\';
-        quoted += *escape == '\n' ? 'n' : *escape;
-        text.remove_prefix(static_cast<std::size_t>(escape - text.begin()) + 1);
+        text += '\\';
+        text += escaped == '\n' ? 'n' : escaped;
+        string.remove_prefix(plain + 1);
     }
 }
 
+template <typename Number>
+bool setNumberText(std::string& text, const nlohmann::json& value) {
+    std::array<char, 24> digits{};
+    auto* end = std::to_chars(digits.begin(), digits.end(), value.get<Number>()).ptr;
+    text.assign(digits.begin(), end);
+    return true;
+}
+
 // The scalars met most, as the JSON library writes them: it makes a serializer with buffers of its
-// own for each, which costs more than the text.
-std::optional<std::string> plainJsonText(const nlohmann::json& value) {
+// own for each, which costs more than the text. False for any other value.
+bool setPlainJsonText(std::string& text, const nlohmann::json& value) {
     switch (value.type()) {
     case nlohmann::json::value_t::string:
-        return plainStringText(value.get_ref<const std::string&>());
+        return setPlainStringText(text, value.get_ref<const std::string&>());
     case nlohmann::json::value_t::boolean:
-        return value.get<bool>() ? "true" : "false";
+        text = value.get<bool>() ? "true" : "false";
+        return true;
     case nlohmann::json::value_t::number_integer:
-        return std::to_string(value.get<std::int64_t>());
+        return setNumberText<std::int64_t>(text, value);
+    case nlohmann::json::value_t::number_unsigned:
+        return setNumberText<std::uint64_t>(text, value);
+    case nlohmann::json::value_t::null:
+        text = "null";
+        return true;
     default:
-        return std::nullopt;
+        return false;
     }
 }
 
@@ -129,14 +161,20 @@ nlohmann::json decodeValueText(std::string_view text) {
 }
 
 std::string compactJsonText(const nlohmann::json& value) {
-    if (std::optional<std::string> text = plainJsonText(value)) {
-        return *std::move(text);
+    std::string text;
+    setJsonText(text, value);
+    return text;
+}
+
+void setJsonText(std::string& text, const nlohmann::json& value) {
+    if (setPlainJsonText(text, value)) {
+        return;
     }
+    text.clear();
     try {
-        return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::strict);
+        text = value.dump(-1, ' ', false, nlohmann::json::error_handler_t::strict);
     } catch (const std::exception& failure) {
         logStoreError(std::string("Dump JSON object error. EXCEPTION=") + failure.what());
-        return {};
     }
 }
 

@@ -22,5 +22,8 @@
 // value is a string that is no valid UTF-8.
 [[nodiscard]] std::string compactJsonText(const nlohmann::json& value);
 
+// Makes text the same.
+void setJsonText(std::string& text, const nlohmann::json& value);
+
 // The stored form of a string in which nothing is escaped: the text between double quotes.
 [[nodiscard]] std::string quotedText(const std::string& text);

@@ -1,116 +1,154 @@
 // The document is walked with a stack of its own, depth first, so that its depth costs heap and not
-// thread stack; each object or array on the way is one Frame.
+// thread stack. All keys are put together in one text, which grows and shrinks with the way down: a
+// key costs its last segment, however deep it is.
 
 #include "store/write_commands.h"
 
-#include "core/redis_reply.h"
+#include "core/protocol/keys.h"
+#include "core/redis_pipeline.h"
 #include "store/markers.h"
 #include "store/resource_encoding.h"
 #include "store/sequence_id.h"
+#include "store/value_text.h"
 
 #include <nlohmann/json.hpp>
 
-#include <optional>
-#include <utility>
 #include <vector>
 
 namespace {
 
 using nlohmann::json;
 
+// An object or array on the way down.
 struct Frame {
-    Frame(std::string frameKey, const json& value)
-        : key(std::move(frameKey)), isObject(value.is_object()), next(value.begin()),
-          end(value.end()) {}
+    Frame(const json& value, std::size_t length)
+        : keyLength(length), isObject(value.is_object()), next(value.begin()), end(value.end()) {}
 
-    std::string key;
+    std::size_t keyLength;
     bool isObject;
     json::const_iterator next;
     json::const_iterator end;
     std::size_t index = 0; // of next, in an array
 };
 
-struct Writer {
-    redisContext* context;
-    std::int64_t& sequenceId;
-    int commands = 0; // for which a reply will come
+class Writer {
+public:
+    Writer(redisContext* context, const std::string& key, std::int64_t& sequenceId);
+
+    // How many commands the connection has taken.
+    std::size_t write(const json& document);
+
+private:
+    void writeNext();
+    void writeMember(const std::string& name, const json& value);
+    void writeElement(std::size_t index, const json& value);
+    void writeScalarMember(const std::string& name, const json& value);
+    void writeScalarElement(const json& value);
+    void enter(const json& value);
+    [[nodiscard]] std::string_view key() const;
+    void nameNestedKey(std::string_view segment);
+
+    RedisPipeline mCommands;
+    std::int64_t& mSequenceId;
+    std::vector<Frame> mStack;
+    std::string mNestedKey; // in the making, below the innermost object or array
+    std::size_t mTopStart;  // the top key as it was given: "&&" may stand before it
+    std::string mText;      // in the making
 };
 
-// What one member or element leaves to be written below it, if anything.
-using Below = std::optional<Frame>;
-
-void appendField(Writer& writer, const std::string& key, const std::string& field,
-                 const std::string& text) {
-    const bool appended = appendRedisCommand(writer.context, "HSET %s %s %s", key.c_str(),
-                                             field.c_str(), text.c_str());
-    writer.commands += appended ? 1 : 0;
+Writer::Writer(redisContext* context, const std::string& key, std::int64_t& sequenceId)
+    : mCommands(context), mSequenceId(sequenceId), mNestedKey(key) {
+    addMarkerPrefix(mNestedKey);
+    mTopStart = mNestedKey.size() - key.size();
 }
 
-void appendEntry(Writer& writer, const std::string& key, const std::string& text) {
-    const bool appended =
-        appendRedisCommand(writer.context, "RPUSH %s %s", key.c_str(), text.c_str());
-    writer.commands += appended ? 1 : 0;
+std::size_t Writer::write(const json& document) {
+    if (document.is_structured()) {
+        enter(document);
+    }
+    while (!mStack.empty()) {
+        writeNext();
+    }
+    return mCommands.handOver();
 }
 
-Below appendStructuredMember(Writer& writer, const std::string& key, MemberEntry entry,
-                             const json& value) {
-    const std::string marker =
-        makeMarker(MarkerMode::OBJECT_MEMBER, value, entry.nestedKey, entry.memberName);
-    appendField(writer, key, marker, "");
-    return isHashReference(marker) ? Below() : Frame(std::move(entry.nestedKey), value);
+void Writer::writeNext() {
+    Frame& frame = mStack.back();
+    if (frame.next == frame.end) {
+        mStack.pop_back();
+        return;
+    }
+    const auto item = frame.next++;
+    if (frame.isObject) {
+        writeMember(item.key(), *item);
+    } else {
+        writeElement(frame.index++, *item);
+    }
 }
 
-Below appendMember(Writer& writer, const Frame& frame, const std::string& name, const json& value) {
-    MemberEntry entry = makeObjectMember(frame.key, name, value);
-    if (!entry.nestedKey.empty()) {
-        return appendStructuredMember(writer, frame.key, std::move(entry), value);
+void Writer::writeMember(const std::string& name, const json& value) {
+    if (!value.is_structured()) {
+        writeScalarMember(name, value);
+        return;
     }
-    if (const auto text = fieldText(name, value, std::move(entry.valueText))) {
-        appendField(writer, frame.key, name, *text);
+    nameNestedKey(name);
+    setMarker(mText, MarkerMode::OBJECT_MEMBER, value, mNestedKey, name);
+    mCommands.append({"HSET", key(), mText, ""});
+    if (!isHashReference(mText)) {
+        enter(value);
     }
-    return std::nullopt;
 }
 
-Below appendElement(Writer& writer, const Frame& frame, std::size_t index, const json& value) {
-    std::int64_t nextId = writer.sequenceId;
-    MemberEntry entry = makeMemberEntry(frame.key, nextId, std::to_string(index), value);
-    if (entry.nestedKey.empty()) {
-        if (!entry.valueText.empty()) {
-            appendEntry(writer, frame.key, elementText(value, std::move(entry.valueText)));
-        }
-        return std::nullopt;
+void Writer::writeElement(std::size_t index, const json& value) {
+    if (!value.is_structured()) {
+        writeScalarElement(value);
+        return;
     }
-    const std::string marker =
-        makeMarker(MarkerMode::ARRAY_ELEMENT, value, entry.nestedKey, entry.memberName);
-    appendEntry(writer, frame.key, marker);
-    if (isListReference(marker)) {
-        return std::nullopt; // nothing is stored under a reference, so it takes no id
+    const bool isNumbered = mSequenceId != NO_SEQUENCE_ID;
+    nameNestedKey(isNumbered ? std::to_string(mSequenceId) : std::to_string(index));
+    setMarker(mText, MarkerMode::ARRAY_ELEMENT, value, mNestedKey, {});
+    mCommands.append({"RPUSH", key(), mText});
+    if (isListReference(mText)) {
+        return; // nothing is stored under a reference, so it takes no id
     }
-    writer.sequenceId = nextId;
-    return Frame(std::move(entry.nestedKey), value);
+    mSequenceId = isNumbered ? followingSequenceId(mSequenceId) : NO_SEQUENCE_ID;
+    enter(value);
+}
+
+void Writer::writeScalarMember(const std::string& name, const json& value) {
+    setJsonText(mText, value);
+    if (const auto text = fieldText(name, value, mText)) {
+        mCommands.append({"HSET", key(), name, *text});
+    }
+}
+
+void Writer::writeScalarElement(const json& value) {
+    setJsonText(mText, value);
+    if (!mText.empty()) {
+        mCommands.append({"RPUSH", key(), elementText(value, mText)});
+    }
+}
+
+// The nested key is complete and names the value.
+void Writer::enter(const json& value) {
+    mStack.emplace_back(value, mNestedKey.size());
+}
+
+// The key of the innermost object or array.
+std::string_view Writer::key() const {
+    const std::size_t start = mStack.size() == 1 ? mTopStart : 0;
+    return std::string_view(mNestedKey).substr(start, mStack.back().keyLength - start);
+}
+
+void Writer::nameNestedKey(std::string_view segment) {
+    mNestedKey.resize(mStack.back().keyLength);
+    mNestedKey += '/';
+    mNestedKey += segment;
 }
 
 } // namespace
 
 int appendWriteCommands(redisContext* context, const std::string& key, const json& value,
                         std::int64_t& sequenceId) {
-    Writer writer = {context, sequenceId};
-    std::vector<Frame> stack;
-    if (value.is_structured()) {
-        stack.emplace_back(key, value);
-    }
-    while (!stack.empty()) {
-        Frame& frame = stack.back();
-        if (frame.next == frame.end) {
-            stack.pop_back();
-            continue;
-        }
-        const auto item = frame.next++;
-        Below below = frame.isObject ? appendMember(writer, frame, item.key(), *item)
-                                     : appendElement(writer, frame, frame.index++, *item);
-        if (below) {
-            stack.push_back(*std::move(below)); // moves the frames: `frame` ends here
-        }
-    }
-    return writer.commands;
+    return static_cast<int>(Writer(context, key, sequenceId).write(value));
 }

@@ -1,6 +1,7 @@
 #include "store/write_resource.h"
 
 #include "core/redis_reply.h"
+#include "core/reply_stream.h"
 #include "store/resource_store.h"
 #include "store/sequence_id.h"
 #include "store/store_log.h"
@@ -15,12 +16,13 @@ namespace {
 
 // Faults change nothing: what the server refused is missing, the rest is stored.
 void takeWriteReply(redisContext* context) {
-    RedisReply reply;
-    if (!takeRedisReply(context, reply)) {
+    ReplyElements ignored;
+    StreamedReply reply;
+    if (!streamRedisReply(context, ignored, reply)) {
         logStoreError("Redis get reply failed!");
-    } else if (!reply) {
+    } else if (!reply.came) {
         logStoreError("Updates property failed with NULL result.");
-    } else if (!isInteger(reply)) {
+    } else if (reply.type != REDIS_REPLY_INTEGER) {
         logStoreError("Updates property reply type is incorrect.");
     }
 }
@@ -71,7 +73,7 @@ void storeMerged(redisContext* context, const std::string& uri, const nlohmann::
 }
 
 int writeResource(redisContext* context, const std::string& uri, const nlohmann::json& value) {
-    const RedisReply type = sendRedisCommand(context, "TYPE %s", uri.c_str());
+    const RedisReply type = sendRedisCommand(context, {"TYPE", uri});
     int result = STORE_OK;
     if (isStoredResource(type)) {
         result = removeResource(context, uri, true, true);

@@ -42,7 +42,7 @@ bool waitForMessage(redisContext* subscriber, std::string& message) {
 
 void subscribe(redisContext* subscriber, const char* channel) {
     // The confirmation is not looked at: a lost connection shows at the first wait.
-    (void)sendRedisCommand(subscriber, "SUBSCRIBE %s", channel);
+    (void)sendRedisCommand(subscriber, {"SUBSCRIBE", channel});
 }
 
 void handleMessage(const std::string& message, CollectionHandler handler, pthread_mutex_t* lock) {

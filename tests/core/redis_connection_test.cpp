@@ -48,7 +48,7 @@ std::string ping(redisContext* context) {
     if (context == nullptr) {
         return "no connection";
     }
-    const RedisReply reply = sendRedisCommand(context, "PING");
+    const RedisReply reply = sendRedisCommand(context, {"PING"});
     return reply ? std::string(replyText(*reply)) : "no reply";
 }
 
@@ -204,11 +204,12 @@ TEST(ConnectContext, prefersTheSocketToThePort) {
     writeFile("/var/run/redis.port", "6379");
     RedisClient(onPort).command("SET", "server", "port");
     RedisClient(onSocket).command("SET", "server", "socket");
-    EXPECT_EQ(inFreshProcess([] {
-                  const RedisConnection connection(redisConnectContext());
-                  return std::string(replyText(*sendRedisCommand(connection.get(), "GET server")));
-              }),
-              "socket");
+    EXPECT_EQ(
+        inFreshProcess([] {
+            const RedisConnection connection(redisConnectContext());
+            return std::string(replyText(*sendRedisCommand(connection.get(), {"GET", "server"})));
+        }),
+        "socket");
 }
 
 TEST(ConnectContext, isNullWhileTheServerIsDown) {
@@ -272,7 +273,7 @@ TEST(ConnectionBuffers, holdNoReplyOnceTheyAreWiped) {
     const RedisServer server;
     const RedisConnection connection = connectTo(server.socketPath());
     const std::string secret(500, 's');
-    ASSERT_NE(sendRedisCommand(connection.get(), "ECHO %s", secret.c_str()), nullptr);
+    ASSERT_NE(sendRedisCommand(connection.get(), {"ECHO", secret}), nullptr);
     const char* buffer = connection->reader->buf;
     EXPECT_NE(memoryAt(buffer, 1000).find("ssss"), std::string::npos);
     wipeConnectionBuffers(connection.get());
@@ -284,7 +285,7 @@ TEST(ConnectionBuffers, holdNoReplyOnceTheyAreWiped) {
 TEST(ConnectionBuffers, keepAReplyThatIsStillToBeRead) {
     ScriptedServer server({"+first\r\n+second\r\n"});
     const RedisConnection connection = connectTo(server.socketPath());
-    ASSERT_NE(sendRedisCommand(connection.get(), "PING"), nullptr);
+    ASSERT_NE(sendRedisCommand(connection.get(), {"PING"}), nullptr);
     wipeConnectionBuffers(connection.get());
     RedisReply reply;
     ASSERT_TRUE(takeRedisReply(connection.get(), reply));
@@ -294,7 +295,7 @@ TEST(ConnectionBuffers, keepAReplyThatIsStillToBeRead) {
 TEST(ConnectionBuffers, mayBeGoneAfterAnError) {
     ScriptedServer server({"!rubbish\r\n"});
     const RedisConnection connection = connectTo(server.socketPath());
-    EXPECT_EQ(sendRedisCommand(connection.get(), "PING"), nullptr);
+    EXPECT_EQ(sendRedisCommand(connection.get(), {"PING"}), nullptr);
     wipeConnectionBuffers(connection.get());
     wipeConnectionBuffers(nullptr);
 }

@@ -174,7 +174,7 @@ TEST(FreedReply, leavesNoneOfItsTexts) {
     const std::string secret(500, 's');
     const std::string text = "$500\r\n" + secret + "\r\n";
     ScriptedReply server("*2\r\n" + text + "*1\r\n" + text);
-    RedisReply reply = sendRedisCommand(server.context(), "PING");
+    RedisReply reply = sendRedisCommand(server.context(), {"PING"});
     ASSERT_NE(reply, nullptr);
     const Places places = {reply->element[0]->str, reply->element[1]->element[0]->str};
     for (const char* place : places) {
@@ -190,7 +190,7 @@ TEST(FreedReply, leavesNoneOfItsTexts) {
 
 TEST(TakenReply, isNullWhenTheConnectionFails) {
     ScriptedReply server("+one\r\n!rubbish\r\n");
-    RedisReply reply = sendRedisCommand(server.context(), "PING");
+    RedisReply reply = sendRedisCommand(server.context(), {"PING"});
     ASSERT_NE(reply, nullptr);
     EXPECT_FALSE(takeRedisReply(server.context(), reply));
     EXPECT_EQ(reply, nullptr);
@@ -198,7 +198,7 @@ TEST(TakenReply, isNullWhenTheConnectionFails) {
 
 TEST(TakenReply, isTheNextOne) {
     ScriptedReply server("+one\r\n+two\r\n");
-    RedisReply reply = sendRedisCommand(server.context(), "PING");
+    RedisReply reply = sendRedisCommand(server.context(), {"PING"});
     ASSERT_NE(reply, nullptr);
     EXPECT_STREQ(reply->str, "one");
     ASSERT_TRUE(takeRedisReply(server.context(), reply));

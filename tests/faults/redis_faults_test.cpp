@@ -72,8 +72,12 @@ TEST_F(RedisFaults, OfARestartedServerNeedARestartedDaemon) {
     EXPECT_EQ(newClient.list(MEMBERS).size(), 2U);
 }
 
-// The next action writes into the closed socket of its listener's commands.
+// The next action writes into the closed socket of its listener's commands: on a Unix socket the
+// first byte tells.
 TEST_F(RedisFaults, OfAConnectionThatTheServerClosedDoNotEndTheDaemon) {
+    daemon.reset();
+    writeConnectionFiles(server, RedisAddress::UNIX_SOCKET);
+    startWithoutEvents();
     storeRequest(client, soundRequest(RequestKind::ACTION));
     client.command("CLIENT", "KILL", "TYPE", "normal");
     const std::string before = log();

@@ -1,5 +1,6 @@
 // Reading a resource into one document.
 
+#include "core/redis_pipeline.h"
 #include "store/key_walk.h"
 #include "store/resource_store.h"
 #include "tests/store/store_fixture.h"
@@ -120,8 +121,10 @@ TEST_F(ReadResource, AnObjectThatAnUpdateTurnedIntoAnArrayIsRead) {
 }
 
 TEST_F(ReadResource, AppendsReadCommandsWithoutSending) {
-    EXPECT_TRUE(appendReadCommand(context(), {KeyKind::HASH, "/key with blank"}));
-    EXPECT_TRUE(appendReadCommand(context(), {KeyKind::LIST, "/key with blank"}));
+    RedisPipeline commands(context());
+    appendReadCommand(commands, {"/key with blank", 0, KeyKind::HASH});
+    appendReadCommand(commands, {"/key with blank", 0, KeyKind::LIST});
+    EXPECT_EQ(commands.handOver(), 2U);
     EXPECT_EQ(describeCommands(pendingCommands(context())),
               "HGETALL \"/key with blank\"\nLRANGE \"/key with blank\" 0 -1\n");
 }
@@ -130,7 +133,7 @@ TEST_F(ReadResource, QueuesHashesAndLists) {
     client.command("HSET", "/hash", "N", "1");
     client.command("RPUSH", "/list", "1");
     client.command("SET", "/text", "1");
-    KeyQueue queue;
+    KeyList queue;
     EXPECT_EQ(getResourceType(context(), "/hash", queue), 0);
     EXPECT_EQ(getResourceType(context(), "/list", queue), 0);
     EXPECT_EQ(getResourceType(context(), "/text", queue), -2);

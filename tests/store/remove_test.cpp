@@ -93,10 +93,10 @@ TEST_F(RemoveResource, WalksAKeyOfBothKindsAsTheKindThatItIs) {
 
 TEST_F(RemoveResource, CollectsTheTopOnlyOrAll) {
     storeTree();
-    KeyQueue keys;
-    EXPECT_EQ(collectResourceKeys(context(), "/x", false, keys), 0);
-    EXPECT_EQ(keys.size(), 1U);
-    keys.clear();
+    KeyList top;
+    EXPECT_EQ(collectResourceKeys(context(), "/x", false, top), 0);
+    EXPECT_EQ(top.size(), 1U);
+    KeyList keys;
     EXPECT_EQ(collectResourceKeys(context(), "/x", true, keys), 0);
     ASSERT_EQ(keys.size(), 4U);
     EXPECT_EQ(keys[2].key, "&&/x/A");

@@ -1,0 +1,50 @@
+#pragma once
+
+// Commands put together as the bytes of the Redis protocol (RESP2: an array of bulk strings for
+// each), without a format to read for every word.
+
+#include <hiredis/hiredis.h>
+
+#include <cstddef>
+#include <initializer_list>
+#include <span>
+#include <string_view>
+
+using CommandWords = std::initializer_list<std::string_view>;
+
+// Gathers commands for one connection and hands them over in parts of 16 KiB. Nothing is sent
+// before a reply is asked for, so all of them go out in one exchange. What it held is overwritten
+// at its end.
+class RedisPipeline {
+public:
+    explicit RedisPipeline(redisContext* context);
+    ~RedisPipeline();
+    RedisPipeline(const RedisPipeline&) = delete;
+    RedisPipeline& operator=(const RedisPipeline&) = delete;
+
+    // Appends one command. Every word is one argument, blanks included, up to its first NUL.
+    void append(CommandWords words);
+    void append(std::span<const std::string_view> words);
+
+    // Hands over the rest. How many commands the connection has taken since the beginning: exactly
+    // so many replies will come. Once there was no memory for a part, it and all later ones are
+    // lost.
+    [[nodiscard]] std::size_t handOver();
+
+private:
+    void appendLong(std::span<const std::string_view> words, std::size_t most);
+    void handOverPart();
+    void give(std::string_view commands);
+    void sendGathered();
+
+    static constexpr std::size_t PART_SIZE = 16 * std::size_t{1024};
+
+    redisContext* mContext;
+    std::size_t mAppended = 0; // commands
+    std::size_t mTaken = 0;    // of them by the connection
+    bool mFailed = false;
+    std::size_t mGathered = 0; // bytes that the connection has taken and may not have sent
+    std::size_t mUsed = 0;     // bytes of the part
+    std::size_t mDirty = 0;    // bytes that may ever have been written
+    char mPart[PART_SIZE];     // whole commands
+};
