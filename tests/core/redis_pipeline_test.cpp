@@ -2,6 +2,7 @@
 // every word, in as many parts as may be.
 
 #include "core/redis_pipeline.h"
+#include "core/redis_reply.h"
 #include "tests/support/commands.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
@@ -94,4 +95,20 @@ TEST_F(Pipeline, CountsEveryCommandThatTheConnectionHasTaken) {
     pipeline.append({"PING"});
     pipeline.append({"PING"});
     EXPECT_EQ(pipeline.handOver(), 3U);
+}
+
+// The library's buffer would grow to twice the size of a document.
+TEST_F(Pipeline, SendsLongDocumentsBeforeTheyAreWhole) {
+    RedisPipeline pipeline(client.context());
+    const std::string word(1000, 'a');
+    for (int i = 0; i < 1000; ++i) {
+        pipeline.append({"APPEND", "key", word});
+        EXPECT_LT(pendingBytes().size(), 300000U);
+    }
+    EXPECT_EQ(pipeline.handOver(), 1000U);
+    for (int i = 0; i < 1000; ++i) {
+        RedisReply reply;
+        ASSERT_TRUE(takeRedisReply(client.context(), reply));
+        EXPECT_EQ(reply->integer, 1000 * (i + 1));
+    }
 }

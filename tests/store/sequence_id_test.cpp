@@ -52,5 +52,6 @@ TEST_F(SequenceId, StartsAgainOutsideItsRange) {
 
 TEST_F(SequenceId, WrapsBehindTheLargest) {
     EXPECT_EQ(followingSequenceId(41), 42);
+    EXPECT_EQ(followingSequenceId(INT64_MAX - 1), INT64_MAX);
     EXPECT_EQ(followingSequenceId(INT64_MAX), 1);
 }
