@@ -59,25 +59,50 @@ bool isBetweenZeroAnd(const NumberHandle& number, const NumberHandle& bound) {
            BN_cmp(number.get(), bound.get()) < 0;
 }
 
+using ScratchHandle = std::unique_ptr<BN_CTX, OpenSSLRelease<BN_CTX_free>>;
+
 bool isProduct(const NumberHandle& p, const NumberHandle& q, const NumberHandle& n) {
-    const std::unique_ptr<BN_CTX, OpenSSLRelease<BN_CTX_free>> scratch(BN_CTX_secure_new());
+    const ScratchHandle scratch(BN_CTX_secure_new());
     const NumberHandle product(BN_secure_new());
     return scratch && product && BN_mul(product.get(), p.get(), q.get(), scratch.get()) == 1 &&
            BN_cmp(product.get(), n.get()) == 0;
 }
 
+// Whether exponent = d mod (prime - 1).
+bool isExponentFor(const NumberHandle& prime, const NumberHandle& d, const NumberHandle& exponent) {
+    const ScratchHandle scratch(BN_CTX_secure_new());
+    const NumberHandle remainder(BN_secure_new());
+    const NumberHandle order(BN_dup(prime.get()));
+    return scratch && remainder && order && BN_sub_word(order.get(), 1) == 1 &&
+           BN_mod(remainder.get(), d.get(), order.get(), scratch.get()) == 1 &&
+           BN_cmp(remainder.get(), exponent.get()) == 0;
+}
+
+// Whether coefficient * q mod p = 1.
+bool isInverse(const NumberHandle& coefficient, const NumberHandle& q, const NumberHandle& p) {
+    const ScratchHandle scratch(BN_CTX_secure_new());
+    const NumberHandle product(BN_secure_new());
+    return scratch && product &&
+           BN_mod_mul(product.get(), coefficient.get(), q.get(), p.get(), scratch.get()) == 1 &&
+           BN_is_one(product.get());
+}
+
+// With a wrong one of its short numbers a key still works, at many times the cost.
 bool areRsaNumbersSound(EVP_PKEY* key) {
     const NumberHandle n = numberOf(key, OSSL_PKEY_PARAM_RSA_N);
-    for (const char* name : {OSSL_PKEY_PARAM_RSA_D, OSSL_PKEY_PARAM_RSA_FACTOR1,
-                             OSSL_PKEY_PARAM_RSA_FACTOR2, OSSL_PKEY_PARAM_RSA_EXPONENT1,
-                             OSSL_PKEY_PARAM_RSA_EXPONENT2, OSSL_PKEY_PARAM_RSA_COEFFICIENT1}) {
-        if (!isBetweenZeroAnd(numberOf(key, name), n)) {
+    const NumberHandle d = numberOf(key, OSSL_PKEY_PARAM_RSA_D);
+    const NumberHandle p = numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR1);
+    const NumberHandle q = numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR2);
+    const NumberHandle dp = numberOf(key, OSSL_PKEY_PARAM_RSA_EXPONENT1);
+    const NumberHandle dq = numberOf(key, OSSL_PKEY_PARAM_RSA_EXPONENT2);
+    const NumberHandle coefficient = numberOf(key, OSSL_PKEY_PARAM_RSA_COEFFICIENT1);
+    for (const NumberHandle* number : {&d, &p, &q, &dp, &dq, &coefficient}) {
+        if (!isBetweenZeroAnd(*number, n)) {
             return false;
         }
     }
-    return !numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR3) &&
-           isProduct(numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR1),
-                     numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR2), n);
+    return !numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR3) && isProduct(p, q, n) &&
+           isExponentFor(p, d, dp) && isExponentFor(q, d, dq) && isInverse(coefficient, q, p);
 }
 
 bool areNumbersSound(EVP_PKEY* key) {

@@ -16,6 +16,7 @@
 [[nodiscard]] bool namesCurve(const PemBlock& block);
 
 // Why the key's numbers cannot be those of a working pair, found without using them: RSA with two
-// primes p * q = n, 0 < d < n and no number longer than the modulus n (RFC 8017, 3.2); EC with
-// 0 < d < the order of the group. The key's public half must have been found good before.
+// primes p * q = n, 0 < d < n, no number longer than the modulus n, and the short exponents and the
+// coefficient that follow from these (RFC 8017, 3.2); EC with 0 < d < the order of the group. The
+// key's public half must have been found good before.
 [[nodiscard]] Fault privateNumbersFault(EVP_PKEY* key);
