@@ -34,6 +34,9 @@ TEST(WithoutRedis, AServerThatDoesNotAnswerIsNamed) {
         const char* port;
         const char* socket; // null: no such file
     };
+    RedisServerOptions options;
+    options.tcpPort = 7000; // no port is tried but the standard one
+    const RedisServer server(options);
     const std::vector<Row> rows = {{"0", "/run/none.sock"}, {"0", nullptr}, {"7000", nullptr}};
     for (const Row& row : rows) {
         writeFile("/run/redis.port", row.port);
