@@ -33,7 +33,11 @@ char* writeLineEnd(char* next) {
 
 char* writeHead(char* next, char kind, std::size_t number) {
     *next++ = kind;
-    next = std::to_chars(next, next + MOST_DIGITS, number).ptr;
+    if (number < 10) { // a command has few words, and its name is short
+        *next++ = static_cast<char>('0' + number);
+    } else {
+        next = std::to_chars(next, next + MOST_DIGITS, number).ptr;
+    }
     return writeLineEnd(next);
 }
 

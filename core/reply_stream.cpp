@@ -8,7 +8,7 @@ namespace {
 constexpr std::size_t MOST_ANNOUNCED = 65536;
 
 // What the reader's functions work on. The reader hands it on to the tasks of a reply.
-struct Stream {
+struct Taking {
     ReplyElements& elements;
     StreamedReply& reply;
     std::exception_ptr failure;
@@ -29,33 +29,33 @@ bool isElement(const redisReadTask& task) {
 // Null stands for a lack of memory and fails the connection.
 template <typename Work>
 void* during(const redisReadTask& task, Work work) noexcept {
-    auto* stream = static_cast<Stream*>(task.privdata);
-    if (stream == nullptr) {
+    auto* taking = static_cast<Taking*>(task.privdata);
+    if (taking == nullptr) {
         return nullptr;
     }
     try {
-        work(*stream);
+        work(*taking);
         return &gTaken;
     } catch (...) {
-        stream->failure = std::current_exception();
+        taking->failure = std::current_exception();
         return nullptr;
     }
 }
 
-void take(Stream& stream, const redisReadTask& task, int type, std::string_view text) {
+void take(Taking& taking, const redisReadTask& task, int type, std::string_view text) {
     if (isElement(task)) {
-        stream.elements.add(text);
+        taking.elements.add(text);
     } else if (isTop(task)) {
-        stream.reply.type = type;
+        taking.reply.type = type;
     }
 }
 
 void* takeText(const redisReadTask* task, char* bytes, std::size_t length) {
-    return during(*task, [&](Stream& stream) {
+    return during(*task, [&](Taking& taking) {
         const std::string_view text(bytes, length);
-        take(stream, *task, task->type, text);
+        take(taking, *task, task->type, text);
         if (isTop(*task) && task->type == REDIS_REPLY_ERROR) {
-            stream.reply.text = text;
+            taking.reply.text = text;
         }
     });
 }
@@ -63,20 +63,20 @@ void* takeText(const redisReadTask* task, char* bytes, std::size_t length) {
 // How the library counts the elements depends on its version.
 template <typename Count>
 void* takeArray(const redisReadTask* task, Count count) {
-    return during(*task, [&](Stream& stream) {
-        take(stream, *task, task->type, {});
+    return during(*task, [&](Taking& taking) {
+        take(taking, *task, task->type, {});
         if (isTop(*task) && task->type == REDIS_REPLY_ARRAY) {
-            stream.elements.begin(std::min(static_cast<std::size_t>(count), MOST_ANNOUNCED));
+            taking.elements.begin(std::min(static_cast<std::size_t>(count), MOST_ANNOUNCED));
         }
     });
 }
 
 void* takeInteger(const redisReadTask* task, long long /*value*/) {
-    return during(*task, [&](Stream& stream) { take(stream, *task, task->type, {}); });
+    return during(*task, [&](Taking& taking) { take(taking, *task, task->type, {}); });
 }
 
 void* takeNil(const redisReadTask* task) {
-    return during(*task, [&](Stream& stream) { take(stream, *task, REDIS_REPLY_NIL, {}); });
+    return during(*task, [&](Taking& taking) { take(taking, *task, REDIS_REPLY_NIL, {}); });
 }
 
 void freeNothing(void* /*taken*/) {}
@@ -93,47 +93,35 @@ constexpr redisReplyObjectFunctions makeFunctions() {
 
 constinit redisReplyObjectFunctions gStreamFunctions = makeFunctions();
 
-// The reader's functions while one reply is taken.
-class StreamingReader {
-public:
-    StreamingReader(redisReader& reader, Stream& stream)
-        : mReader(reader), mFunctions(reader.fn), mData(reader.privdata) {
-        mReader.fn = &gStreamFunctions;
-        mReader.privdata = &stream;
-    }
-    // A reply that broke off leaves our object in the reader, which frees it with the functions
-    // that it has then: they stay.
-    ~StreamingReader() {
-        const bool isBroken = mReader.reply != nullptr;
-        mReader.fn = isBroken ? &gStreamFunctions : mFunctions;
-        mReader.privdata = isBroken ? nullptr : mData;
-    }
-    StreamingReader(const StreamingReader&) = delete;
-    StreamingReader& operator=(const StreamingReader&) = delete;
-
-private:
-    redisReader& mReader;
-    redisReplyObjectFunctions* mFunctions;
-    void* mData;
-};
-
 } // namespace
 
 void ReplyElements::begin(std::size_t /*count*/) {}
 
 void ReplyElements::add(std::string_view /*text*/) {}
 
-bool streamRedisReply(redisContext* context, ReplyElements& elements, StreamedReply& reply) {
+RedisReplyStream::RedisReplyStream(redisContext* context)
+    : mContext(*context), mFunctions(context->reader->fn), mData(context->reader->privdata) {
+    mContext.reader->fn = &gStreamFunctions;
+}
+
+// A reply that broke off leaves our object in the reader, which frees it with the functions that it
+// has then: they stay.
+RedisReplyStream::~RedisReplyStream() {
+    redisReader& reader = *mContext.reader;
+    const bool isBroken = reader.reply != nullptr;
+    reader.fn = isBroken ? &gStreamFunctions : mFunctions;
+    reader.privdata = isBroken ? nullptr : mData;
+}
+
+bool RedisReplyStream::take(ReplyElements& elements, StreamedReply& reply) {
     reply = {};
-    Stream stream = {elements, reply, nullptr};
+    Taking taking = {elements, reply, nullptr};
+    mContext.reader->privdata = &taking;
     void* taken = nullptr;
-    bool succeeded = false;
-    {
-        const StreamingReader reading(*context->reader, stream);
-        succeeded = redisGetReply(context, &taken) == REDIS_OK;
-    }
-    if (stream.failure) {
-        std::rethrow_exception(stream.failure);
+    const bool succeeded = redisGetReply(&mContext, &taken) == REDIS_OK;
+    mContext.reader->privdata = nullptr;
+    if (taking.failure) {
+        std::rethrow_exception(taking.failure);
     }
     reply.came = taken != nullptr;
     return succeeded;

@@ -32,8 +32,21 @@ struct StreamedReply {
     std::string text; // of an error
 };
 
-// Takes the next reply of a blocking connection. False when the connection has failed; elements may
-// have been passed on until then. An exception of the elements' owner fails the connection and is
-// passed on.
-[[nodiscard]] bool streamRedisReply(redisContext* context, ReplyElements& elements,
-                                    StreamedReply& reply);
+// Takes replies of a blocking connection that way, as long as it lives; nobody else takes one
+// meanwhile.
+class RedisReplyStream {
+public:
+    explicit RedisReplyStream(redisContext* context);
+    ~RedisReplyStream();
+    RedisReplyStream(const RedisReplyStream&) = delete;
+    RedisReplyStream& operator=(const RedisReplyStream&) = delete;
+
+    // Takes the next reply. False when the connection has failed; elements may have been passed on
+    // until then. An exception of the elements' owner fails the connection and is passed on.
+    [[nodiscard]] bool take(ReplyElements& elements, StreamedReply& reply);
+
+private:
+    redisContext& mContext;
+    redisReplyObjectFunctions* mFunctions; // the reader's own
+    void* mData;
+};

@@ -38,11 +38,12 @@ std::string describeHead(int type, std::string_view error) {
 
 std::string describeStreamed(const std::string& bytes) {
     const RedisConnection connection = endedConnection(bytes);
+    RedisReplyStream replies(connection.get());
     std::string description;
     while (true) {
         Described elements;
         StreamedReply reply;
-        if (!streamRedisReply(connection.get(), elements, reply)) {
+        if (!replies.take(elements, reply)) {
             return description;
         }
         description += describeHead(reply.type, reply.text) + elements.texts;

@@ -170,10 +170,12 @@ void fillWithNull(const Update& update, const ArrayMerge& merge) {
     for (auto filled = static_cast<std::size_t>(length); filled < merge.slots; ++filled) {
         commands.append({"RPUSH", merge.key, NULL_ENTRY});
     }
-    for (std::size_t asked = commands.handOver(); asked > 0; --asked) {
+    std::size_t asked = commands.handOver();
+    RedisReplyStream replies(update.context);
+    for (; asked > 0; --asked) {
         ReplyElements ignored;
         StreamedReply reply;
-        (void)streamRedisReply(update.context, ignored, reply);
+        (void)replies.take(ignored, reply);
     }
 }
 

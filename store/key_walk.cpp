@@ -44,6 +44,7 @@ int judgeReply(const KeyList& queue, KeyNumber number, const StreamedReply& repl
 int walkLevel(redisContext* context, const KeyList& queue, const Level& level,
               KeyContents& contents) {
     const KeyNumber askedEnd = askForLevel(context, queue, level);
+    RedisReplyStream replies(context);
     ReplyElements ignored;
     int result = STORE_OK;
     for (KeyNumber number = level.begin; number < askedEnd; ++number) {
@@ -52,7 +53,7 @@ int walkLevel(redisContext* context, const KeyList& queue, const Level& level,
             contents.enter(number);
         }
         StreamedReply reply;
-        if (!streamRedisReply(context, goesOn ? contents : ignored, reply)) {
+        if (!replies.take(goesOn ? contents : ignored, reply)) {
             logStoreError("Redis get reply failed!");
             return STORE_MISSING;
         }

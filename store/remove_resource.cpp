@@ -26,10 +26,10 @@ int reportNotUnlinked(std::string_view key) {
     return STORE_MISSING;
 }
 
-int takeUnlinkReply(redisContext* context, std::string_view key) {
+int takeUnlinkReply(RedisReplyStream& replies, std::string_view key) {
     ReplyElements ignored;
     StreamedReply reply;
-    if (!streamRedisReply(context, ignored, reply)) {
+    if (!replies.take(ignored, reply)) {
         logStoreError("Redis get reply failed!");
         return STORE_MISSING;
     }
@@ -42,9 +42,10 @@ int unlinkAll(redisContext* context, const std::vector<std::string_view>& keys) 
         commands.append({"UNLINK", key});
     }
     const std::size_t asked = commands.handOver();
+    RedisReplyStream replies(context);
     int result = STORE_OK;
     for (std::size_t i = 0; i < asked; ++i) {
-        if (takeUnlinkReply(context, keys[i]) != STORE_OK) {
+        if (takeUnlinkReply(replies, keys[i]) != STORE_OK) {
             result = STORE_MISSING; // the remaining replies are taken all the same
         }
     }

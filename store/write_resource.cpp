@@ -15,10 +15,10 @@
 namespace {
 
 // Faults change nothing: what the server refused is missing, the rest is stored.
-void takeWriteReply(redisContext* context) {
+void takeWriteReply(RedisReplyStream& replies) {
     ReplyElements ignored;
     StreamedReply reply;
-    if (!streamRedisReply(context, ignored, reply)) {
+    if (!replies.take(ignored, reply)) {
         logStoreError("Redis get reply failed!");
     } else if (!reply.came) {
         logStoreError("Updates property failed with NULL result.");
@@ -41,8 +41,9 @@ void withSequenceIds(redisContext* context, const std::function<void(std::int64_
 void storeWritten(redisContext* context, const std::string& uri, const nlohmann::json& value) {
     withSequenceIds(context, [&](std::int64_t& id) {
         const int commands = appendWriteCommands(context, uri, value, id);
+        RedisReplyStream replies(context);
         for (int i = 0; i < commands; ++i) {
-            takeWriteReply(context);
+            takeWriteReply(replies);
         }
     });
 }

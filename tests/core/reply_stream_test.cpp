@@ -68,7 +68,7 @@ TEST_P(StreamedReplies, AreTheirTypeAndTheirElements) {
     ClosingServer server(row.bytes + "+next\r\n");
     Collected collected;
     StreamedReply reply;
-    ASSERT_TRUE(streamRedisReply(server.context(), collected, reply));
+    ASSERT_TRUE(RedisReplyStream(server.context()).take(collected, reply));
     EXPECT_TRUE(reply.came);
     EXPECT_EQ(reply.type, row.type);
     EXPECT_EQ(reply.text, row.error);
@@ -87,11 +87,11 @@ TEST_P(StreamedReplies, MayBreakOffAtEveryByte) {
         ClosingServer server(row.bytes.substr(0, length));
         Collected collected;
         StreamedReply reply;
-        EXPECT_FALSE(streamRedisReply(server.context(), collected, reply)) << length;
+        EXPECT_FALSE(RedisReplyStream(server.context()).take(collected, reply)) << length;
         EXPECT_FALSE(reply.came) << length;
         ASSERT_LE(collected.texts.size(), row.texts.size()) << length;
         EXPECT_TRUE(std::equal(collected.texts.begin(), collected.texts.end(), row.texts.begin()));
-        EXPECT_FALSE(streamRedisReply(server.context(), collected, reply)) << length;
+        EXPECT_FALSE(RedisReplyStream(server.context()).take(collected, reply)) << length;
         RedisReply later;
         EXPECT_FALSE(takeRedisReply(server.context(), later)) << length;
     }
@@ -125,7 +125,7 @@ TEST(StreamedReply, ThatItsOwnerCannotTakeFailsTheConnection) {
     StreamedReply reply;
     std::string thrown;
     try {
-        (void)streamRedisReply(server.context(), refusing, reply);
+        (void)RedisReplyStream(server.context()).take(refusing, reply);
     } catch (const std::runtime_error& failure) {
         thrown = failure.what();
     }
@@ -138,7 +138,7 @@ TEST(StreamedReply, IsNoReplyWhenTheBytesAreNone) {
     ClosingServer server("!rubbish\r\n");
     ReplyElements ignored;
     StreamedReply reply;
-    EXPECT_FALSE(streamRedisReply(server.context(), ignored, reply));
+    EXPECT_FALSE(RedisReplyStream(server.context()).take(ignored, reply));
     EXPECT_FALSE(reply.came);
 }
 
