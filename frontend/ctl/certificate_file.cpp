@@ -92,7 +92,9 @@ std::string readTextFile(const std::string& path) {
 CertificateText readCertificate(const CertificateSource& source) {
     std::string text = readTextFile(source.file);
     const bool isText = !contains(text, std::string_view("\0", 1));
-    if (!isText || (!contains(text, CERTIFICATE_BEGIN) && !contains(text, PKCS7_BEGIN))) {
+    const bool hasBlock = contains(text, CERTIFICATE_BEGIN) || contains(text, PKCS7_BEGIN);
+    const bool mayBeBare = source.type == "PKCS7"; // some tools write the base64 alone
+    if (!isText || (!hasBlock && !mayBeBare)) {
         const AtScopeEnd wiping([&text] { wipeText(text); });
         throw notACertificate(source.file, text);
     }

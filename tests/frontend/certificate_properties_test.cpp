@@ -96,4 +96,14 @@ TEST(CertificateProperties, ShowNamesAsUtf8) {
     EXPECT_EQ(properties["Subject"]["CommonName"], "Grüße");
 }
 
+TEST(CertificateProperties, AreThoseOfTheCertificateThatTheKeyBelongsToAndItsIssuers) {
+    const TestCertificate root = makeAuthority("Root");
+    const TestCertificate leaf = makeSigned(root);
+    const std::string spare = makeAuthority("Spare").certificate;
+    const json properties =
+        certificateProperties(spare + root.certificate + leaf.certificate + leaf.privateKey);
+    EXPECT_EQ(properties["Subject"]["CommonName"], "test.example");
+    EXPECT_EQ(properties["CertificateString"], leaf.certificate + root.certificate);
+}
+
 } // namespace
