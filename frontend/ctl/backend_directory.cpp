@@ -14,7 +14,7 @@ constexpr const char* HINT =
     "serves.";
 
 std::string existingDirectory() {
-    const std::string directory = currentSurroundings().directory;
+    std::string directory = currentSurroundings().directory;
     if (!std::filesystem::is_directory(directory)) {
         throw FrontEndError(FailureKind::LOCAL_FILE,
                             "There is no directory " + directory + ": nothing is installed here.",
