@@ -35,14 +35,14 @@ struct CreateCertRequest {
 
 struct CreateCertResult {
     std::int32_t code = 0;
-    std::vector<std::string> keyUsage;                    // Redfish KeyUsage values
+    std::vector<std::string> keyUsage; // Redfish KeyUsage values
     // Redfish Identifier properties; of an attribute with several values the most specific.
     std::unordered_map<std::string, std::string> issuer;
     std::unordered_map<std::string, std::string> subject;
-    std::string validNotBefore;                           // ISO 8601, UTC
-    std::string validNotAfter;                            // ISO 8601, UTC
-    std::string certificateString;                        // the backend's form of the certificate
-    std::string privateKeyValue; // where the private key is kept, never the key; or empty
+    std::string validNotBefore;    // ISO 8601, UTC
+    std::string validNotAfter;     // ISO 8601, UTC
+    std::string certificateString; // the backend's form of the certificate
+    std::string privateKeyValue;   // where the private key is kept, never the key; or empty
     MessageInfo message;
 };
 

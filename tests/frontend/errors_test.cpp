@@ -226,14 +226,15 @@ TEST(Help, EveryCommandAndEveryExitCodeIsExplained) {
     }
     EXPECT_THAT(
         all.output,
-        HasSubstr("\nExit status:\n"
-                  "  0    done\n"
-                  "  1    the service refused or failed, told in words; or check found differences\n"
-                  "  2    the command line is wrong\n"
-                  "  3    Redis is not there, or refuses a command\n"
-                  "  4    no answer: the daemon does not listen, or not in time\n"
-                  "  5    a file cannot be used: not there, not readable, no certificate text\n"
-                  "  130  interrupted\n"));
+        HasSubstr(
+            "\nExit status:\n"
+            "  0    done\n"
+            "  1    the service refused or failed, told in words; or check found differences\n"
+            "  2    the command line is wrong\n"
+            "  3    Redis is not there, or refuses a command\n"
+            "  4    no answer: the daemon does not listen, or not in time\n"
+            "  5    a file cannot be used: not there, not readable, no certificate text\n"
+            "  130  interrupted\n"));
 }
 
 } // namespace
