@@ -48,6 +48,7 @@ std::optional<KeyUsageValue> keyUsageNamed(std::string_view name) {
 
 std::vector<std::string_view> keyUsageNames() {
     std::vector<std::string_view> names;
+    names.reserve(KEY_USAGES.size());
     for (const KeyUsageValue& usage : KEY_USAGES) {
         names.push_back(usage.name);
     }
