@@ -540,6 +540,7 @@ TEST_F(GenerateCsr, Keeps256KeysInAllAndTakesFromTheFullestCollection) {
     const std::vector<OutstandingRequest> kept = listRequests(directory);
     EXPECT_EQ(kept.size(), 256U);
     EXPECT_EQ(kept.front().note.collectionUri, "/0");
+    EXPECT_EQ(kept.at(240).note.collectionUri, "/240");
     EXPECT_EQ(kept.at(241).id, sha256Hex("242").substr(0, 16)); // the fullest's oldest is gone
 }
 

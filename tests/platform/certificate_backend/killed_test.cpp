@@ -150,6 +150,8 @@ TEST_F(KilledBackend, FlushesAFileBeforeItHasItsNameAndTheDirectoryAfterwards) {
     const Calls removal = {"rename", "write", "fsync", "unlink", "fsync"};
     const Calls keepingAndNaming = {"link", "fsync", "rename", "fsync"};
     const Calls writing = {"write", "fsync"};
+    EXPECT_EQ(changingCalls([&] { static_cast<void>(create(next, "PEM", IDENTITIES, "2")); }),
+              after(writing, {"rename", "fsync"}));
     EXPECT_EQ(changingCalls([&] { static_cast<void>(replace(next)); }),
               after(writing, keepingAndNaming));
     Calls second = writing;

@@ -1,6 +1,7 @@
 // The configured roots: for what they vouch, and when they cannot be used.
 
 #include "platform/certificate_backend/trusted_roots.h"
+#include "platform/x509/certificate_chain.h"
 #include "tests/platform/certificate_backend/backend_fixture.h"
 
 #include <filesystem>
@@ -67,6 +68,20 @@ TEST_F(RootCa, VouchesForNobodyElse) {
     EXPECT_EQ(refusalOf(textOf(own)), "");
     trustOnly(middle.certificate); // an intermediate is no root
     EXPECT_EQ(refusalOf(textOf(leaf)), noIssuer(1, "Middle", "Root"));
+}
+
+TEST_F(RootCa, VouchesForNoWeakSignatureInItsFile) {
+    const CertificateHandle weak = parseCertificate(middle.certificate);
+    ASSERT_GT(X509_sign(weak.get(), parsePrivateKey(root.privateKey).get(), EVP_sha1()), 0);
+    CertificateChain chain;
+    X509_up_ref(weak.get());
+    chain.emplace_back(weak.get());
+    trustOnly(root.certificate + middle.certificate);
+    EXPECT_EQ(refusalOf(textOf(leaf)), "");
+    trustOnly(root.certificate + pemText(chain));
+    EXPECT_EQ(refusalOf(textOf(leaf)),
+              said(1, "Middle",
+                   "has a signature that is too weak. Have it issued with SHA-256 or longer."));
 }
 
 TEST_F(RootCa, IsItselfJudgedByItsDates) {
