@@ -68,7 +68,7 @@ Uris inBoth(const Uris& one, const Uris& other) {
 
 // What differs now and a moment later.
 Differences findDifferences(redisContext* session) {
-    const Differences first = lookOnce(session);
+    Differences first = lookOnce(session);
     if (first.none()) {
         return first;
     }
