@@ -8,6 +8,7 @@
 #include <openssl/pem.h>
 #include <openssl/x509_vfy.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -15,6 +16,8 @@
 #include <stdexcept>
 
 namespace {
+
+constexpr const char* BARE_REPLACED_FILE = "replaced.pem";
 
 void require(bool succeeded) {
     if (!succeeded) {
@@ -134,6 +137,27 @@ void writePair(const std::string& directory, EVP_PKEY* key, X509* certificate) {
     writeSafely(directory, memory.get());
 }
 
+// The private key in the file is overwritten before it goes.
+void eraseFile(const FileDescriptor& folder, const char* name) {
+    const FileDescriptor file = opened(openat(folder.get(), name, O_WRONLY | O_CLOEXEC));
+    struct stat status = {};
+    require(fstat(file.get(), &status) == 0);
+    const std::string zeros(static_cast<std::size_t>(status.st_size), '\0');
+    require(write(file.get(), zeros.data(), zeros.size()) == status.st_size);
+    require(fsync(file.get()) == 0);
+    require(unlinkat(folder.get(), name, 0) == 0);
+    require(fsync(folder.get()) == 0);
+}
+
+// What is replaced stays under a second name, in place of what was replaced before.
+void keepInstalled(const FileDescriptor& folder) {
+    if (faccessat(folder.get(), BARE_REPLACED_FILE, F_OK, 0) == 0) {
+        eraseFile(folder, BARE_REPLACED_FILE);
+    }
+    require(linkat(folder.get(), BARE_CERTIFICATE_FILE, folder.get(), BARE_REPLACED_FILE, 0) == 0);
+    require(fsync(folder.get()) == 0);
+}
+
 FileDescriptor locked(const std::string& directory) {
     FileDescriptor folder = opened(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     require(flock(folder.get(), LOCK_EX) == 0);
@@ -172,13 +196,13 @@ void bareReplace(const BareInput& input) {
     const FileDescriptor lock = locked(input.directory);
     const CertificateHandle installed =
         readCertificate(readFile(input.directory + "/" + BARE_CERTIFICATE_FILE));
+    keepInstalled(lock);
     install(input);
 }
 
 void bareDelete(const BareInput& input) {
     const FileDescriptor lock = locked(input.directory);
-    require(unlinkat(lock.get(), BARE_CERTIFICATE_FILE, 0) == 0);
-    require(fsync(lock.get()) == 0);
+    eraseFile(lock, BARE_CERTIFICATE_FILE);
 }
 
 void bareSigningRequest(const BareInput& input) {

@@ -22,10 +22,10 @@ inline constexpr const char* BARE_CERTIFICATE_FILE = "certificate.pem";
 // and certificate, flushed and renamed.
 void bareCreate(const BareInput& input);
 
-// The same with a look at the certificate that is installed.
+// The same with a look at the certificate that is installed, which is kept for one generation.
 void bareReplace(const BareInput& input);
 
-// Removes the file and flushes the directory.
+// Overwrites and removes the file, and flushes the directory.
 void bareDelete(const BareInput& input);
 
 // Makes a P-256 key, keeps it like a certificate, signs a request with a name and its extension.
