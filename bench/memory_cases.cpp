@@ -112,7 +112,7 @@ FunctionCases memoryCases() {
                  [](const std::string& text) { return splitChannelMessage(text); }),
         encodingCase("appendWriteCommands, certificate resource",
                      certificateResource("/redfish/v1/Example/1"), 2000),
-        encodingCase("appendWriteCommands, 10,000 scalars", scalarArray(10000), 100),
-        encodingCase("appendWriteCommands, 10,000 objects", objectArray(10000), 50),
+        encodingCase("appendWriteCommands, 1,000 scalars", scalarArray(1000), 1000),
+        encodingCase("appendWriteCommands, 400 objects", objectArray(400), 1000),
     };
 }

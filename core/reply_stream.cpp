@@ -47,17 +47,12 @@ void take(Taking& taking, const redisReadTask& task, int type, std::string_view 
         taking.elements.add(text);
     } else if (isTop(task)) {
         taking.reply.type = type;
+        taking.reply.text = type == REDIS_REPLY_ERROR ? text : std::string_view();
     }
 }
 
 void* takeText(const redisReadTask* task, char* bytes, std::size_t length) {
-    return during(*task, [&](Taking& taking) {
-        const std::string_view text(bytes, length);
-        take(taking, *task, task->type, text);
-        if (isTop(*task) && task->type == REDIS_REPLY_ERROR) {
-            taking.reply.text = text;
-        }
-    });
+    return during(*task, [&](Taking& taking) { take(taking, *task, task->type, {bytes, length}); });
 }
 
 // How the library counts the elements depends on its version.

@@ -56,10 +56,6 @@ bool startsWithTokens(std::string_view text, std::string_view keyword, int token
 
 } // namespace
 
-bool hasMarkerPrefix(std::string_view text) {
-    return text.starts_with(MARKER_PREFIX);
-}
-
 Marker parseHashMarker(std::string_view field) {
     std::array<std::string_view, 3> tokens;
     if (!splitAtBlanks(field, tokens)) {

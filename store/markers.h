@@ -8,6 +8,8 @@
 // Written with single blanks; readers take any run of blanks as one separator. The functions match
 // by hand what the regular expression beside each says, in one pass and constant space.
 
+#include "core/protocol/fields.h"
+
 #include <string>
 #include <string_view>
 
@@ -21,7 +23,9 @@ struct Marker {
 };
 
 // ^&&
-[[nodiscard]] bool hasMarkerPrefix(std::string_view text);
+[[nodiscard]] inline bool hasMarkerPrefix(std::string_view text) {
+    return text.starts_with(MARKER_PREFIX);
+}
 
 // Splits a hash field of exactly three, a list entry of exactly two tokens.
 [[nodiscard]] Marker parseHashMarker(std::string_view field);

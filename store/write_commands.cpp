@@ -21,15 +21,26 @@ using nlohmann::json;
 
 // An object or array on the way down.
 struct Frame {
-    Frame(const json& value, std::size_t length)
-        : keyLength(length), isObject(value.is_object()), next(value.begin()), end(value.end()) {}
-
+    const json::object_t* object; // null for an array
+    const json::array_t* array;
     std::size_t keyLength;
-    bool isObject;
-    json::const_iterator next;
-    json::const_iterator end;
-    std::size_t index = 0; // of next, in an array
+    std::size_t index = 0; // of the array's next element
+    json::object_t::const_iterator next = {};
 };
+
+Frame makeFrame(const json& value, std::size_t keyLength) {
+    Frame frame = {value.get_ptr<const json::object_t*>(), value.get_ptr<const json::array_t*>(),
+                   keyLength};
+    if (frame.object != nullptr) {
+        frame.next = frame.object->begin();
+    }
+    return frame;
+}
+
+bool isDone(const Frame& frame) {
+    return frame.object != nullptr ? frame.next == frame.object->end()
+                                   : frame.index == frame.array->size();
+}
 
 class Writer {
 public:
@@ -74,15 +85,14 @@ std::size_t Writer::write(const json& document) {
 
 void Writer::writeNext() {
     Frame& frame = mStack.back();
-    if (frame.next == frame.end) {
+    if (isDone(frame)) {
         mStack.pop_back();
-        return;
-    }
-    const auto item = frame.next++;
-    if (frame.isObject) {
-        writeMember(item.key(), *item);
+    } else if (frame.object != nullptr) {
+        const auto& [name, value] = *frame.next++;
+        writeMember(name, value);
     } else {
-        writeElement(frame.index++, *item);
+        const std::size_t index = frame.index++;
+        writeElement(index, (*frame.array)[index]);
     }
 }
 
@@ -131,7 +141,7 @@ void Writer::writeScalarElement(const json& value) {
 
 // The nested key is complete and names the value.
 void Writer::enter(const json& value) {
-    mStack.emplace_back(value, mNestedKey.size());
+    mStack.push_back(makeFrame(value, mNestedKey.size()));
 }
 
 // The key of the innermost object or array.
