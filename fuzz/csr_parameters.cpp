@@ -125,12 +125,18 @@ std::string secretOf(const CSRRequest& request) {
     return isThere ? password->second.substr(0, LONGEST_SECRET) : std::string();
 }
 
-// The texts of the refusal that the request gets with another password.
-std::vector<std::string> refusalWithoutSecret(CSRRequest request) {
-    request.stringParameters["ChallengePassword"] = "another";
-    CsrParameters parameters;
-    const std::optional<MessageInfo> refusal = readCsrParameters(request, parameters);
-    return refusal ? refusal->MessageArgs : std::vector<std::string>();
+// The texts of the refusals that the request gets with other passwords, one usable and one not:
+// they are the service's own sentences.
+std::vector<std::string> refusalsWithoutSecret(CSRRequest request) {
+    std::vector<std::string> texts;
+    for (const char* password : {"another", "\n"}) {
+        request.stringParameters["ChallengePassword"] = password;
+        CsrParameters parameters;
+        if (const std::optional<MessageInfo> refusal = readCsrParameters(request, parameters)) {
+            texts.insert(texts.end(), refusal->MessageArgs.begin(), refusal->MessageArgs.end());
+        }
+    }
+    return texts;
 }
 
 // Whether the text is the challenge password's alone, so that its presence in a message is a leak.
@@ -139,7 +145,7 @@ bool isSecret(const CSRRequest& request, const std::string& password) {
         return text.find(password) != std::string::npos;
     };
     bool elsewhere = holds("CertificateService.GenerateCSR") || holds("#/ChallengePassword");
-    for (const std::string& text : refusalWithoutSecret(request)) {
+    for (const std::string& text : refusalsWithoutSecret(request)) {
         elsewhere = elsewhere || holds(text);
     }
     for (const auto& [name, value] : request.stringParameters) {
