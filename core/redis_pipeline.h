@@ -12,9 +12,10 @@
 
 using CommandWords = std::initializer_list<std::string_view>;
 
-// Gathers commands for one connection and hands them over in parts of 16 KiB. Nothing is sent
-// before a reply is asked for, so all of them go out in one exchange. What it held is overwritten
-// at its end.
+// Gathers commands for one blocking connection and hands them over in parts of at most 16 KiB, a
+// longer command by itself. No reply is waited for, so that all of them are one exchange. They are
+// sent when the next reply is asked for, and before that whenever more than 256 KiB have gathered.
+// What it held is overwritten at its end.
 class RedisPipeline {
 public:
     explicit RedisPipeline(redisContext* context);
