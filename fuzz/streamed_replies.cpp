@@ -7,6 +7,8 @@
 #include "fuzz/input.h"
 #include "fuzz/property.h"
 
+#include <algorithm>
+#include <string_view>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -65,10 +67,27 @@ std::string describeObjects(const std::string& bytes) {
     return description;
 }
 
+// Whether an array is announced of a million elements or more: the library sets memory aside for all
+// of them before the first one has come, more than a run of this program may have.
+bool announcesAMillion(std::string_view bytes) {
+    const std::size_t digitsOfAMillion = 7;
+    for (std::size_t at = bytes.find_first_of("*%~>"); at != std::string_view::npos;
+         at = bytes.find_first_of("*%~>", at + 1)) {
+        const std::size_t end = bytes.find_first_not_of("0123456789", at + 1);
+        if (std::min(end, bytes.size()) - at > digitsOfAMillion) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string bytes = Input(data, size).rest();
+    if (announcesAMillion(bytes)) {
+        return 0;
+    }
     requireSame(describeStreamed(bytes), describeObjects(bytes), "what the replies are");
     return 0;
 }
