@@ -1,0 +1,1 @@
+#include "frontend/web/http/http_server.h"

@@ -1,0 +1,1 @@
+#include "frontend/web/http/tls_identity.h"

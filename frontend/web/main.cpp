@@ -1,0 +1,5 @@
+// Entry point of certificateweb.
+
+int main() {
+    return 0;
+}

@@ -1,0 +1,5 @@
+#include "frontend/web/resources/certificate_actions.h"
+
+Routes certificateActionRoutes() {
+    return {};
+}

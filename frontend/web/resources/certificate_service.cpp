@@ -1,0 +1,5 @@
+#include "frontend/web/resources/certificate_service.h"
+
+Routes certificateServiceRoutes() {
+    return {};
+}

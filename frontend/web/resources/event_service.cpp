@@ -1,0 +1,5 @@
+#include "frontend/web/resources/event_service.h"
+
+Routes eventRoutes() {
+    return {};
+}

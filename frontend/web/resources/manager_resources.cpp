@@ -1,0 +1,5 @@
+#include "frontend/web/resources/manager_resources.h"
+
+Routes managerRoutes() {
+    return {};
+}

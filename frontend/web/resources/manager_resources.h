@@ -1,0 +1,8 @@
+#pragma once
+
+// The manager that this service runs on, and its network protocols, which lead to the certificates
+// of HTTPS.
+
+#include "frontend/web/service/route.h"
+
+[[nodiscard]] Routes managerRoutes();

@@ -1,0 +1,5 @@
+#include "frontend/web/resources/page.h"
+
+Routes pageRoutes() {
+    return {};
+}

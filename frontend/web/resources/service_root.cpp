@@ -1,0 +1,5 @@
+#include "frontend/web/resources/service_root.h"
+
+Routes serviceRootRoutes() {
+    return {};
+}

@@ -1,0 +1,5 @@
+#include "frontend/web/resources/tasks.h"
+
+Routes taskRoutes() {
+    return {};
+}

@@ -1,0 +1,60 @@
+#pragma once
+
+// The sessions of the Redfish session service (DSP0266, 13.3.4). They live in memory alone and end
+// with the program.
+
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct WebSession {
+    std::string id; // part of its URI; says nothing about its token
+    std::string user;
+    std::string clientAddress;
+    std::string createdTime; // ISO 8601, UTC
+};
+
+struct NewSession {
+    WebSession session;
+    std::string token; // for X-Auth-Token; known to the client alone
+};
+
+// A session ends after this time without a request.
+inline constexpr std::chrono::minutes SESSION_TIMEOUT{30};
+
+// Safe on any thread.
+class SessionTable {
+public:
+    explicit SessionTable(std::size_t mostSessions) : maxSessions(mostSessions) {}
+
+    // Nothing when there are as many sessions as may be.
+    [[nodiscard]] std::optional<NewSession> open(const std::string& user,
+                                                 const std::string& clientAddress);
+
+    // The session of the token, which begins its time anew; nothing when there is none. Takes the
+    // same time for any wrong token.
+    [[nodiscard]] std::optional<WebSession> use(const std::string& token);
+
+    [[nodiscard]] std::optional<WebSession> find(const std::string& id);
+    [[nodiscard]] std::vector<WebSession> list(); // oldest first
+
+    // Ends the session. False when there is none.
+    bool close(const std::string& id);
+
+private:
+    struct Entry {
+        WebSession session;
+        std::string tokenDigest; // SHA-256
+        std::chrono::steady_clock::time_point lastUse;
+    };
+
+    void dropSilent();
+
+    std::size_t maxSessions;
+    std::mutex mutex;
+    std::map<std::string, Entry> entries; // by identifier
+};

@@ -1,0 +1,3 @@
+#include "frontend/web/service/task_runner.h"
+
+TaskRunner::~TaskRunner() = default;

@@ -1,0 +1,33 @@
+#pragma once
+
+// What the resources of certificateweb share.
+
+#include "frontend/web/service/event_hub.h"
+#include "frontend/web/service/login_guard.h"
+#include "frontend/web/service/redis_sessions.h"
+#include "frontend/web/service/session_table.h"
+#include "frontend/web/service/task_runner.h"
+
+#include <cstddef>
+#include <string>
+
+struct WebSettings {
+    std::string user;
+    std::string password;
+    std::string certificatesUri; // of the collection whose newest certificate the listener shows
+    std::size_t maxSessions = 0;
+};
+
+// The members are safe on any thread.
+struct WebService {
+    explicit WebService(const WebSettings& webSettings)
+        : settings(webSettings), login(webSettings.user, webSettings.password),
+          sessions(webSettings.maxSessions) {}
+
+    const WebSettings settings;
+    RedisSessions redis;
+    LoginGuard login;
+    SessionTable sessions;
+    EventHub events;
+    TaskRunner tasks;
+};
