@@ -36,3 +36,4 @@ void addRollback(CLI::App& app, Command& chosen);
 void addCheck(CLI::App& app, Command& chosen);
 void addTasks(CLI::App& app, Command& chosen);
 void addWatch(CLI::App& app, Command& chosen);
+void addPing(CLI::App& app, Command& chosen);

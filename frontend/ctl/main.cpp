@@ -62,6 +62,7 @@ void addCommands(CLI::App& app, Command& chosen) {
     addAction(app, chosen);
     addTasks(app, chosen);
     addWatch(app, chosen);
+    addPing(app, chosen);
 }
 
 int runChosen(const Command& chosen, const CommonOptions& common) {

@@ -87,6 +87,14 @@ FrontEndError noAnswerInTime(double timeout) {
 
 } // namespace
 
+bool isListenedTo(redisContext* session, const std::string& channel) {
+    const RedisReply reply = runCommand(session, {"PUBSUB", "NUMSUB", channel});
+    const bool isUnheard = reply->type == REDIS_REPLY_ARRAY && reply->elements == 2 &&
+                           reply->element[1]->type == REDIS_REPLY_INTEGER &&
+                           reply->element[1]->integer == 0;
+    return !isUnheard;
+}
+
 ServiceRequest::ServiceRequest(redisContext* redisSession, RequestHead requestHead,
                                nlohmann::json body)
     : session(redisSession), head(std::move(requestHead)), keys(requestRecordKeys(randomId())),
@@ -147,11 +155,7 @@ bool ServiceRequest::removeRecords() {
 }
 
 void ServiceRequest::checkStillThere() const {
-    const RedisReply reply = runCommand(session, {"PUBSUB", "NUMSUB", head.channel});
-    const bool isGone = reply->type == REDIS_REPLY_ARRAY && reply->elements == 2 &&
-                        reply->element[1]->type == REDIS_REPLY_INTEGER &&
-                        reply->element[1]->integer == 0;
-    if (isGone) {
+    if (!isListenedTo(session, head.channel)) {
         throw daemonEnded();
     }
 }

@@ -33,6 +33,9 @@ struct RequestHead {
     double timeout = 0;    // seconds until the answer must have come
 };
 
+// Whether a daemon takes requests on the channel. Throws FrontEndError (NO_REDIS).
+[[nodiscard]] bool isListenedTo(redisContext* session, const std::string& channel);
+
 // Functions throw FrontEndError: NO_REDIS when Redis cannot be reached or refuses a command, and
 // what is said with each.
 class ServiceRequest {
