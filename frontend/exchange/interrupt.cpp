@@ -1,13 +1,16 @@
 #include "frontend/exchange/interrupt.h"
 
+#include <atomic>
 #include <csignal>
 
 namespace {
 
-volatile std::sig_atomic_t gInterrupted = 0;
+// Read on any thread, set by whichever one takes the signal.
+std::atomic<bool> gInterrupted = false;
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may not wait for a lock");
 
 void noteInterrupt(int /*signal*/) {
-    gInterrupted = 1;
+    gInterrupted = true;
 }
 
 } // namespace
@@ -22,5 +25,5 @@ void installInterruptHandler() {
 }
 
 bool wasInterrupted() {
-    return gInterrupted != 0;
+    return gInterrupted;
 }
