@@ -14,8 +14,5 @@ std::string entityTag() {
 }
 
 std::string isoTimeNow() {
-    const std::time_t now = std::time(nullptr);
-    std::tm utc{};
-    (void)gmtime_r(&now, &utc);
-    return isoTime(utc);
+    return isoTime(std::time(nullptr));
 }

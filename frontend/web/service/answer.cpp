@@ -16,11 +16,13 @@ struct MessageCare {
     std::string_view resolution;
 };
 
-constexpr std::array<MessageCare, 4> MESSAGE_CARES = {{
+constexpr std::array<MessageCare, 6> MESSAGE_CARES = {{
     {"Success", "OK", "Nothing need be done."},
     {"Created", "OK", "Nothing need be done."},
     {"NoOperation", "Warning", "Nothing need be done, unless a change was expected."},
     {"ServiceTemporarilyUnavailable", "Critical", "Send the request again a little later."},
+    {"ResourceStatusChangedWarning", "Warning", "Replace the certificate before it ends."},
+    {"ResourceStatusChangedCritical", "Critical", "Replace the certificate."},
 }};
 
 constexpr MessageCare ANY_OTHER = {"", "Critical", "Correct the request and send it again."};

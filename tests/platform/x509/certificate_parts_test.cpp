@@ -133,3 +133,26 @@ TEST(Dates, AreNothingWhenTheyCannotBeRead) {
     ASSERT_EQ(ASN1_STRING_set(time, "yesterday", -1), 1);
     EXPECT_EQ(utcTime(time).has_value(), false);
 }
+
+TEST(Dates, AreReadWithTheirZone) {
+    for (const auto& [text, moment] : std::vector<std::pair<std::string, std::string>>{
+             {"2026-01-31T23:59:59Z", "2026-01-31T23:59:59Z"},
+             {"2026-01-31T23:59:59+00:00", "2026-01-31T23:59:59Z"},
+             {"2026-01-31T23:59:59+01:30", "2026-01-31T22:29:59Z"},
+             {"2026-01-31T23:59:59-05:00", "2026-02-01T04:59:59Z"},
+             {"1960-01-02T03:04:05Z", "1960-01-02T03:04:05Z"},
+             {"9999-12-31T23:59:59Z", "9999-12-31T23:59:59Z"},
+         }) {
+        ASSERT_TRUE(isoMoment(text).has_value()) << text;
+        EXPECT_EQ(isoTime(*isoMoment(text)), moment) << text;
+    }
+}
+
+TEST(Dates, OfAnotherFormAreNone) {
+    for (const char* text : {"", "Z", "2026-01-31", "2026-01-31T23:59:59", "2026-01-31 23:59:59Z",
+                             "2026-13-31T23:59:59Z", "2026-01-31T23:59:5 Z", " 026-01-31T23:59:59Z",
+                             "2026-01-31T23:59:59.5Z", "2026-01-31T23:59:59+01:0x",
+                             "2026-01-31T23:59:59Z+00:00", "Jan 31 23:59:59 2026 GMT"}) {
+        EXPECT_FALSE(isoMoment(text).has_value()) << text;
+    }
+}
