@@ -2,6 +2,7 @@
 
 #include "core/protocol/channels.h"
 #include "core/protocol/redfish_names.h"
+#include "frontend/ctl/certificate_words.h"
 #include "frontend/ctl/command_line.h"
 #include "frontend/ctl/output.h"
 #include "frontend/ctl/send_request.h"

@@ -17,6 +17,14 @@ std::string withoutFinalSlash(std::string uri) {
     return uri;
 }
 
+constexpr double LARGEST_NUMBER = 1e6;
+
+// Below zero when the text is no number.
+double numberIn(const std::string& text) {
+    double number = 0;
+    return CLI::detail::lexical_cast(text, number) ? number : -1;
+}
+
 } // namespace
 
 void addUri(CLI::App& command, const std::string& name, std::string& uri, const std::string& help) {
@@ -43,11 +51,23 @@ const CLI::Validator& uriCheck() {
 
 const CLI::Validator& positiveCheck() {
     static const CLI::Validator check(
-        [](std::string& text) {
-            double number = 0;
-            const bool good =
-                CLI::detail::lexical_cast(text, number) && number > 0 && number <= 1e6;
-            return good ? std::string() : "'" + text + "' is no number above 0 and up to 1000000";
+        [](const std::string& text) {
+            const double number = numberIn(text);
+            return number > 0 && number <= LARGEST_NUMBER
+                       ? std::string()
+                       : "'" + text + "' is no number above 0 and up to 1000000";
+        },
+        "");
+    return check;
+}
+
+const CLI::Validator& daysCheck() {
+    static const CLI::Validator check(
+        [](const std::string& text) {
+            const double number = numberIn(text);
+            return number >= 0 && number <= LARGEST_NUMBER
+                       ? std::string()
+                       : "'" + text + "' is no number from 0 to 1000000";
         },
         "");
     return check;

@@ -23,6 +23,9 @@ void addCertificateSource(CLI::App& command, CertificateSource& source,
 // Refuses what is no number above 0 and up to a million.
 [[nodiscard]] const CLI::Validator& positiveCheck();
 
+// Refuses what is no number from 0 to a million.
+[[nodiscard]] const CLI::Validator& daysCheck();
+
 // Makes run, with these options, the chosen work when the command line names the command.
 template <typename Options>
 void chooseWhenNamed(CLI::App& command, Command& chosen, std::shared_ptr<Options> options,

@@ -12,6 +12,7 @@ inline constexpr int EXIT_USAGE = 2;
 inline constexpr int EXIT_NO_REDIS = 3;
 inline constexpr int EXIT_NO_ANSWER = 4;
 inline constexpr int EXIT_LOCAL_FILE = 5;
+inline constexpr int EXIT_EXPIRING = 6;
 inline constexpr int EXIT_INTERRUPTED = 130; // as a shell counts: 128 and the signal's number
 
 [[nodiscard]] int exitCodeOf(FailureKind kind);

@@ -52,6 +52,8 @@ void addCommonOptions(CLI::App& app, CommonOptions& common) {
 void addCommands(CLI::App& app, Command& chosen) {
     addInit(app, chosen);
     addGet(app, chosen);
+    addList(app, chosen);
+    addShow(app, chosen);
     addCreate(app, chosen);
     addDelete(app, chosen);
     addReplace(app, chosen);
@@ -73,6 +75,8 @@ int runChosen(const Command& chosen, const CommonOptions& common) {
         return reportRefusal(refusal.answer, common.json);
     } catch (const LeftDifferent&) {
         return EXIT_REFUSED;
+    } catch (const CertificatesExpire&) {
+        return EXIT_EXPIRING;
     } catch (const FrontEndError& error) {
         return reportError(error, common.json);
     } catch (const std::exception& error) {

@@ -1,6 +1,5 @@
 #include "frontend/ctl/output.h"
 
-#include "core/protocol/redfish_names.h"
 #include "core/protocol/status_words.h"
 #include "frontend/ctl/backend_directory.h"
 #include "frontend/ctl/exit_codes.h"
@@ -13,7 +12,6 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <string_view>
 
 namespace {
 
@@ -23,6 +21,8 @@ const char* colourCode(Colour colour) {
     switch (colour) {
     case Colour::GOOD:
         return "\033[32m";
+    case Colour::WARNING:
+        return "\033[33m";
     case Colour::BAD:
         return "\033[31m";
     case Colour::SOFT:
@@ -33,7 +33,16 @@ const char* colourCode(Colour colour) {
     return "";
 }
 
-// Control characters would steer the terminal; they are shown as \n, \t or \xHH.
+void print(std::FILE* file, const std::string& line, Colour colour) {
+    const bool coloured =
+        colour != Colour::NONE && isatty(fileno(file)) == 1 && std::getenv("NO_COLOR") == nullptr;
+    (void)std::fprintf(file, "%s%s%s\n", coloured ? colourCode(colour) : "",
+                       printableText(line).c_str(), coloured ? "\033[0m" : "");
+    (void)std::fflush(file);
+}
+
+} // namespace
+
 std::string printableText(std::string_view text) {
     constexpr const char* DIGITS = "0123456789abcdef";
     std::string printable;
@@ -54,14 +63,6 @@ std::string printableText(std::string_view text) {
     return printable;
 }
 
-void print(std::FILE* file, const std::string& line, Colour colour) {
-    const bool coloured =
-        colour != Colour::NONE && isatty(fileno(file)) == 1 && std::getenv("NO_COLOR") == nullptr;
-    (void)std::fprintf(file, "%s%s%s\n", coloured ? colourCode(colour) : "",
-                       printableText(line).c_str(), coloured ? "\033[0m" : "");
-    (void)std::fflush(file);
-}
-
 std::string joined(const std::vector<std::string>& texts) {
     std::string line;
     for (const std::string& text : texts) {
@@ -69,44 +70,6 @@ std::string joined(const std::vector<std::string>& texts) {
     }
     return line;
 }
-
-std::string memberText(const json& document, const std::string& name) {
-    const auto found = document.find(name);
-    return found != document.end() && found->is_string() ? found->get<std::string>()
-                                                         : std::string();
-}
-
-struct NameProperty {
-    const char* property;
-    const char* shown;
-};
-
-// In the order of RFC 4514: the most specific first.
-constexpr std::array<NameProperty, 7> NAME_PROPERTIES = {{{"Email", "emailAddress"},
-                                                          {"CommonName", "CN"},
-                                                          {"OrganizationalUnit", "OU"},
-                                                          {"Organization", "O"},
-                                                          {"City", "L"},
-                                                          {"State", "ST"},
-                                                          {"Country", "C"}}};
-
-// "CN=bmc, O=Example"
-std::string nameText(const json& certificate, const std::string& name) {
-    const auto found = certificate.find(name);
-    if (found == certificate.end() || !found->is_object()) {
-        return {};
-    }
-    std::vector<std::string> parts;
-    for (const NameProperty& part : NAME_PROPERTIES) {
-        const std::string value = memberText(*found, part.property);
-        if (!value.empty()) {
-            parts.push_back(std::string(part.shown) + "=" + value);
-        }
-    }
-    return joined(parts);
-}
-
-} // namespace
 
 void printLine(const std::string& line, Colour colour) {
     print(stdout, line, colour);
@@ -173,25 +136,6 @@ int reportError(const FrontEndError& error, bool json) {
         printJson({{"error", error.what()}, {"hint", hint}, {"exitCode", exitCode}});
     }
     return exitCode;
-}
-
-void printCertificate(const nlohmann::json& certificate) {
-    if (!certificate.is_object()) {
-        return;
-    }
-    printField("subject", nameText(certificate, SUBJECT));
-    printField("issuer", nameText(certificate, ISSUER));
-    printField("valid", memberText(certificate, VALID_NOT_BEFORE) + " to " +
-                            memberText(certificate, VALID_NOT_AFTER));
-    const auto usage = certificate.find(KEY_USAGE);
-    if (usage != certificate.end() && usage->is_array()) {
-        std::vector<std::string> names;
-        for (const json& name : *usage) {
-            names.push_back(name.is_string() ? name.get<std::string>() : name.dump());
-        }
-        printField("key usage", names.empty() ? "(not restricted)" : joined(names));
-    }
-    printField("type", memberText(certificate, CERTIFICATE_TYPE));
 }
 
 std::string durationText(double seconds) {

@@ -9,11 +9,13 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 struct FrontEndError;
 struct ServiceAnswer;
 
-enum class Colour { NONE, GOOD, BAD, SOFT };
+enum class Colour { NONE, GOOD, WARNING, BAD, SOFT };
 
 // The line with a line end. colour has an effect on a terminal only.
 void printLine(const std::string& line, Colour colour = Colour::NONE);
@@ -34,8 +36,11 @@ int reportRefusal(const ServiceAnswer& answer, bool json);
 // An error of the front end, in the same way.
 int reportError(const FrontEndError& error, bool json);
 
-// The certificate resource in a few lines.
-void printCertificate(const nlohmann::json& certificate);
+// The text with control characters, which would steer the terminal, as \n, \t or \xHH.
+[[nodiscard]] std::string printableText(std::string_view text);
+
+// "a, b, c"
+[[nodiscard]] std::string joined(const std::vector<std::string>& texts);
 
 // "12 ms", "3.2 s"
 [[nodiscard]] std::string durationText(double seconds);

@@ -3,6 +3,7 @@
 #include "core/protocol/channels.h"
 #include "core/protocol/redfish_names.h"
 #include "core/secret.h"
+#include "frontend/ctl/certificate_words.h"
 #include "frontend/ctl/output.h"
 #include "frontend/ctl/send_request.h"
 #include "frontend/exchange/redfish_messages.h"

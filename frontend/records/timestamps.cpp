@@ -16,3 +16,13 @@ std::string entityTag() {
 std::string isoTimeNow() {
     return isoTime(std::time(nullptr));
 }
+
+std::optional<std::time_t> timeOfIso(const std::string& text) {
+    std::tm read{};
+    const char* const end = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S%z", &read);
+    if (end == nullptr || end != text.c_str() + text.size()) {
+        return std::nullopt;
+    }
+    const long offset = read.tm_gmtoff; // timegm reads the rest as UTC
+    return timegm(&read) - offset;
+}

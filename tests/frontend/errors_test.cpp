@@ -234,6 +234,7 @@ TEST(Help, EveryCommandAndEveryExitCodeIsExplained) {
             "  3    Redis is not there, or refuses a command\n"
             "  4    no answer: the daemon does not listen, or not in time\n"
             "  5    a file cannot be used: not there, not readable, no certificate text\n"
+            "  6    list --expiring found certificates\n"
             "  130  interrupted\n"));
 }
 
