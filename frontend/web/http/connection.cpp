@@ -62,9 +62,6 @@ int refusalStatus(const Error& error) {
     if (error == http::error::header_limit || error == http::error::buffer_overflow) {
         return 431;
     }
-    if (error == http::error::bad_version) {
-        return 505;
-    }
     const bool isHttp =
         error.category() == http::make_error_code(http::error::bad_target).category();
     const bool isGone =
@@ -78,8 +75,6 @@ std::string refusalText(int status) {
         return "The body of the request is too large.";
     case 431:
         return "The headers of the request are too large.";
-    case 505:
-        return "The service speaks HTTP/1.1.";
     case 501:
         return "The service does not know the request's transfer coding.";
     case 417:
