@@ -11,7 +11,7 @@ struct MessageText {
     std::string_view text; // %1 to %9 stand for the arguments; one at the end may be a sentence
 };
 
-constexpr std::array<MessageText, 26> MESSAGE_TEXTS = {{
+constexpr std::array<MessageText, 28> MESSAGE_TEXTS = {{
     {"Base.ActionNotSupported", "The service has no action '%1'."},
     {"Base.ActionParameterMissing", "The action %1 needs the parameter %2, which is missing."},
     {"Base.ActionParameterUnknown", "The action %1 has no parameter %2."},
@@ -27,6 +27,7 @@ constexpr std::array<MessageText, 26> MESSAGE_TEXTS = {{
     {"Base.InternalError", "The service failed because of a fault of its own."},
     {"Base.MalformedJSON", "The request is no valid JSON."},
     {"Base.NoOperation", "Nothing was changed: the request asks for what is there already."},
+    {"Base.NoValidSession", "There is no session, or its time is over: log in first."},
     {"Base.PropertyMissing", "The request lacks the property %1."},
     {"Base.PropertyUnknown", "There is no property %1."},
     {"Base.PropertyValueFormatError", "The property %2 has an unusable value: %1"},
@@ -39,6 +40,8 @@ constexpr std::array<MessageText, 26> MESSAGE_TEXTS = {{
     {"Base.ResourceMissingAtURI", "There is no resource at %1."},
     {"Base.ResourceNotFound", "There is no resource '%2' of type %1."},
     {"Base.ServiceTemporarilyUnavailable", "The service is busy; try again in %1 seconds."},
+    {"Base.SessionLimitExceeded",
+     "There are as many sessions as the service allows; one must end before another begins."},
     {"Base.Success", "It was done."},
     {"ExtendedError.ActionNotSupportedOnReference",
      "The resource '%1', given as %2, does not support the action %3."},

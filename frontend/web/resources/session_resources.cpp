@@ -1,10 +1,173 @@
 #include "frontend/web/resources/session_resources.h"
 
+#include "core/at_scope_end.h"
+#include "core/protocol/redfish_names.h"
+#include "core/secret.h"
+#include "frontend/web/service/web_service.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* SERVICE_URI = "/redfish/v1/SessionService";
+constexpr const char* SESSIONS_URI = "/redfish/v1/SessionService/Sessions";
+constexpr const char* SESSIONS_MEMBERS_URI = "/redfish/v1/SessionService/Sessions/Members";
+
+constexpr const char* USER_NAME = "UserName";
+constexpr const char* PASSWORD = "Password";
+constexpr std::array<const char*, 2> LOGIN_PROPERTIES = {USER_NAME, PASSWORD};
+
+std::string sessionUri(const WebSession& session) {
+    return std::string(SESSIONS_URI) + "/" + session.id;
+}
+
+json sessionDocument(const WebSession& session) {
+    return {{ODATA_ID, sessionUri(session)},
+            {ODATA_TYPE, "#Session.v1_4_0.Session"},
+            {ID_PROPERTY, session.id},
+            {NAME_PROPERTY, "Session of " + session.user},
+            {DESCRIPTION_PROPERTY, "A client's login."},
+            {USER_NAME, session.user},
+            {"SessionType", "Redfish"},
+            {"ClientOriginIPAddress", session.clientAddress},
+            {"CreatedTime", session.createdTime}};
+}
+
+Answer getService(WebService& /*service*/, const Call& /*call*/) {
+    const auto seconds = std::chrono::seconds(SESSION_TIMEOUT).count();
+    return {.document = {{ODATA_ID, SERVICE_URI},
+                         {ODATA_TYPE, "#SessionService.v1_1_8.SessionService"},
+                         {ID_PROPERTY, "SessionService"},
+                         {NAME_PROPERTY, "Session Service"},
+                         {DESCRIPTION_PROPERTY, "Logins of clients."},
+                         {"Status", {{"State", "Enabled"}, {"Health", "OK"}}},
+                         {"ServiceEnabled", true},
+                         {"SessionTimeout", seconds},
+                         {"Sessions", {{ODATA_ID, SESSIONS_URI}}}}};
+}
+
+Answer getSessions(WebService& service, const Call& /*call*/) {
+    json members = json::array();
+    for (const WebSession& session : service.sessions.list()) {
+        members.push_back({{ODATA_ID, sessionUri(session)}});
+    }
+    return {.document = {{ODATA_ID, SESSIONS_URI},
+                         {ODATA_TYPE, "#SessionCollection.SessionCollection"},
+                         {NAME_PROPERTY, "Session Collection"},
+                         {MEMBERS_ODATA_COUNT, members.size()},
+                         {"Members", std::move(members)}}};
+}
+
+Answer getSession(WebService& service, const Call& call) {
+    const auto session = service.sessions.find(call.names.front());
+    if (!session) {
+        throw notFound(call.uri);
+    }
+    return {.document = sessionDocument(*session)};
+}
+
+Answer deleteSession(WebService& service, const Call& call) {
+    const std::string& id = call.names.front();
+    if (!service.sessions.close(id)) {
+        throw notFound(call.uri);
+    }
+    service.events.closeOf(id);
+    return {.status = 204, .document = nullptr};
+}
+
+// --- login --------------------------------------------------------------------------------------
+
+json readBody(const std::string& text) {
+    json body = json::parse(text, nullptr, false);
+    if (!body.is_object()) {
+        wipeDocument(body);
+        throw Refusal(400, RedfishMessage{"Base.1.9.MalformedJSON"});
+    }
+    return body;
+}
+
+bool isLoginProperty(const std::string& name) {
+    return std::find(LOGIN_PROPERTIES.begin(), LOGIN_PROPERTIES.end(), name) !=
+           LOGIN_PROPERTIES.end();
+}
+
+// The value is not shown: a password may stand in the wrong place.
+RedfishMessage wrongType(const std::string& name) {
+    return {"Base.1.9.PropertyValueTypeError",
+            {"(not shown)", name},
+            {"#/" + name},
+            "The property " + name + " must be a text."};
+}
+
+// What is wrong with the members of a login.
+std::vector<RedfishMessage> loginFaults(const json& body) {
+    std::vector<RedfishMessage> faults;
+    for (const char* name : LOGIN_PROPERTIES) {
+        if (!body.contains(name)) {
+            faults.push_back({"Base.1.9.PropertyMissing", {name}, {std::string("#/") + name}});
+        } else if (!body[name].is_string()) {
+            faults.push_back(wrongType(name));
+        }
+    }
+    for (const auto& [name, value] : body.items()) {
+        if (!isLoginProperty(name)) {
+            const std::string pointer = (json::json_pointer() / name).to_string();
+            faults.push_back({"Base.1.9.PropertyUnknown", {name}, {"#" + pointer}});
+            break; // a hostile body has thousands
+        }
+    }
+    return faults;
+}
+
+// The user who proves to be one. Throws Refusal otherwise.
+std::string logIn(WebService& service, const Call& call) {
+    json body = readBody(call.request.body);
+    const AtScopeEnd wipe([&body] { wipeDocument(body); });
+    if (auto faults = loginFaults(body); !faults.empty()) {
+        throw Refusal(400, std::move(faults));
+    }
+    auto user = body[USER_NAME].get<std::string>();
+    if (!service.login.accepts(user, body[PASSWORD].get_ref<const std::string&>(),
+                               call.request.peer)) {
+        Refusal refusal(401, RedfishMessage{"Base.1.9.NoValidSession",
+                                            {},
+                                            {},
+                                            "There is no such user, or the password is wrong."});
+        refusal.headers.emplace_back("WWW-Authenticate", "Basic realm=\"Redfish\"");
+        throw refusal;
+    }
+    return user;
+}
+
+Answer createSession(WebService& service, const Call& call) {
+    const std::string user = logIn(service, call);
+    const auto made = service.sessions.open(user, call.request.peer);
+    if (!made) {
+        Refusal refusal = serviceUnavailable("");
+        refusal.messages.front() = {"Base.1.9.SessionLimitExceeded"};
+        throw refusal;
+    }
+    Answer answer = createdAnswer(sessionUri(made->session), sessionDocument(made->session));
+    answer.headers.emplace_back("X-Auth-Token", made->token);
+    return answer;
+}
+
+} // namespace
+
 Routes sessionRoutes() {
-    return {};
+    return {{SERVICE_URI, "GET", getService},
+            {SESSIONS_URI, "GET", getSessions},
+            {SESSIONS_URI, "POST", createSession, Access::OPEN},
+            {SESSIONS_MEMBERS_URI, "POST", createSession, Access::OPEN},
+            {std::string(SESSIONS_URI) + "/{}", "GET", getSession},
+            {std::string(SESSIONS_URI) + "/{}", "DELETE", deleteSession}};
 }
 
 bool isSessionCreation(const std::string& uri) {
-    return uri == "/redfish/v1/SessionService/Sessions" ||
-           uri == "/redfish/v1/SessionService/Sessions/Members";
+    return uri == SESSIONS_URI || uri == SESSIONS_MEMBERS_URI;
 }

@@ -3,9 +3,11 @@
 // The sessions of the Redfish session service (DSP0266, 13.3.4). They live in memory alone and end
 // with the program.
 
+#include "frontend/web/service/secrets.h"
+#include "frontend/web/service/time_source.h"
+
 #include <chrono>
 #include <cstddef>
-#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -26,10 +28,11 @@ struct NewSession {
 // A session ends after this time without a request.
 inline constexpr std::chrono::minutes SESSION_TIMEOUT{30};
 
-// Safe on any thread.
+// Safe on any thread. A session that has been silent for too long is gone for every function.
 class SessionTable {
 public:
-    explicit SessionTable(std::size_t mostSessions) : maxSessions(mostSessions) {}
+    explicit SessionTable(std::size_t mostSessions, TimeSource timeSource = Clock::now)
+        : maxSessions(mostSessions), now(std::move(timeSource)) {}
 
     // Nothing when there are as many sessions as may be.
     [[nodiscard]] std::optional<NewSession> open(const std::string& user,
@@ -48,13 +51,14 @@ public:
 private:
     struct Entry {
         WebSession session;
-        std::string tokenDigest; // SHA-256
-        std::chrono::steady_clock::time_point lastUse;
+        SecretDigest tokenDigest;
+        Clock::time_point lastUse;
     };
 
-    void dropSilent();
+    void dropSilent(); // needs the lock
 
     std::size_t maxSessions;
+    TimeSource now;
     std::mutex mutex;
-    std::map<std::string, Entry> entries; // by identifier
+    std::vector<Entry> entries; // oldest first; guarded by the mutex
 };
