@@ -7,6 +7,7 @@
 #include "frontend/exchange/redis_session.h"
 #include "frontend/exchange/stored_tree.h"
 #include "frontend/records/certificate_properties.h"
+#include "frontend/records/member_count.h"
 #include "frontend/records/seed_records.h"
 #include "frontend/records/timestamps.h"
 #include "store/resource_store.h"
@@ -58,9 +59,7 @@ bool isThere(redisContext* context, const std::string& key) {
 
 // The count and both entity tags, after a change of the lists.
 void refreshCollection(redisContext* context, const std::string& collection) {
-    const long long count = runIntegerCommand(context, {"LLEN", memberListKey(collection)});
-    (void)updateResource(context, collection,
-                         {{MEMBERS_ODATA_COUNT, count}, {ODATA_ETAG, entityTag()}}, nullptr);
+    refreshMemberCount(context, collection);
     (void)runCommand(context, {"HSET", CERTIFICATE_LOCATIONS_URI, ODATA_ETAG, entityTag()});
 }
 

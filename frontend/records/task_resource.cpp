@@ -2,11 +2,13 @@
 
 #include "core/protocol/fields.h"
 #include "core/protocol/keys.h"
+#include "core/protocol/message_ids.h"
 #include "core/protocol/messages.h"
 #include "core/protocol/redfish_names.h"
 #include "frontend/exchange/redfish_messages.h"
 #include "frontend/exchange/redis_session.h"
 #include "frontend/exchange/stored_tree.h"
+#include "frontend/records/member_count.h"
 #include "frontend/records/seed_records.h"
 #include "frontend/records/timestamps.h"
 #include "store/markers.h"
@@ -23,12 +25,6 @@ using nlohmann::json;
 constexpr const char* TASK_COUNTER_FIELD = "&&TASK_ID_COUNTER";
 constexpr const char* NEW_TASK = "New"; // until the daemon announces a state
 
-void refreshCount(redisContext* context) {
-    const long long count = runIntegerCommand(context, {"LLEN", memberListKey(TASKS_URI)});
-    (void)updateResource(context, TASKS_URI,
-                         {{MEMBERS_ODATA_COUNT, count}, {ODATA_ETAG, entityTag()}}, nullptr);
-}
-
 std::string textOf(const json& document, const char* name) {
     const auto found = document.find(name);
     return found != document.end() && found->is_string() ? found->get<std::string>()
@@ -42,6 +38,15 @@ json messagesOf(const ServiceAnswer& result) {
     return json::array({{{"MessageId", result.messageId},
                          {"MessageArgs", result.messageArgs},
                          {"Message", describeMessage(result.messageId, result.messageArgs)}}});
+}
+
+// What a task has besides its state once it has ended.
+json endOf(const std::string& state, json messages) {
+    return {{"TaskState", state},
+            {"TaskStatus", state == TASK_COMPLETED ? "OK" : "Critical"},
+            {"EndTime", isoTimeNow()},
+            {"Messages", std::move(messages)},
+            {ODATA_ETAG, entityTag()}};
 }
 
 std::string stateOf(const ServiceAnswer& result) {
@@ -80,7 +85,7 @@ std::string createTask(redisContext* context, const std::string& name) {
                          {"HidePayload", true},
                          {"Messages", json::array()}});
     (void)runCommand(context, {"RPUSH", memberListKey(TASKS_URI), referenceEntry(uri)});
-    refreshCount(context);
+    refreshMemberCount(context, TASKS_URI);
     return uri;
 }
 
@@ -88,11 +93,17 @@ void setTaskState(redisContext* context, const std::string& taskUri, const std::
     json change = {{"TaskState", state}, {ODATA_ETAG, entityTag()}};
     if (isFinalTaskState(state)) {
         const std::optional<ServiceAnswer> result = readTaskResult(context, taskUri);
-        change["TaskStatus"] = state == TASK_COMPLETED ? "OK" : "Critical";
-        change["EndTime"] = isoTimeNow();
-        change["Messages"] = result ? messagesOf(*result) : json::array();
+        change = endOf(state, result ? messagesOf(*result) : json::array());
     }
     (void)updateResource(context, taskUri, change, nullptr);
+}
+
+void endWithoutResult(redisContext* context, const std::string& taskUri,
+                      const std::string& sentence) {
+    const json messages = json::array({{{"MessageId", MSG_INTERNAL_ERROR},
+                                        {"MessageArgs", json::array()},
+                                        {"Message", sentence}}});
+    (void)updateResource(context, taskUri, endOf(TASK_EXCEPTION, messages), nullptr);
 }
 
 std::vector<TaskSummary> listTasks(redisContext* context) {
@@ -135,5 +146,5 @@ void removeTask(redisContext* context, const std::string& taskUri) {
     removeStoredTree(context, taskUri);
     removeAnswer(context, taskResultKey(taskUri));
     (void)runCommand(context, {"LREM", memberListKey(TASKS_URI), "0", referenceEntry(taskUri)});
-    refreshCount(context);
+    refreshMemberCount(context, TASKS_URI);
 }

@@ -32,6 +32,10 @@ struct TaskSummary {
 // message.
 void setTaskState(redisContext* context, const std::string& taskUri, const std::string& state);
 
+// Ends the task in the state "Exception" although it has no result; the sentence says why.
+void endWithoutResult(redisContext* context, const std::string& taskUri,
+                      const std::string& sentence);
+
 // The tasks, oldest first, each brought up to date from its result.
 [[nodiscard]] std::vector<TaskSummary> listTasks(redisContext* context);
 
