@@ -4,4 +4,19 @@
 
 #include "frontend/web/service/route.h"
 
+#include <nlohmann/json_fwd.hpp>
+
+#include <string>
+
+struct redisContext;
+struct ServiceAnswer;
+
 [[nodiscard]] Routes taskRoutes();
+
+// Of a task that runs: 202, the monitor in Location, the task's document, Retry-After. Throws
+// Refusal (404) when there is no such task.
+[[nodiscard]] Answer runningTaskAnswer(redisContext* session, const std::string& taskUri);
+
+// The signing request that the daemon has answered with: 200, CSRString and CertificateCollection.
+// Throws Refusal (500) when the answer holds none.
+[[nodiscard]] Answer signingRequestAnswer(const ServiceAnswer& answer);

@@ -2,6 +2,7 @@
 
 // What the resources of certificateweb share.
 
+#include "frontend/web/service/change_turn.h"
 #include "frontend/web/service/event_hub.h"
 #include "frontend/web/service/login_guard.h"
 #include "frontend/web/service/redis_sessions.h"
@@ -29,5 +30,6 @@ struct WebService {
     LoginGuard login;
     SessionTable sessions;
     EventHub events;
+    ChangeQueue changes;
     TaskRunner tasks;
 };
