@@ -1,0 +1,55 @@
+// What has happened on the board since the page was opened.
+
+import { breakable, byId, element } from "./dom.js";
+import { nameOf } from "./certificates.js";
+
+const MOST_ENTRIES = 50;
+const SEVERITIES = ["OK", "Warning", "Critical"];
+
+let unnamed = []; // {uri, place} of entries whose certificate's name is not known yet
+
+// The event in words: the service's own, or else its message's name.
+function wordsOf(record) {
+    const name = String(record.MessageId ?? record.EventType ?? "Event").split(".").at(-1);
+    return String(record.Message || name.replace(/([a-z])([A-Z])/g, "$1 $2"));
+}
+
+function timeText(record) {
+    const time = new Date(record.EventTimestamp ?? Date.now());
+    return Number.isNaN(time.getTime()) ? "" : time.toLocaleTimeString();
+}
+
+// Gives the entries of certificates that are known by now their names.
+export function nameActivity(app) {
+    unnamed = unnamed.filter(({ uri, place }) => {
+        const certificate = app.certificates().find((each) => each.uri === uri);
+        if (certificate) {
+            place.replaceChildren(element("button",
+                { type: "button", class: "link", onclick: () => app.open(uri) },
+                nameOf(certificate.document.Subject)));
+        }
+        return !certificate;
+    });
+}
+
+export function addActivity(record, app) {
+    const uri = String(record.OriginOfCondition?.["@odata.id"] ?? "");
+    const place = element("span", { class: "second" },
+        ...breakable(uri.replace("/redfish/v1/", "")));
+    const severity = SEVERITIES.includes(record.MessageSeverity) ? record.MessageSeverity : "OK";
+    const list = byId("activity");
+    list.prepend(element("li", { "data-severity": severity },
+        element("time", {}, timeText(record)), element("span", {}, wordsOf(record)), place));
+    while (list.children.length > MOST_ENTRIES) {
+        list.lastElementChild.remove();
+    }
+    byId("no-activity").hidden = true;
+    unnamed = [{ uri, place }, ...unnamed].slice(0, MOST_ENTRIES);
+    nameActivity(app);
+}
+
+export function clearActivity() {
+    unnamed = [];
+    byId("activity").replaceChildren();
+    byId("no-activity").hidden = false;
+}
