@@ -3,8 +3,10 @@
 #include "core/secret.h"
 #include "frontend/exchange/front_end_error.h"
 
+#include <sys/time.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,6 +21,9 @@ constexpr const char* SOCKET_FILE = "/var/run/redis.unixsocket";
 constexpr int UNIX_SOCKET = 1;
 constexpr int TCP = 2;
 constexpr long STANDARD_PORT = 6379;
+
+// How long one command may take: as long as the front end's own default for its connections says.
+constexpr timeval COMMAND_TIME = {5, 0};
 
 struct HeapTextEnd {
     void operator()(char* text) const {
@@ -75,6 +80,12 @@ FrontEndError cannotConnect() {
 }
 
 RedisReply checkedReply(const redisContext* context, RedisReply reply) {
+    if (!reply && context->err == REDIS_ERR_IO && errno == EAGAIN) {
+        throw FrontEndError(FailureKind::NO_REDIS,
+                            "Redis gives no answer within " + std::to_string(COMMAND_TIME.tv_sec) +
+                                " seconds.",
+                            "It is stopped or overloaded; look what it does.");
+    }
     if (!reply) {
         throw FrontEndError(FailureKind::NO_REDIS,
                             std::string("The connection to Redis is lost: ") + context->errstr);
@@ -90,6 +101,9 @@ RedisReply checkedReply(const redisContext* context, RedisReply reply) {
 
 RedisConnection openRedisSession() {
     RedisConnection session = connectByFiles();
+    if (session) {
+        (void)redisSetTimeout(session.get(), COMMAND_TIME);
+    }
     if (!session || !authenticate(session.get())) {
         throw cannotConnect();
     }

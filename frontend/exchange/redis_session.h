@@ -3,8 +3,9 @@
 // The front end's connections to Redis, found through the same files as the daemon's
 // (core/redis_connection.h), but afresh each time and without a word on standard error.
 //
-// Functions that talk to Redis throw FrontEndError (NO_REDIS) when it cannot be reached or refuses
-// the command. A session belongs to one thread at a time; several threads may each open their own.
+// Functions that talk to Redis throw FrontEndError (NO_REDIS) when it cannot be reached, refuses the
+// command or gives no answer to it within five seconds. A session belongs to one thread at a time;
+// several threads may each open their own.
 
 #include "core/redis_connection.h"
 #include "core/redis_reply.h"

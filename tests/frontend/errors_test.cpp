@@ -75,6 +75,15 @@ TEST(WithAPassword, TheServerIsReachedByTheConnectionFiles) {
             3, "", "certificatectl: Redis refuses a command: NOAUTH Authentication required.\n"}));
 }
 
+TEST_F(Errors, ARedisServerThatStandsStillIsReported) {
+    server.pause();
+    const ProgramResult result = runFrontEnd({"get", COLLECTION});
+    server.resume();
+    EXPECT_EQ(result, (ProgramResult{3, "",
+                                     "certificatectl: Redis gives no answer within 5 seconds.\n"
+                                     "  It is stopped or overloaded; look what it does.\n"}));
+}
+
 TEST_F(Errors, ADaemonThatDoesNotListenIsReportedAndNothingStaysBehind) {
     const std::string file = fileWith(makeSelfSigned().certificate);
     const std::vector<std::vector<std::string>> commands = {
