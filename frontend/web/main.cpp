@@ -51,8 +51,9 @@ void tellAddress(const ServerAddress& address, std::uint16_t port) {
     (void)std::fflush(stdout);
 }
 
-void serve(const WebOptions& options, const sigset_t& before) {
-    WebService service(options.settings);
+void serve(WebOptions& options, const sigset_t& before) {
+    WebService service(options.settings, options.password);
+    wipeText(options.password);
     ListenerIdentity identity(service.redis, options.settings.certificatesUri);
     HttpServer server(options.address, {}, callsOf(service, identity));
     service.events.start();
@@ -69,7 +70,7 @@ void serve(const WebOptions& options, const sigset_t& before) {
 int main(int count, char** words) {
     (void)mallopt(M_ARENA_MAX, HEAPS);
     forbidCoreFiles();
-    const WebOptions options = readOptions(count, words);
+    WebOptions options = readOptions(count, words);
     installInterruptHandler();
     const sigset_t before = holdBackSignals();
     try {

@@ -1,6 +1,5 @@
 #include "frontend/web/options.h"
 
-#include "core/secret.h"
 #include "frontend/records/seed_records.h"
 
 #include <CLI/CLI.hpp>
@@ -92,8 +91,8 @@ WebOptions readOptions(int count, char** words) {
     try {
         app.parse(count, words);
         return {parseAddress(options.listen),
-                {options.user, readPassword(options.passwordFile), options.certificatesUri,
-                 options.maxSessions}};
+                {options.user, options.certificatesUri, options.maxSessions},
+                readPassword(options.passwordFile)};
     } catch (const CLI::ParseError& error) {
         std::exit(app.exit(error)); // NOLINT(concurrency-mt-unsafe): no thread has been started
     }

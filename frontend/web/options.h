@@ -8,6 +8,7 @@
 struct WebOptions {
     ServerAddress address;
     WebSettings settings;
+    std::string password; // whoever uses it wipes it
 };
 
 // Reads the command line and the password file. Prints what is wrong, or the help, and ends the

@@ -14,15 +14,15 @@
 
 struct WebSettings {
     std::string user;
-    std::string password;
     std::string certificatesUri; // of the collection whose newest certificate the listener shows
     std::size_t maxSessions = 0;
 };
 
 // The members are safe on any thread.
 struct WebService {
-    explicit WebService(const WebSettings& webSettings)
-        : settings(webSettings), login(webSettings.user, webSettings.password),
+    // The password is not kept.
+    WebService(const WebSettings& webSettings, const std::string& password)
+        : settings(webSettings), login(webSettings.user, password),
           sessions(webSettings.maxSessions) {}
 
     const WebSettings settings;
