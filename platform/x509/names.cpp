@@ -46,6 +46,26 @@ int lastIndexOf(const X509_NAME* name, int attribute) {
     return last;
 }
 
+std::vector<std::string> printableParts(const X509_NAME* name, int attribute, int except) {
+    std::vector<std::string> values;
+    int index = X509_NAME_get_index_by_NID(name, attribute, -1);
+    for (; index >= 0; index = X509_NAME_get_index_by_NID(name, attribute, index)) {
+        const auto value = utf8Of(X509_NAME_ENTRY_get_data(X509_NAME_get_entry(name, index)));
+        if (value && index != except) {
+            values.push_back(withUnprintableEscaped(*value));
+        }
+    }
+    return values;
+}
+
+// Letters outside ASCII stand as they are; so do bytes that are no text at all.
+std::optional<std::string> printedName(const X509_NAME* name, unsigned long flags) {
+    const BioHandle memory = newMemory();
+    const int length = X509_NAME_print_ex(
+        memory.get(), name, 0, flags & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB));
+    return length < 0 ? std::nullopt : std::optional<std::string>(writtenText(memory));
+}
+
 } // namespace
 
 std::vector<NamePart> namePartsOf(const X509_NAME* name) {
@@ -61,10 +81,20 @@ std::vector<NamePart> namePartsOf(const X509_NAME* name) {
 }
 
 std::optional<std::string> wholeName(const X509_NAME* name) {
-    constexpr unsigned long FLAGS =
-        XN_FLAG_RFC2253 & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB);
-    const BioHandle memory = newMemory();
-    return X509_NAME_print_ex(memory.get(), name, 0, FLAGS) < 0
-               ? std::nullopt
-               : std::optional<std::string>(withMisleadingEscaped(writtenText(memory)));
+    const auto text = printedName(name, XN_FLAG_RFC2253);
+    return text ? std::optional(withMisleadingEscaped(*text)) : std::nullopt;
+}
+
+FurtherParts furtherPartsOf(const X509_NAME* name) {
+    const auto beside = [name](int attribute) {
+        return printableParts(name, attribute, lastIndexOf(name, attribute));
+    };
+    return {beside(NID_commonName), beside(NID_organizationalUnitName),
+            printableParts(name, NID_domainComponent, -1)};
+}
+
+std::optional<std::string> displayedName(const X509_NAME* name) {
+    constexpr unsigned long OTHER_FORM = XN_FLAG_DN_REV | XN_FLAG_SEP_MASK;
+    const auto text = printedName(name, (XN_FLAG_RFC2253 & ~OTHER_FORM) | XN_FLAG_SEP_CPLUS_SPC);
+    return text ? std::optional(withUnprintableEscaped(*text)) : std::nullopt;
 }

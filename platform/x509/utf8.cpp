@@ -118,6 +118,17 @@ std::string withMisleadingEscaped(std::string_view text) {
     return shown;
 }
 
+std::string withUnprintableEscaped(std::string_view text) {
+    std::string shown;
+    while (!text.empty()) {
+        const std::size_t printable = printableBytes(text);
+        const std::string_view bytes = text.substr(0, std::max<std::size_t>(printable, 1));
+        shown += printable == 0 ? escaped(bytes) : std::string(bytes);
+        text.remove_prefix(bytes.size());
+    }
+    return shown;
+}
+
 std::string shownInMessage(std::string_view text) {
     if (!printableLength(text)) {
         return "(not a text)";

@@ -16,6 +16,10 @@
 // hexadecimal digits (RFC 4514, 2.4): "\E2\80\AE" for U+202E.
 [[nodiscard]] std::string withMisleadingEscaped(std::string_view text);
 
+// The text as a client may be shown it: each byte that belongs to no printable character in the
+// same form, control characters and what is no UTF-8 included.
+[[nodiscard]] std::string withUnprintableEscaped(std::string_view text);
+
 // The text as it may stand in a message: cut to 64 characters with "..." after them, and "(not a
 // text)" for what is not printable.
 [[nodiscard]] std::string shownInMessage(std::string_view text);

@@ -90,3 +90,19 @@ TEST(ShownInMessage, IsTheTextCutBetweenCharactersOrAReplacement) {
         EXPECT_EQ(shownInMessage(text), shown);
     }
 }
+
+TEST(UnprintableCharacters, AreShownAsTheirBytes) {
+    for (const auto& [text, shown] : std::vector<std::pair<std::string_view, std::string>>{
+             {""sv, ""},
+             {"M\xc3\xbcnchen, a\\b"sv, "M\xc3\xbcnchen, a\\b"},
+             {"good.example\0.evil"sv, "good.example\\00.evil"},
+             {"\x1b[31m\r\n"sv, "\\1B[31m\\0D\\0A"},
+             {"\xc2\x85"sv, "\\C2\\85"},
+             {"a\xe2\x80\xae"
+              "b"sv,
+              "a\\E2\\80\\AEb"},
+             {"\xff\xc3("sv, "\\FF\\C3("},
+         }) {
+        EXPECT_EQ(withUnprintableEscaped(text), shown);
+    }
+}
