@@ -56,6 +56,7 @@ void serve(WebOptions& options, const sigset_t& before) {
     wipeText(options.password);
     ListenerIdentity identity(service.redis, options.settings.certificatesUri);
     HttpServer server(options.address, {}, callsOf(service, identity));
+    service.port = server.port();
     service.events.start();
     tellAddress(options.address, server.port());
     std::thread serving([&server] { server.run(); });

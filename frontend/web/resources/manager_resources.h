@@ -5,4 +5,6 @@
 
 #include "frontend/web/service/route.h"
 
+inline constexpr char MANAGERS_URI[] = "/redfish/v1/Managers";
+
 [[nodiscard]] Routes managerRoutes();

@@ -9,7 +9,9 @@
 #include "frontend/web/service/session_table.h"
 #include "frontend/web/service/task_runner.h"
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 struct WebSettings {
@@ -26,6 +28,7 @@ struct WebService {
           sessions(webSettings.maxSessions) {}
 
     const WebSettings settings;
+    std::atomic<std::uint16_t> port = 0; // of the listener; 0: none yet
     RedisSessions redis;
     LoginGuard login;
     SessionTable sessions;

@@ -1,0 +1,38 @@
+#pragma once
+
+// Which certificate collections and certificates Redis holds.
+//
+// Functions throw FrontEndError (NO_REDIS) when Redis cannot be reached or refuses a command.
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <string>
+#include <vector>
+
+struct redisContext;
+
+// Whether a certificate collection stands there, by its stored type.
+[[nodiscard]] bool holdsCollection(redisContext* context, const std::string& uri);
+
+// Whether a certificate of a collection stands there, by the stored types of both.
+[[nodiscard]] bool holdsCertificate(redisContext* context, const std::string& uri);
+
+// Whether the collection's members or the certificate locations name the certificate: something may
+// be left there of one whose resource has gone.
+[[nodiscard]] bool isCertificateNamed(redisContext* context, const std::string& uri);
+
+// The certificates among the members of the collection, in their stored order. Those that do not
+// stand there, or elsewhere than below the collection, are left out.
+[[nodiscard]] std::vector<std::string> collectionMembers(redisContext* context,
+                                                         const std::string& collectionUri);
+
+// The members of all collections that are known: this one, and those of the certificates that the
+// certificate locations name.
+[[nodiscard]] std::vector<std::string> allCertificates(redisContext* context,
+                                                       const std::string& collectionUri);
+
+// The certificate as it is shown (certificateView); null when it is not there.
+[[nodiscard]] nlohmann::json readCertificate(redisContext* context, const std::string& uri);
+
+// References to the resources: [{"@odata.id": uri}, ...].
+[[nodiscard]] nlohmann::json referencesTo(const std::vector<std::string>& uris);
