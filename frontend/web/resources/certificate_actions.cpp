@@ -134,6 +134,7 @@ const char* dataTypeOf(ParameterType type) {
         return "Object";
     case ParameterType::LINE:
     case ParameterType::TEXT:
+    case ParameterType::FREE_TEXT:
         break;
     }
     return "String";

@@ -3,12 +3,12 @@
 #include "core/at_scope_end.h"
 #include "core/protocol/redfish_names.h"
 #include "core/secret.h"
+#include "frontend/web/service/request_checks.h"
 #include "frontend/web/service/web_service.h"
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-#include <array>
+#include <chrono>
 
 namespace {
 
@@ -20,7 +20,6 @@ constexpr const char* SESSIONS_MEMBERS_URI = "/redfish/v1/SessionService/Session
 
 constexpr const char* USER_NAME = "UserName";
 constexpr const char* PASSWORD = "Password";
-constexpr std::array<const char*, 2> LOGIN_PROPERTIES = {USER_NAME, PASSWORD};
 
 std::string sessionUri(const WebSession& session) {
     return std::string(SESSIONS_URI) + "/" + session.id;
@@ -82,55 +81,19 @@ Answer deleteSession(WebService& service, const Call& call) {
 
 // --- login --------------------------------------------------------------------------------------
 
-json readBody(const std::string& text) {
-    json body = json::parse(text, nullptr, false);
-    if (!body.is_object()) {
-        wipeDocument(body);
-        throw Refusal(400, RedfishMessage{"Base.1.9.MalformedJSON"});
-    }
-    return body;
-}
-
-bool isLoginProperty(const std::string& name) {
-    return std::find(LOGIN_PROPERTIES.begin(), LOGIN_PROPERTIES.end(), name) !=
-           LOGIN_PROPERTIES.end();
-}
-
-// The value is not shown: a password may stand in the wrong place.
-RedfishMessage wrongType(const std::string& name) {
-    return {"Base.1.9.PropertyValueTypeError",
-            {"(not shown)", name},
-            {"#/" + name},
-            "The property " + name + " must be a text."};
-}
-
-// What is wrong with the members of a login.
-std::vector<RedfishMessage> loginFaults(const json& body) {
-    std::vector<RedfishMessage> faults;
-    for (const char* name : LOGIN_PROPERTIES) {
-        if (!body.contains(name)) {
-            faults.push_back({"Base.1.9.PropertyMissing", {name}, {std::string("#/") + name}});
-        } else if (!body[name].is_string()) {
-            faults.push_back(wrongType(name));
-        }
-    }
-    for (const auto& [name, value] : body.items()) {
-        if (!isLoginProperty(name)) {
-            const std::string pointer = (json::json_pointer() / name).to_string();
-            faults.push_back({"Base.1.9.PropertyUnknown", {name}, {"#" + pointer}});
-            break; // a hostile body has thousands
-        }
-    }
-    return faults;
+const RequestForm& loginForm() {
+    static const RequestForm FORM = {"",
+                                     {
+                                         {USER_NAME, ParameterType::FREE_TEXT, true},
+                                         {PASSWORD, ParameterType::FREE_TEXT, true, true},
+                                     }};
+    return FORM;
 }
 
 // The user who proves to be one. Throws Refusal otherwise.
 std::string logIn(WebService& service, const Call& call) {
-    json body = readBody(call.request.body);
+    json body = readCheckedBody(call.request, loginForm());
     const AtScopeEnd wipe([&body] { wipeDocument(body); });
-    if (auto faults = loginFaults(body); !faults.empty()) {
-        throw Refusal(400, std::move(faults));
-    }
     auto user = body[USER_NAME].get<std::string>();
     if (!service.login.accepts(user, body[PASSWORD].get_ref<const std::string&>(),
                                call.request.peer)) {

@@ -124,6 +124,7 @@ private:
         switch (parameter->type) {
         case ParameterType::LINE:
         case ParameterType::TEXT:
+        case ParameterType::FREE_TEXT:
             checkText(value, *parameter);
             return;
         case ParameterType::LINES:
@@ -141,6 +142,9 @@ private:
     void checkText(const json& value, const RequestParameter& parameter) {
         if (!value.is_string()) {
             noteType(value, parameter);
+            return;
+        }
+        if (parameter.type == ParameterType::FREE_TEXT) {
             return;
         }
         const std::string& text = value.get_ref<const std::string&>();

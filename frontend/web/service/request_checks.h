@@ -17,6 +17,7 @@
 enum class ParameterType {
     LINE,      // a text without control characters
     TEXT,      // a text that may hold line ends and other control characters
+    FREE_TEXT, // any text; for what the service itself compares and the daemon never sees
     LINES,     // an array of texts without control characters
     INTEGER,   // of 32 bits
     REFERENCE, // {"@odata.id": URI}
