@@ -20,7 +20,7 @@ HttpRequest requestOf(const std::string& method, const std::string& path) {
 
 } // namespace
 
-ResourceRequests::ResourceRequests() : service(WebSettings{"user", "password", COLLECTION, 10}) {
+ResourceRequests::ResourceRequests() : service({"user", COLLECTION, 10}, "password") {
     writeConnectionFiles(server);
     (void)seedRecords(client.context(), {COLLECTION, OTHER_COLLECTION});
 }
