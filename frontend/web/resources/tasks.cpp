@@ -15,11 +15,15 @@ namespace {
 
 using nlohmann::json;
 
-const std::string MONITORS_URI = std::string(TASK_SERVICE_URI) + "/TaskMonitors";
+constexpr char MONITORS_URI[] = "/redfish/v1/TaskService/TaskMonitors";
 constexpr const char* RETRY_SECONDS = "1";
 
 std::string monitorOf(const std::string& taskUri) {
     return MONITORS_URI + taskUri.substr(taskUri.rfind('/'));
+}
+
+std::string monitorNamed(const std::string& id) {
+    return std::string(MONITORS_URI) + "/" + id;
 }
 
 std::string taskNamed(const std::string& id) {
@@ -118,7 +122,7 @@ Routes taskRoutes() {
     return {
         {TASK_SERVICE_URI, "GET", getTaskService}, {TASKS_URI, "GET", getTasks},
         {taskNamed("{}"), "GET", getTask},         {taskNamed("{}"), "DELETE", deleteTask},
-        {MONITORS_URI + "/{}", "GET", getMonitor}, {MONITORS_URI + "/{}", "DELETE", deleteTask},
+        {monitorNamed("{}"), "GET", getMonitor},   {monitorNamed("{}"), "DELETE", deleteTask},
     };
 }
 

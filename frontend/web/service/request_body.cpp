@@ -67,9 +67,8 @@ public:
             return refuse(malformed("The body holds a NUL character."));
         }
         if (open.back()->contains(name)) {
-            return refuse({400, RedfishMessage{"Base.1.9.PropertyDuplicate",
-                                               {shownInMessage(name)},
-                                               {}}});
+            return refuse(
+                {400, RedfishMessage{"Base.1.9.PropertyDuplicate", {shownInMessage(name)}, {}}});
         }
         member = std::move(name);
         return true;

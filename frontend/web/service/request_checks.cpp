@@ -28,6 +28,15 @@ bool hasControls(std::string_view text) {
     return std::any_of(text.begin(), text.end(), isControl);
 }
 
+bool fitsIn32Bits(const json& integer) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    if (integer.is_number_unsigned()) {
+        return integer.get<std::uint64_t>() <= std::uint64_t{Limits::max()};
+    }
+    const auto number = integer.get<std::int64_t>();
+    return number >= Limits::min() && number <= Limits::max();
+}
+
 // A value as a message may show it.
 std::string shownValue(const json& value, bool isSecret) {
     if (isSecret) {
@@ -170,11 +179,7 @@ private:
             noteType(value, parameter);
             return;
         }
-        using Limits = std::numeric_limits<std::int32_t>;
-        const bool fits = value.is_number_unsigned()
-                              ? value.get<std::uint64_t>() <= std::uint64_t{Limits::max()}
-                              : value.get<std::int64_t>() >= Limits::min();
-        if (!fits) {
+        if (!fitsIn32Bits(value)) {
             noteFormat(value, parameter, "is far too large a number.");
         }
     }
@@ -212,7 +217,9 @@ private:
     const RequestForm& form;
 };
 
-const std::vector<std::string_view> CERTIFICATE_TYPES = {"PEM", "PEMchain", "PKCS7"};
+std::vector<std::string_view> certificateTypes() {
+    return {"PEM", "PEMchain", "PKCS7"};
+}
 
 // Certification authorities get no request here.
 std::vector<std::string_view> requestableUsages() {
@@ -229,7 +236,7 @@ const RequestForm& newCertificateForm() {
     static const RequestForm FORM = {"",
                                      {
                                          {CERTIFICATE_STRING, TEXT, true, true},
-                                         {CERTIFICATE_TYPE, LINE, true, false, CERTIFICATE_TYPES},
+                                         {CERTIFICATE_TYPE, LINE, true, false, certificateTypes()},
                                      }};
     return FORM;
 }
@@ -276,7 +283,7 @@ const RequestForm& replaceCertificateForm() {
                                      {
                                          {CERTIFICATE_URI, REFERENCE, true},
                                          {CERTIFICATE_STRING, TEXT, true, true},
-                                         {CERTIFICATE_TYPE, LINE, true, false, CERTIFICATE_TYPES},
+                                         {CERTIFICATE_TYPE, LINE, true, false, certificateTypes()},
                                      }};
     return FORM;
 }
