@@ -1,11 +1,13 @@
 // HTTP and TLS as certificateweb speaks them: framing, limits, who may ask.
 
+#include "frontend/records/seed_records.h"
 #include "tests/web/web_process.h"
 
 #include <unistd.h>
 
 namespace {
 
+using testing::HasSubstr;
 using testing::StartsWith;
 using WebHttp = WebTest;
 
@@ -143,6 +145,28 @@ TEST_F(WebHttp, SilentAndHalfSentRequestsKeepNobodyOut) {
 
 TEST_F(WebHttp, OldTlsIsRefusedAndNewTlsIsSpoken) {
     EXPECT_EQ(TlsConnection(web->port()).protocol(), "TLSv1.3");
+}
+
+TEST_F(WebHttp, RedisThatIsGoneIsSaidAndComesBack) {
+    server.stop();
+    const HttpsAnswer answer = client->get(COLLECTION);
+    EXPECT_EQ(answer.status, 503);
+    EXPECT_NE(answer.header("Retry-After"), "");
+    EXPECT_THAT(answer.body, HasSubstr("Redis"));
+    server.start();
+    (void)seedRecords(RedisClient(server).context(), {COLLECTION});
+    EXPECT_EQ(client->get(COLLECTION).status, 200);
+}
+
+TEST_F(WebHttp, ADaemonThatIsGoneIsSaidAndComesBack) {
+    daemon->kill();
+    const HttpsAnswer answer = client->post(COLLECTION, creationOf(serverIdentity()));
+    EXPECT_EQ(answer.status, 503);
+    EXPECT_NE(answer.header("Retry-After"), "");
+    EXPECT_THAT(answer.body, HasSubstr("daemon"));
+    daemon = std::make_unique<DaemonProcess>();
+    daemon->waitUntilReady(server);
+    install(serverIdentity());
 }
 
 TEST_F(WebHttp, TheProgramEndsAtASignal) {
