@@ -155,6 +155,10 @@ nlohmann::json buildValue(RecordsByKey& records, const Marker& marker, int depth
                          : buildObject(records, record, depth + 1);
 }
 
+bool isServicesOwn(const nlohmann::json& value) {
+    return value.is_string() && hasMarkerPrefix(value.get_ref<const std::string&>());
+}
+
 } // namespace
 
 std::vector<StoredRecord> readStoredTree(redisContext* context, const std::string& key) {
@@ -192,6 +196,9 @@ nlohmann::json clientView(const nlohmann::json& document) {
     }
     nlohmann::json view = document.is_array() ? nlohmann::json::array() : nlohmann::json::object();
     for (const auto& [name, value] : document.items()) {
+        if (isServicesOwn(value)) {
+            continue;
+        }
         if (document.is_array()) {
             view.push_back(clientView(value));
         } else if (!hasMarkerPrefix(name)) {

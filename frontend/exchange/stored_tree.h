@@ -40,8 +40,8 @@ struct StoredRecord {
 // readStoredTree, treeDocument. A null document when there is nothing.
 [[nodiscard]] nlohmann::json readDocument(redisContext* context, const std::string& key);
 
-// The document as a client of the Redfish service sees it: without the services' own members, whose
-// names begin with "&&", at any depth.
+// The document as a client of the Redfish service sees it: without what is the services' own,
+// members whose names begin with "&&" and texts that begin so, at any depth.
 [[nodiscard]] nlohmann::json clientView(const nlohmann::json& document);
 
 // Removes the tree at the key, if there is one.

@@ -69,10 +69,13 @@ TEST_F(StoredTree, ATreeNestedTooDeeplyIsNotShown) {
     EXPECT_EQ(error.kind, FailureKind::TOO_LARGE);
 }
 
-TEST_F(StoredTree, ClientsSeeNoMembersOfTheServiceItself) {
+TEST_F(StoredTree, ClientsSeeNothingOfTheServicesOwn) {
     const json document = {{"&&Secret", "x"},
-                           {"A", {{"&&B", "y"}, {"C", json::array({{{"&&D", "z"}, {"E", 1}}})}}}};
-    const json expected = {{"A", {{"C", json::array({{{"E", 1}}})}}}};
+                           {"A", {{"&&B", "y"}, {"C", json::array({{{"&&D", "z"}, {"E", 1}}})}}},
+                           {"Text", "&&Object a b"},
+                           {"List", {"&&x", "&x", json::array({"&&y", 2})}}};
+    const json expected = {{"A", {{"C", json::array({{{"E", 1}}})}}},
+                           {"List", {"&x", json::array({2})}}};
     EXPECT_EQ(clientView(document), expected);
 }
 

@@ -44,7 +44,8 @@ const std::map<std::string, std::string> RESOURCES = {
      "DeliveryRetryAttempts:number DeliveryRetryIntervalSeconds:number EventFormatTypes:text[] "
      "EventTypesForSubscription:text[] IncludeOriginOfConditionSupported:flag? "
      "RegistryPrefixes:text[] ResourceTypes:text[] SSEFilterPropertiesSupported:object "
-     "ServerSentEventUri:text ServiceEnabled:flag? Status:{Status} Subscriptions:link"},
+     "ServerSentEventUri:text ServiceEnabled:flag? Status:{Status} "
+     "SubordinateResourcesSupported:flag? Subscriptions:link"},
     {"Manager.v1_11_0.Manager", "ManagerType:text NetworkProtocol:link "
                                 "ServiceEntryPointUUID:text? Status:{Status}"},
     {"ManagerNetworkProtocol.v1_6_1.ManagerNetworkProtocol",
