@@ -1,8 +1,11 @@
 // The event service and its streams over HTTPS.
 
-#include "frontend/records/event_script.h"
+#include "tests/support/certificates.h"
 #include "tests/support/wait.h"
 #include "tests/web/web_process.h"
+
+#include <array>
+#include <ctime>
 
 namespace {
 
@@ -46,6 +49,24 @@ protected:
 
     HttpsAnswer login;
 };
+
+// The documents of the stream's events in the text.
+std::vector<json> documentsIn(const std::string& text) {
+    std::vector<json> documents;
+    const std::string mark = "\ndata: ";
+    for (auto at = text.find(mark); at != std::string::npos; at = text.find(mark, at + 1)) {
+        const std::size_t begin = at + mark.size();
+        documents.push_back(json::parse(text.substr(begin, text.find('\n', begin) - begin)));
+    }
+    return documents;
+}
+
+// What comes up to the end of the event that holds the text.
+std::string readEvents(TlsConnection& stream, const std::string& text) {
+    const std::string read = stream.readUntil(text);
+    const bool isWhole = read.find("\n\n", read.rfind(text)) != std::string::npos;
+    return isWhole ? read : read + stream.readUntil("\n\n");
+}
 
 TEST_F(EventStreams, TheServiceLeadsToItsStreamAndItsSubscriptions) {
     redis.command("HSET", SERVICE, "ServiceEnabled", "true", "&&EVENT_GROUP_ID_COUNTER", "5");
@@ -132,6 +153,48 @@ TEST_F(EventStreams, MoreThanTwentyAreRefused) {
     streams.pop_back();
     EXPECT_TRUE(waitUntil([&] { return members().size() == 19; }));
     (void)open();
+}
+
+TEST_F(EventStreams, ShowTheCreationOfACertificate) {
+    const auto stream = open();
+    const std::string uri = install(serverIdentity());
+    const std::string text = readEvents(*stream, "CertificateLocations was changed");
+    const std::vector<json> documents = documentsIn(text);
+    ASSERT_FALSE(documents.empty()) << text;
+    const json event = documents[0]["Events"][0];
+    EXPECT_EQ(event["OriginOfCondition"]["@odata.id"], uri);
+    EXPECT_EQ(event["EventType"], "ResourceAdded");
+    EXPECT_EQ(event["MessageId"], "ResourceEvent.1.0.ResourceCreated");
+    EXPECT_NE(event["MemberId"], "");
+    EXPECT_THAT(text, AllOf(HasSubstr("id: 1\ndata: {"), HasSubstr("}\n\n"), Not(HasSubstr("&&")),
+                            Not(HasSubstr("PRIVATE KEY"))));
+}
+
+// A moment as a certificate writes it, "20260131235959Z".
+std::string dateIn(int days) {
+    const std::time_t moment = std::time(nullptr) + days * 24L * 60 * 60;
+    std::tm utc{};
+    (void)gmtime_r(&moment, &utc);
+    std::array<char, 16> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y%m%d%H%M%SZ", &utc)};
+}
+
+TEST_F(EventStreams, ShowThatACertificateNearsItsEnd) {
+    CertificateOptions options;
+    options.notAfter = dateIn(20);
+    const TestCertificate made = makeSelfSigned(options);
+    const auto stream = open();
+    const std::string uri = install(made.certificate + made.privateKey);
+    const std::string text = readEvents(*stream, "ResourceStatusChangedWarning");
+    const json condition = client->get(uri).json()["Status"]["Conditions"][0];
+    const std::vector<json> documents = documentsIn(text);
+    ASSERT_FALSE(documents.empty()) << text;
+    const json event = documents.back()["Events"][0];
+    EXPECT_EQ(event["OriginOfCondition"]["@odata.id"], uri);
+    EXPECT_EQ(event["EventType"], "StatusChange");
+    for (const char* same : {"MessageId", "Message", "MessageArgs", "Severity"}) {
+        EXPECT_EQ(event[same], condition[same]) << same;
+    }
 }
 
 } // namespace
