@@ -90,6 +90,21 @@ const RequestForm& loginForm() {
     return FORM;
 }
 
+Refusal wrongCredentials() {
+    Refusal refusal(401, RedfishMessage{"Base.1.9.NoValidSession",
+                                        {},
+                                        {},
+                                        "There is no such user, or the password is wrong."});
+    refusal.headers.emplace_back("WWW-Authenticate", "Basic realm=\"Redfish\"");
+    return refusal;
+}
+
+Refusal tooManySessions() {
+    Refusal refusal = serviceUnavailable("");
+    refusal.messages.front() = {"Base.1.9.SessionLimitExceeded"};
+    return refusal;
+}
+
 // The user who proves to be one. Throws Refusal otherwise.
 std::string logIn(WebService& service, const Call& call) {
     json body = readCheckedBody(call.request, loginForm());
@@ -97,12 +112,7 @@ std::string logIn(WebService& service, const Call& call) {
     auto user = body[USER_NAME].get<std::string>();
     if (!service.login.accepts(user, body[PASSWORD].get_ref<const std::string&>(),
                                call.request.peer)) {
-        Refusal refusal(401, RedfishMessage{"Base.1.9.NoValidSession",
-                                            {},
-                                            {},
-                                            "There is no such user, or the password is wrong."});
-        refusal.headers.emplace_back("WWW-Authenticate", "Basic realm=\"Redfish\"");
-        throw refusal;
+        throw wrongCredentials();
     }
     return user;
 }
@@ -111,9 +121,7 @@ Answer createSession(WebService& service, const Call& call) {
     const std::string user = logIn(service, call);
     const auto made = service.sessions.open(user, call.request.peer);
     if (!made) {
-        Refusal refusal = serviceUnavailable("");
-        refusal.messages.front() = {"Base.1.9.SessionLimitExceeded"};
-        throw refusal;
+        throw tooManySessions();
     }
     Answer answer = createdAnswer(sessionUri(made->session), sessionDocument(made->session));
     answer.headers.emplace_back("X-Auth-Token", made->token);

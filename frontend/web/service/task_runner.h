@@ -68,7 +68,7 @@ private:
     void renew(const std::string& taskUri);
     void drop(const std::string& taskUri);
 
-    const TaskLimits limits;
+    const TaskLimits limits{};
     std::mutex mutex; // guards what follows, apart from the thread
     std::condition_variable changed;
     std::vector<Followed> tasks; // in the order in which they began
