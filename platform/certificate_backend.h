@@ -6,6 +6,11 @@
 // board's own library replaces the reference implementation without a rebuild of the daemon. The
 // order and the types of the members below are part of the binary interface.
 //
+// The functions have C++ linkage, so the binary interface is that of libstdc++ with GCC's strings
+// since version 5 (_GLIBCXX_USE_CXX11_ABI=1): a library that is built with the older ones or with
+// libc++ exports other names and is not found. certificate-backend-check tells that, and tries the
+// rest of the contract.
+//
 // Result codes follow HTTP: 200 is success, 400 a request that is wrong in itself, any other code
 // a fault of the service. The message says what went wrong in terms of a Redfish message registry
 // (DMTF DSP0268 message registries); with an empty MessageId the caller chooses a general message.

@@ -7,7 +7,7 @@ expect 0 "" scripts/check-includes
 expect_refused() {
     local tree=$work/tree
     rm -rf "$tree"
-    mkdir -p "$tree"/{core,store,requests,actions,platform,frontend} "$(dirname "$tree/$1")"
+    mkdir -p "$tree"/{core,store,requests,actions,platform,frontend,tools} "$(dirname "$tree/$1")"
     printf '\n#include %s\n' "$2" >"$tree/$1"
     expect 1 "$1:2: " scripts/check-includes "$tree"
 }
@@ -22,6 +22,7 @@ expect_refused platform/configuration.h '"core/protocol/fields.h"'
 expect_refused platform/x509/names.h '"platform/certificate_backend/utf8.h"'
 expect_refused frontend/exchange/subscription.h '"frontend/ctl/output.h"'
 expect_refused frontend/records/timestamps.cpp '"requests/identifiers.h"'
+expect_refused tools/backend_check/main.cpp '"platform/certificate_backend/messages.h"'
 expect_refused store/read_resource.cpp '"tests/support/wait.h"'
 expect_refused store/read_resource.cpp '"value_text.h"'
 
