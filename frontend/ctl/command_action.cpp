@@ -29,13 +29,27 @@ nlohmann::json readBody(const std::string& file) {
     return body;
 }
 
-void runAction(const CommonOptions& common, const ActionOptions& options) {
+bool isUnknownAction(const ServiceAnswer& answer) {
+    return answer.messageId.ends_with(".ActionNotSupported");
+}
+
+ServiceAnswer send(const CommonOptions& common, const ActionOptions& options) {
     nlohmann::json body = readBody(options.bodyFile);
     const RedisConnection session = openRedisSession();
-    const ServiceAnswer answer =
-        sendRequest(session.get(), {ACTION_CHANNEL, options.targetUri, "", 0}, std::move(body),
-                    common)
+    try {
+        return sendRequest(session.get(), {ACTION_CHANNEL, options.targetUri, "", 0},
+                           std::move(body), common)
             .answer;
+    } catch (ServiceRefusal& refusal) {
+        if (options.bodyFile.empty() && !isUnknownAction(refusal.answer)) {
+            refusal.hint = "The request had no body; --body FILE gives it one.";
+        }
+        throw;
+    }
+}
+
+void runAction(const CommonOptions& common, const ActionOptions& options) {
+    const ServiceAnswer answer = send(common, options);
     const nlohmann::json response = nlohmann::json::parse(answer.response, nullptr, false);
     printJson({{"status", answer.status},
                {"location", answer.location},
@@ -56,5 +70,9 @@ void addAction(CLI::App& app, Command& chosen) {
         ->add_option("--body", options->bodyFile,
                      "file with the JSON object to send; - for standard input")
         ->type_name("FILE");
+    command->footer(
+        "Example:\n"
+        "  certificatectl action --body request.json \\\n"
+        "      /redfish/v1/CertificateService/Actions/CertificateService.GenerateCSR\n");
     chooseWhenNamed(*command, chosen, options, runAction);
 }

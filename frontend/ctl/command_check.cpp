@@ -152,7 +152,9 @@ void addCheck(CLI::App& app, Command& chosen) {
     command->add_flag("--repair", options->repair,
                       "store what is only installed, and remove what is only in Redis");
     command->footer(
-        "\nWithout --repair nothing is touched; the exit status is 1 when they differ. The "
-        "reference\nbackend's directory on this machine is looked at.");
+        "Without --repair nothing is touched; the exit status is 1 when they differ. The "
+        "reference backend's directory on this machine is looked at.\n"
+        "\nExample:\n"
+        "  certificatectl check --repair\n");
     chooseWhenNamed(*command, chosen, options, runCheck);
 }

@@ -3,6 +3,7 @@
 #include "core/protocol/channels.h"
 #include "core/protocol/redfish_names.h"
 #include "frontend/ctl/certificate_words.h"
+#include "frontend/ctl/collection_hint.h"
 #include "frontend/ctl/command_line.h"
 #include "frontend/ctl/output.h"
 #include "frontend/ctl/send_request.h"
@@ -40,8 +41,10 @@ void printCreated(const AcceptedAnswer& created, const nlohmann::json& resource,
 void runCreate(const CommonOptions& common, const CreateOptions& options) {
     nlohmann::json body = requestBody(options.certificate);
     const RedisConnection session = openRedisSession();
-    const AcceptedAnswer created = sendRequest(
-        session.get(), {CREATE_CHANNEL, options.collectionUri, "", 0}, std::move(body), common);
+    const AcceptedAnswer created = withCollectionHint(session.get(), options.collectionUri, [&] {
+        return sendRequest(session.get(), {CREATE_CHANNEL, options.collectionUri, "", 0},
+                           std::move(body), common);
+    });
     printCreated(created, clientView(readDocument(session.get(), created.answer.location)),
                  common.json);
 }
@@ -53,10 +56,10 @@ void addCreate(CLI::App& app, Command& chosen) {
     CLI::App* command = app.add_subcommand("create", "Install a certificate in a collection.");
     addUri(*command, "COLLECTION", options->collectionUri, "the certificate collection");
     addCertificateSource(*command, options->certificate,
-                         "the certificate text, with its private key unless the key was made by\n"
-                         "generate-csr; - for standard input");
-    command->footer("\nExample:\n"
+                         "the certificate text, with its private key unless the key was made "
+                         "by generate-csr; - for standard input");
+    command->footer("Example:\n"
                     "  cat server.crt server.key | certificatectl create \\\n"
-                    "      /redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates -");
+                    "      /redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates -\n");
     chooseWhenNamed(*command, chosen, options, runCreate);
 }

@@ -32,5 +32,8 @@ void addDelete(CLI::App& app, Command& chosen) {
     const auto options = std::make_shared<DeleteOptions>();
     CLI::App* command = app.add_subcommand("delete", "Remove a certificate.");
     addUri(*command, "URI", options->uri, "the certificate");
+    command->footer("Example:\n"
+                    "  certificatectl delete \\\n"
+                    "      /redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates/1\n");
     chooseWhenNamed(*command, chosen, options, runDelete);
 }

@@ -5,6 +5,7 @@
 #include "core/protocol/redfish_names.h"
 #include "core/protocol/status_words.h"
 #include "core/secret.h"
+#include "frontend/ctl/collection_hint.h"
 #include "frontend/ctl/command_line.h"
 #include "frontend/ctl/output.h"
 #include "frontend/ctl/send_request.h"
@@ -222,7 +223,8 @@ void runGenerateCsr(const CommonOptions& common, const GenerateCsrOptions& optio
     log.taskUri = createTask(session.get(), "Certificate signing request");
     log.quiet = common.json;
     try {
-        askDaemon(common, options, std::move(body), log);
+        withCollectionHint(session.get(), options.collectionUri,
+                           [&] { askDaemon(common, options, std::move(body), log); });
     } catch (const std::exception&) {
         if (!log.isTask && log.states.empty()) {
             removeTask(session.get(), log.taskUri); // it never began
@@ -266,19 +268,19 @@ void addNameOptions(CLI::App& command, GenerateCsrOptions& options) {
 void addKeyOptions(CLI::App& command, GenerateCsrOptions& options) {
     CLI::Option* rsa = command
                            .add_option("--rsa", options.keyBitLength,
-                                       "an RSA key of so many bits: 2048, 3072 or 4096; runs as "
-                                       "a task")
+                                       "an RSA key of so many bits (runs as a task)")
                            ->type_name("BITS")
+                           ->check(offeredValues({"2048", "3072", "4096"}))
                            ->check(positiveCheck());
-    command
-        .add_option("--curve", options.parameters[KEY_CURVE_ID],
-                    "an elliptic-curve key: P256, P384 or P521")
+    command.add_option("--curve", options.parameters[KEY_CURVE_ID], "an elliptic-curve key")
         ->type_name("NAME")
+        ->check(offeredValues({"P256", "P384", "P521"}))
         ->excludes(rsa);
     command
         .add_option("--algorithm", options.parameters[KEY_PAIR_ALGORITHM],
-                    "key algorithm: RSA, ECDSA or ECDH (default: from --rsa or --curve)")
-        ->type_name("NAME");
+                    "key algorithm (default: from --rsa or --curve)")
+        ->type_name("NAME")
+        ->check(offeredValues({"RSA", "ECDSA", "ECDH"}));
 }
 
 void addPasswordOptions(CLI::App& command, GenerateCsrOptions& options) {
@@ -298,9 +300,17 @@ void addPasswordOptions(CLI::App& command, GenerateCsrOptions& options) {
         ->excludes(password);
 }
 
-void addListOption(CLI::App& command, const std::string& name, std::vector<std::string>& values,
-                   const std::string& help) {
-    command.add_option(name, values, help)->type_name("NAME")->allow_extra_args(false);
+CLI::Option& addListOption(CLI::App& command, const std::string& name,
+                           std::vector<std::string>& values, const std::string& help) {
+    return *command.add_option(name, values, help)->type_name("NAME")->allow_extra_args(false);
+}
+
+void addKeyUsage(CLI::App& command, GenerateCsrOptions& options) {
+    addListOption(command, "--key-usage", options.keyUsage, "key usage (may be repeated)")
+        .check(offeredValues({"DigitalSignature", "NonRepudiation", "KeyEncipherment",
+                              "DataEncipherment", "KeyAgreement", "EncipherOnly", "DecipherOnly",
+                              "ServerAuthentication", "ClientAuthentication", "CodeSigning",
+                              "EmailProtection", "Timestamping", "OCSPSigning"}));
 }
 
 } // namespace
@@ -312,12 +322,10 @@ void addGenerateCsr(CLI::App& app, Command& chosen) {
     addUri(*command, "COLLECTION", options->collectionUri,
            "the collection that the certificate will go into");
     addNameOptions(*command, *options);
-    addListOption(*command, "--san", options->alternativeNames,
-                  "alternative name: DNS name, IP address, e-mail address or URI; may be "
-                  "repeated");
-    addListOption(*command, "--key-usage", options->keyUsage,
-                  "key usage, such as DigitalSignature or ServerAuthentication; may be "
-                  "repeated");
+    (void)addListOption(*command, "--san", options->alternativeNames,
+                        "alternative name: DNS name, IP address, e-mail address or URI; may be "
+                        "repeated");
+    addKeyUsage(*command, *options);
     addKeyOptions(*command, *options);
     addPasswordOptions(*command, *options);
     command
@@ -326,9 +334,11 @@ void addGenerateCsr(CLI::App& app, Command& chosen) {
         ->type_name("FILE");
     command->add_flag("--no-wait", options->noWait,
                       "when it runs as a task: print the task's URI and end");
-    command->footer(
-        "\nExamples:\n"
-        "  certificatectl generate-csr COLLECTION --cn bmc.example --san bmc.example -o bmc.csr\n"
-        "  certificatectl generate-csr COLLECTION --cn bmc.example --rsa 3072 --no-wait");
+    command->footer("Examples:\n"
+                    "  certificatectl generate-csr \\\n"
+                    "      /redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates \\\n"
+                    "      --cn bmc.example --san bmc.example --san 192.0.2.7 -o bmc.csr\n"
+                    "  certificatectl generate-csr --cn bmc.example --rsa 3072 --no-wait \\\n"
+                    "      /redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates\n");
     chooseWhenNamed(*command, chosen, options, runGenerateCsr);
 }

@@ -70,6 +70,6 @@ void addGet(CLI::App& app, Command& chosen) {
     CLI::App* command = app.add_subcommand("get", "Show a resource as JSON.");
     command->add_option("URI", options->uri, "the resource")->type_name("")->required();
     command->add_flag("--raw", options->raw, "show the Redis records behind it");
-    command->footer("\nExample:\n  certificatectl get --raw /redfish/v1/CertificateService");
+    command->footer("Example:\n  certificatectl get --raw /redfish/v1/CertificateService");
     chooseWhenNamed(*command, chosen, options, runGet);
 }

@@ -37,14 +37,20 @@ void runInit(const CommonOptions& common, const InitOptions& options) {
 void addInit(CLI::App& app, Command& chosen) {
     const auto options = std::make_shared<InitOptions>();
     CLI::App* command = app.add_subcommand(
-        "init", "Set up what a front end keeps: service, locations, a certificate collection,\n"
-                "event service with its script, task service, default values. Adds only what is\n"
-                "missing; running it again is harmless.");
+        "init",
+        "Set up what a front end keeps in Redis. That is: service, locations, a certificate "
+        "collection, event service with its script, task service, default values. Only "
+        "what is missing is added; running it again is harmless.");
     command
-        ->add_option("--collection", options->collectionUris,
-                     "a certificate collection to set up; may be repeated")
+        ->add_option(
+            "--collection", options->collectionUris,
+            "a certificate collection to set up; may be repeated (default: the manager's own, "
+            "for HTTPS)")
         ->type_name("URI")
-        ->transform(uriCheck())
-        ->default_str(DEFAULT_COLLECTION_URI);
+        ->transform(uriCheck());
+    command->footer(
+        "Example:\n"
+        "  certificatectl init \\\n"
+        "      --collection /redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates\n");
     chooseWhenNamed(*command, chosen, options, runInit);
 }

@@ -34,9 +34,17 @@ void addUri(CLI::App& command, const std::string& name, std::string& uri, const 
 void addCertificateSource(CLI::App& command, CertificateSource& source,
                           const std::string& fileHelp) {
     command.add_option("FILE", source.file, fileHelp)->type_name("")->required();
-    command
-        .add_option("--type", source.type, "PEM, PEMchain or PKCS7 (default: as the text looks)")
-        ->type_name("NAME");
+    command.add_option("--type", source.type, "certificate type (default: as the text looks)")
+        ->type_name("NAME")
+        ->check(offeredValues({"PEM", "PEMchain", "PKCS7"}));
+}
+
+CLI::Validator offeredValues(const std::vector<std::string>& values) {
+    std::string list;
+    for (const std::string& value : values) {
+        list += (list.empty() ? "" : ",") + value;
+    }
+    return {[](const std::string& /*text*/) { return std::string(); }, "{" + list + "}"};
 }
 
 const CLI::Validator& uriCheck() {

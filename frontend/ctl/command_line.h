@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 // A URI that must be given; blanks are refused, slashes at its end dropped.
 void addUri(CLI::App& command, const std::string& name, std::string& uri, const std::string& help);
@@ -25,6 +26,9 @@ void addCertificateSource(CLI::App& command, CertificateSource& source,
 
 // Refuses what is no number from 0 to a million.
 [[nodiscard]] const CLI::Validator& daysCheck();
+
+// Names the values that are offered for an option; other texts go to the service, which judges.
+[[nodiscard]] CLI::Validator offeredValues(const std::vector<std::string>& values);
 
 // Makes run, with these options, the chosen work when the command line names the command.
 template <typename Options>

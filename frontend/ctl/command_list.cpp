@@ -172,9 +172,12 @@ void addList(CLI::App& app, Command& chosen) {
                      "only those that expire within so many days or have expired")
         ->type_name("DAYS")
         ->check(daysCheck());
-    command->footer("\nWith --expiring the exit status is 6 when there is such a certificate; one "
-                    "whose\nexpiry cannot be read is counted among them.\n"
-                    "\nExample:\n"
-                    "  certificatectl list --expiring 30");
+    command->footer(
+        "With --expiring the exit status is 6 when there is such a certificate; one whose "
+        "expiry cannot be read is counted among them.\n"
+        "\nExamples:\n"
+        "  certificatectl list --expiring 30\n"
+        "  certificatectl list \\\n"
+        "      /redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates\n");
     chooseWhenNamed(*command, chosen, options, runList);
 }

@@ -113,10 +113,10 @@ void addPing(CLI::App& app, Command& chosen) {
         ->type_name("SECONDS")
         ->check(positiveCheck());
     command->footer(
-        "\nThe exit status is 4 when one of the daemon's channels has no listener or no "
-        "answer\ncomes, in every one of the tries; 3 when Redis cannot be reached, "
-        "which ends it at once.\n"
+        "The exit status is 4 when one of the daemon's channels has no listener or no "
+        "answer comes, in every one of the tries; 3 when Redis cannot be reached, which "
+        "ends it at once.\n"
         "\nExample:\n"
-        "  certificatectl ping --tries 3 --pause 20 --timeout 10");
+        "  certificatectl ping --tries 3 --pause 20 --timeout 10\n");
     chooseWhenNamed(*command, chosen, options, runPing);
 }

@@ -23,5 +23,8 @@ void addReplace(CLI::App& app, Command& chosen) {
     addUri(*command, "URI", options->uri, "the installed certificate");
     addCertificateSource(*command, options->certificate,
                          "the new certificate text; - for standard input");
+    command->footer("Example:\n"
+                    "  certificatectl replace \\\n"
+                    "      /redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates/1 new.pem\n");
     chooseWhenNamed(*command, chosen, options, runReplace);
 }

@@ -67,6 +67,8 @@ void addRequests(CLI::App& app, Command& chosen) {
         ->add_option("--remove", options->removedId,
                      "forget this request and its private key; its certificate is then refused")
         ->type_name("ID");
-    command->footer("\nThey are read from the reference backend's directory on this machine.");
+    command->footer("They are read from the reference backend's directory on this machine.\n"
+                    "\nExample:\n"
+                    "  certificatectl requests --json\n");
     chooseWhenNamed(*command, chosen, options, runRequests);
 }

@@ -36,7 +36,10 @@ void addRollback(CLI::App& app, Command& chosen) {
         app.add_subcommand("rollback", "Put back the certificate that was replaced last.");
     addUri(*command, "URI", options->uri, "the installed certificate");
     command->footer(
-        "\nThe daemon checks it as any other replacement; rolling back once more takes it "
-        "back.");
+        "The daemon checks it as any other replacement; rolling back once more takes it "
+        "back.\n"
+        "\nExample:\n"
+        "  certificatectl rollback \\\n"
+        "      /redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates/1\n");
     chooseWhenNamed(*command, chosen, options, runRollback);
 }

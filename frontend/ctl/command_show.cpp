@@ -62,7 +62,7 @@ void addShow(CLI::App& app, Command& chosen) {
     const auto options = std::make_shared<ShowOptions>();
     CLI::App* command = app.add_subcommand("show", "Show a certificate in words.");
     addUri(*command, "URI", options->uri, "the certificate");
-    command->footer("\nExample:\n"
+    command->footer("Example:\n"
                     "  certificatectl show \\\n"
                     "      /redfish/v1/Managers/1/NetworkProtocol/HTTPS/Certificates/1");
     chooseWhenNamed(*command, chosen, options, runShow);

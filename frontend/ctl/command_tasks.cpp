@@ -5,6 +5,7 @@
 #include "frontend/ctl/command_line.h"
 #include "frontend/ctl/output.h"
 #include "frontend/ctl/send_request.h"
+#include "frontend/ctl/table.h"
 #include "frontend/exchange/front_end_error.h"
 #include "frontend/exchange/redis_session.h"
 #include "frontend/records/task_resource.h"
@@ -29,31 +30,28 @@ json documentOf(const TaskSummary& task) {
             {"endTime", task.endTime.empty() ? json(nullptr) : json(task.endTime)}};
 }
 
-void printTask(const TaskSummary& task) {
-    constexpr std::size_t STATE_WIDTH = 10;
-    std::string line = task.state;
-    line.append(line.size() < STATE_WIDTH ? STATE_WIDTH - line.size() : 1, ' ');
-    line += task.uri + "  " + task.startTime;
-    line += task.endTime.empty() ? "" : " to " + task.endTime;
-    printLine(line + "  " + task.name, task.state == TASK_EXCEPTION ? Colour::BAD : Colour::NONE);
+TableRow rowOf(const TaskSummary& task, bool isRemoved) {
+    const std::string end = task.endTime.empty() ? std::string() : "to " + task.endTime;
+    return {{task.state, task.uri, task.startTime, end, task.name, isRemoved ? "removed" : ""},
+            task.state == TASK_EXCEPTION ? Colour::BAD : Colour::NONE};
 }
 
 void showAll(redisContext* context, const CommonOptions& common, bool clear) {
     json documents = json::array();
+    std::vector<TableRow> rows;
     for (const TaskSummary& task : listTasks(context)) {
         const bool remove = clear && isFinalTaskState(task.state);
         if (remove) {
             removeTask(context, task.uri);
         }
-        if (common.json) {
-            documents.push_back(documentOf(task));
-            documents.back()["removed"] = remove;
-        } else {
-            printTask(task);
-        }
+        documents.push_back(documentOf(task));
+        documents.back()["removed"] = remove;
+        rows.push_back(rowOf(task, remove));
     }
     if (common.json) {
         printJson(documents);
+    } else {
+        printTable(rows);
     }
 }
 
@@ -78,7 +76,7 @@ void showOne(redisContext* context, const CommonOptions& common, const TasksOpti
         document[CSR_STRING] = csr.empty() ? json(nullptr) : json(csr);
         printJson(document);
     } else if (options.outputFile != "-") {
-        printTask(*task);
+        printTable({rowOf(*task, false)});
     }
 }
 
@@ -104,5 +102,8 @@ void addTasks(CLI::App& app, Command& chosen) {
         ->type_name("FILE")
         ->needs(uri);
     command->add_flag("--clear", options->clear, "remove tasks that have ended")->excludes(uri);
+    command->footer("Examples:\n"
+                    "  certificatectl tasks --clear\n"
+                    "  certificatectl tasks /redfish/v1/TaskService/Tasks/1 -o bmc.csr\n");
     chooseWhenNamed(*command, chosen, options, runTasks);
 }

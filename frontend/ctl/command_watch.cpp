@@ -7,6 +7,7 @@
 #include "frontend/exchange/interrupt.h"
 #include "frontend/exchange/subscription.h"
 #include "frontend/records/event_script.h"
+#include "frontend/records/timestamps.h"
 
 #include <nlohmann/json.hpp>
 
@@ -39,7 +40,8 @@ std::string padded(const std::string& text, std::size_t width) {
 
 void showEvent(const ResourceEvent& event, bool asJson) {
     if (asJson) {
-        printJson({{"kind", "event"},
+        printJson({{"time", isoTimeNow()},
+                   {"kind", "event"},
                    {"operation", event.operation},
                    {"uri", event.uri},
                    {"type", event.type},
@@ -53,7 +55,11 @@ void showEvent(const ResourceEvent& event, bool asJson) {
 
 void showTaskChange(const TaskChange& change, bool asJson) {
     if (asJson) {
-        printJson({{"kind", "task"}, {"state", change.state}, {"uri", change.taskUri}}, true);
+        printJson({{"time", isoTimeNow()},
+                   {"kind", "task"},
+                   {"state", change.state},
+                   {"uri", change.taskUri}},
+                  true);
         return;
     }
     printLine(timeOfDay() + "  task   " + padded(change.state, 10) + padded("Task", 23) +
@@ -62,7 +68,11 @@ void showTaskChange(const TaskChange& change, bool asJson) {
 
 void showOther(const ChannelMessage& message, bool asJson) {
     if (asJson) {
-        printJson({{"kind", "other"}, {"channel", message.channel}, {"text", message.text}}, true);
+        printJson({{"time", isoTimeNow()},
+                   {"kind", "other"},
+                   {"channel", message.channel},
+                   {"text", message.text}},
+                  true);
         return;
     }
     printLine(timeOfDay() + "  other  " + message.channel + "  " + message.text);
@@ -112,5 +122,7 @@ void addWatch(CLI::App& app, Command& chosen) {
     command->add_option("--seconds", options->seconds, "end after so many seconds")
         ->type_name("N")
         ->check(positiveCheck());
+    command->footer("Example:\n"
+                    "  certificatectl watch --json --count 10\n");
     chooseWhenNamed(*command, chosen, options, runWatch);
 }

@@ -13,11 +13,11 @@ struct Meaning {
 // clang-format off
 constexpr std::array<Meaning, 8> MEANINGS = {{
     {EXIT_DONE,        "done"},
-    {EXIT_REFUSED,     "the service refused or failed, told in words; or check found differences"},
+    {EXIT_REFUSED,     "the service refused or failed; or check found differences"},
     {EXIT_USAGE,       "the command line is wrong"},
     {EXIT_NO_REDIS,    "Redis is not there, or refuses a command"},
     {EXIT_NO_ANSWER,   "no answer: the daemon does not listen, or not in time"},
-    {EXIT_LOCAL_FILE,  "a file cannot be used: not there, not readable, no certificate text"},
+    {EXIT_LOCAL_FILE,  "a file or standard output cannot be used"},
     {EXIT_EXPIRING,    "list --expiring found certificates"},
     {EXIT_INTERRUPTED, "interrupted"},
 }};

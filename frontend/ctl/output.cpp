@@ -6,18 +6,21 @@
 #include "frontend/exchange/redfish_messages.h"
 #include "frontend/exchange/service_answer.h"
 
+#include <fcntl.h>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
 using nlohmann::json;
 
-const char* colourCode(Colour colour) {
+std::string colourCode(Colour colour) {
     switch (colour) {
     case Colour::GOOD:
         return "\033[32m";
@@ -33,12 +36,11 @@ const char* colourCode(Colour colour) {
     return "";
 }
 
-void print(std::FILE* file, const std::string& line, Colour colour) {
+std::string lineFor(std::FILE* file, const std::string& line, Colour colour) {
     const bool coloured =
         colour != Colour::NONE && isatty(fileno(file)) == 1 && std::getenv("NO_COLOR") == nullptr;
-    (void)std::fprintf(file, "%s%s%s\n", coloured ? colourCode(colour) : "",
-                       printableText(line).c_str(), coloured ? "\033[0m" : "");
-    (void)std::fflush(file);
+    const std::string text = printableText(line);
+    return (coloured ? colourCode(colour) + text + "\033[0m" : text) + "\n";
 }
 
 } // namespace
@@ -71,12 +73,29 @@ std::string joined(const std::vector<std::string>& texts) {
     return line;
 }
 
+void occupyStandardStreams() {
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+        if (fcntl(descriptor, F_GETFD) == -1) {
+            // The lowest free descriptor is this one; used the wrong way round it gives an error.
+            (void)open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
+void printText(const std::string& text) {
+    const bool isWritten = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    if (!isWritten || std::fflush(stdout) != 0) {
+        throw FrontEndError(FailureKind::LOCAL_FILE,
+                            std::string("standard output: ") + std::strerror(errno));
+    }
+}
+
 void printLine(const std::string& line, Colour colour) {
-    print(stdout, line, colour);
+    printText(lineFor(stdout, line, colour));
 }
 
 void printNote(const std::string& line, Colour colour) {
-    print(stderr, line, colour);
+    (void)std::fputs(lineFor(stderr, line, colour).c_str(), stderr);
 }
 
 void printField(const std::string& name, const std::string& text) {
@@ -87,13 +106,12 @@ void printField(const std::string& name, const std::string& text) {
 }
 
 void printJson(const nlohmann::json& document, bool compact) {
-    const std::string text =
-        document.dump(compact ? -1 : 2, ' ', false, nlohmann::json::error_handler_t::replace);
-    (void)std::fprintf(stdout, "%s\n", text.c_str());
-    (void)std::fflush(stdout);
+    printText(
+        document.dump(compact ? -1 : 2, ' ', false, nlohmann::json::error_handler_t::replace) +
+        "\n");
 }
 
-int reportRefusal(const ServiceAnswer& answer, bool json) {
+int reportRefusal(const ServiceAnswer& answer, const std::string& hint, bool json) {
     const std::string text = describeMessage(answer.messageId, answer.messageArgs);
     printNote((answer.status == STATUS_FAILURE ? "Refused: " : "Failed: ") + text, Colour::BAD);
     printNote("  status      " + answer.status, Colour::SOFT);
@@ -109,6 +127,9 @@ int reportRefusal(const ServiceAnswer& answer, bool json) {
     if (!cause.empty()) {
         printNote("  cause       " + cause, Colour::SOFT);
     }
+    if (!hint.empty()) {
+        printNote("  " + hint, Colour::SOFT);
+    }
     if (json) {
         nlohmann::json document = {{"status", answer.status},
                                    {"messageId", answer.messageId},
@@ -117,6 +138,9 @@ int reportRefusal(const ServiceAnswer& answer, bool json) {
                                    {"text", text}};
         if (!cause.empty()) {
             document["cause"] = cause;
+        }
+        if (!hint.empty()) {
+            document["hint"] = hint;
         }
         printJson(document);
     }
@@ -132,7 +156,7 @@ int reportError(const FrontEndError& error, bool json) {
         printNote("  " + hint, Colour::SOFT);
     }
     const int exitCode = exitCodeOf(error.kind);
-    if (json) {
+    if (json && std::ferror(stdout) == 0) { // which may be the error
         printJson({{"error", error.what()}, {"hint", hint}, {"exitCode", exitCode}});
     }
     return exitCode;

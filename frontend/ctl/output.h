@@ -17,6 +17,16 @@ struct ServiceAnswer;
 
 enum class Colour { NONE, GOOD, WARNING, BAD, SOFT };
 
+// Those of the three standard streams that are closed get descriptors that nothing can be read from
+// or written to, so that no connection takes their place. To be called before anything is opened.
+void occupyStandardStreams();
+
+// Functions that write to standard output throw FrontEndError (LOCAL_FILE) when it takes no more;
+// what cannot be said on standard error stays unsaid.
+
+// The text as it is.
+void printText(const std::string& text);
+
 // The line with a line end. colour has an effect on a terminal only.
 void printLine(const std::string& line, Colour colour = Colour::NONE);
 
@@ -30,8 +40,8 @@ void printField(const std::string& name, const std::string& text);
 void printJson(const nlohmann::json& document, bool compact = false);
 
 // The service's refusal: in words on standard error, and as JSON on standard output when asked for.
-// The exit code that goes with it.
-int reportRefusal(const ServiceAnswer& answer, bool json);
+// The hint, which may be empty, tells what to do about it. The exit code that goes with it.
+int reportRefusal(const ServiceAnswer& answer, const std::string& hint, bool json);
 
 // An error of the front end, in the same way.
 int reportError(const FrontEndError& error, bool json);

@@ -1,9 +1,11 @@
 #include "frontend/ctl/replacement.h"
 
 #include "core/protocol/channels.h"
+#include "core/protocol/keys.h"
 #include "core/protocol/redfish_names.h"
 #include "core/secret.h"
 #include "frontend/ctl/certificate_words.h"
+#include "frontend/ctl/collection_hint.h"
 #include "frontend/ctl/output.h"
 #include "frontend/ctl/send_request.h"
 #include "frontend/exchange/redfish_messages.h"
@@ -60,9 +62,10 @@ void replaceAndShow(const CommonOptions& common, const std::string& uri,
                            {CERTIFICATE_STRING, certificate.text},
                            {CERTIFICATE_TYPE, certificate.type}};
     const RedisConnection session = openRedisSession();
-    const AcceptedAnswer replaced =
-        sendRequest(session.get(), {ACTION_CHANNEL, REPLACE_CERTIFICATE_ACTION_URI, "", 0},
-                    std::move(body), common);
+    const AcceptedAnswer replaced = withCollectionHint(session.get(), parentUri(uri), [&] {
+        return sendRequest(session.get(), {ACTION_CHANNEL, REPLACE_CERTIFICATE_ACTION_URI, "", 0},
+                           std::move(body), common);
+    });
     const bool changed = takeOver(session.get(), uri, certificate, replaced.answer);
     const nlohmann::json resource = clientView(readDocument(session.get(), uri));
     if (common.json) {

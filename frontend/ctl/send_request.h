@@ -11,13 +11,15 @@
 
 // The service refused the request, or failed. Ends the command; the answer says why.
 struct ServiceRefusal : std::exception {
-    explicit ServiceRefusal(ServiceAnswer serviceAnswer) : answer(std::move(serviceAnswer)) {}
+    explicit ServiceRefusal(ServiceAnswer serviceAnswer, std::string whatToDo = {})
+        : answer(std::move(serviceAnswer)), hint(std::move(whatToDo)) {}
 
     [[nodiscard]] const char* what() const noexcept override {
         return "the service refused the request";
     }
 
     ServiceAnswer answer;
+    std::string hint; // what to do about it; may be empty
 };
 
 // The seconds that a command waits when --timeout does not say.

@@ -106,12 +106,26 @@ TEST_F(Certificates, ARefusalIsShownInWords) {
                              "Refused: The value 'DER' of the property CertificateType is none of "
                              "those that are supported.\n"
                              "  status      FAILURE\n"
-                             "  message     Base.1.9.PropertyValueNotInList\n"}));
+                             "  message     Base.1.9.PropertyValueNotInList\n"
+                             "  The collection takes the types PEM, PEMchain, PKCS7.\n"}));
     EXPECT_EQ(runFrontEnd({"replace", "/nowhere/1", file}),
               (ProgramResult{1, "",
                              "Refused: There is no resource at /nowhere/1.\n"
                              "  status      FAILURE\n"
-                             "  message     Base.1.9.ResourceMissingAtURI\n"}));
+                             "  message     Base.1.9.ResourceMissingAtURI\n"
+                             "  There is no collection at /nowhere. `certificatectl init "
+                             "--collection /nowhere` sets it up.\n"}));
+}
+
+TEST_F(Certificates, ARefusalForWantOfACollectionTellsWhatSetsItUp) {
+    startDaemon();
+    const std::string hint = "There is no collection at /a/Certificates. `certificatectl init "
+                             "--collection /a/Certificates` sets it up.";
+    const std::string file = fileWith(identity());
+    const ProgramResult created = runFrontEnd({"create", "/a/Certificates", file, "--json"});
+    EXPECT_EQ(created.json()["hint"], hint);
+    EXPECT_THAT(runFrontEnd({"generate-csr", "/a/Certificates", "--cn", "a"}).errors,
+                HasSubstr("\n  " + hint + "\n"));
 }
 
 TEST_F(Certificates, ARefusalIsShownAsJson) {

@@ -2,6 +2,7 @@
 
 #include "tests/frontend/front_end_program.h"
 #include "tests/support/certificates.h"
+#include "tests/support/child_process.h"
 #include "tests/support/fake_backend.h"
 #include "tests/support/wait.h"
 
@@ -223,28 +224,67 @@ TEST_F(Errors, AWrongCommandLineHasAnExitCodeOfItsOwn) {
     }
 }
 
-TEST(Help, EveryCommandAndEveryExitCodeIsExplained) {
-    const ProgramResult all = runFrontEnd({"--help"});
-    EXPECT_EQ(all.status, 0);
-    for (const std::string command : {"init", "get", "create", "delete", "replace", "generate-csr",
-                                      "action", "tasks", "watch"}) {
-        EXPECT_THAT(all.output, HasSubstr("\n  " + command + " "));
-        const ProgramResult one = runFrontEnd({command, "--help"});
-        EXPECT_EQ(one.status, 0) << command;
-        EXPECT_THAT(one.output, HasSubstr("Usage: certificatectl " + command));
+TEST(WrongCommandLine, IsToldWithTheNearestNameAndTheUsage) {
+    struct Row {
+        std::vector<std::string> command;
+        std::string errors;
+    };
+    const std::string all = "\n  `certificatectl --help` lists the commands.\n";
+    const std::string list = "\n  Usage: certificatectl list [OPTION...] [COLLECTION]\n"
+                             "  `certificatectl list --help` tells more.\n";
+    const std::vector<Row> rows = {
+        {{}, "Name a command." + all},
+        {{"creat"}, "There is no command 'creat'. Did you mean `create`?" + all},
+        {{"--timeout", "4", "lst", "/x"}, "There is no command 'lst'. Did you mean `list`?" + all},
+        {{"non\x1bsense"}, "There is no command 'non\\x1bsense'." + all},
+        {{"list", "--expirin", "3"},
+         "`list` has no option '--expirin'. Did you mean `--expiring`?" + list},
+        {{"list", "--jsn"}, "`list` has no option '--jsn'. Did you mean `--json`?" + list},
+        {{"list", "--nonsense"}, "`list` has no option '--nonsense'." + list},
+        {{"list", "/a", "/b"}, "`list` does not take '/b'." + list},
+        {{"list", "a"},
+         "COLLECTION: 'a' is no URI: it must begin with / and hold no blanks" + list},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(runFrontEnd(row.command),
+                  (ProgramResult{2, "", "certificatectl: " + row.errors}));
     }
-    EXPECT_THAT(
-        all.output,
-        HasSubstr(
-            "\nExit status:\n"
-            "  0    done\n"
-            "  1    the service refused or failed, told in words; or check found differences\n"
-            "  2    the command line is wrong\n"
-            "  3    Redis is not there, or refuses a command\n"
-            "  4    no answer: the daemon does not listen, or not in time\n"
-            "  5    a file cannot be used: not there, not readable, no certificate text\n"
-            "  6    list --expiring found certificates\n"
-            "  130  interrupted\n"));
+}
+
+// How certificatectl ends when a shell runs it with its standard output redirected so.
+std::optional<int> statusWithOutput(const std::string& redirection, const std::string& command) {
+    ChildProcessOptions options;
+    options.arguments = {"sh", "-c",
+                         std::string(FRONT_END_PROGRAM) + " " + command + " " + redirection};
+    return ChildProcess(options).waitForExit(WAIT_LIMIT_SECONDS);
+}
+
+TEST_F(Errors, AStandardOutputThatTakesNothingHasTheExitCodeOfAFile) {
+    startDaemon();
+    const std::vector<std::string> commands = {"--help",
+                                               "--version",
+                                               "list",
+                                               "list --json",
+                                               "list --expiring 3",
+                                               "get /nowhere --json",
+                                               "init",
+                                               "ping",
+                                               "generate-csr --cn a " + COLLECTION};
+    for (const std::string& command : commands) {
+        EXPECT_EQ(statusWithOutput(">/dev/full", command), 5) << command;
+        EXPECT_EQ(statusWithOutput(">&-", command), 5) << command;
+        EXPECT_EQ(statusWithOutput(">&- 2>&- <&-", command), 5) << command;
+    }
+}
+
+TEST_F(Errors, AStandardOutputThatTakesNothingIsNamedOnce) {
+    ChildProcessOptions options;
+    options.arguments = {FRONT_END_PROGRAM, "get", "/redfish/v1/CertificateService", "--json"};
+    options.outputFile = "/dev/full";
+    options.errorFile = directory.file("errors");
+    EXPECT_EQ(ChildProcess(options).waitForExit(WAIT_LIMIT_SECONDS), 5);
+    EXPECT_EQ(readFile(options.errorFile),
+              "certificatectl: standard output: No space left on device\n");
 }
 
 } // namespace

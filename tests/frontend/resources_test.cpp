@@ -96,6 +96,15 @@ TEST_F(Resources, AnActionOfAnotherNameIsRefused) {
                              "  message     Base.1.9.ActionNotSupported\n"}));
 }
 
+TEST_F(Resources, AnActionThatIsRefusedWithoutABodyIsToldSo) {
+    startDaemon();
+    const ProgramResult result = runFrontEnd(
+        {"action", "/redfish/v1/CertificateService/Actions/CertificateService.GenerateCSR"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.errors,
+                testing::EndsWith("\n  The request had no body; --body FILE gives it one.\n"));
+}
+
 TEST_F(Resources, AnActionIsSentWithABodyOfOnesOwn) {
     startDaemon();
     const std::string body =

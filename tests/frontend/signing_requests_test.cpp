@@ -10,6 +10,7 @@ namespace {
 
 using nlohmann::json;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing::StartsWith;
 using SigningRequests = FrontEndTest;
 
@@ -216,7 +217,12 @@ TEST_F(SigningRequests, OnlyTasksThatHaveEndedAreClearedAway) {
     ASSERT_TRUE(waitUntil([] {
         return runFrontEnd({"tasks", "--json"}).json()[0]["state"] == "Completed";
     }));
-    EXPECT_EQ(runFrontEnd({"tasks", "--clear"}).status, 0);
+    EXPECT_THAT(runFrontEnd({"tasks", "--clear"}).output,
+                MatchesRegex("Completed  " + TASKS +
+                             "/1  [-0-9T:]+Z  to [-0-9T:]+Z  Certificate signing request  "
+                             "removed\n"
+                             "[A-Z][a-z]+ +" +
+                             TASKS + "/2  [-0-9T:]+Z {27}Certificate signing request\n"));
     const json tasks = runFrontEnd({"tasks", "--json"}).json();
     ASSERT_EQ(tasks.size(), 1U);
     EXPECT_EQ(tasks[0]["task"], TASKS + "/2");

@@ -25,6 +25,7 @@ TEST_F(Watching, TheEventsOfACreationAreShown) {
     for (const std::string& line : splitLines(result.output)) {
         const json event = json::parse(line);
         EXPECT_EQ(event["kind"], "event");
+        EXPECT_THAT(event["time"].get<std::string>(), testing::MatchesRegex("[-0-9T:]{19}Z"));
         EXPECT_EQ(event["eventGroupId"], "1");
         events.push_back(event["operation"].get<std::string>() + " " +
                          event["type"].get<std::string>() + " " + event["uri"].get<std::string>());
