@@ -8,7 +8,7 @@ lines=$(awk '/^## / { here = /Redfish over HTTPS/ }
 
 serve=
 cleanup() {
-    [ -z "$serve" ] || kill -INT "$serve" 2>/dev/null || true
+    [ -z "$serve" ] || kill -TERM "$serve" 2>/dev/null || true
     rm -rf "$work"
 }
 trap cleanup EXIT
@@ -31,7 +31,7 @@ for words in '"CSRString":"-----BEGIN CERTIFICATE REQUEST-----' '"Members@odata.
 done
 [[ $output != *'"error"'* ]] || fail "a request was refused: $output"
 
-kill -INT $serve
+kill -TERM $serve
 wait $serve || true
 serve=
 ! curl -sk "$A/redfish" >/dev/null || fail "the service still answers at $A"
