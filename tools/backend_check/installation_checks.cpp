@@ -29,7 +29,7 @@ void expectNamed(const Trial& trial, const std::string& what, const Names& names
     for (const auto& [property, value] : wanted) {
         const auto found = names.find(property);
         if (found == names.end() || found->second != value) {
-            trial.fault(what + " lacks " + property + " = " + value);
+            trial.fault(what + " lacks " + std::string(property).append(" = ").append(value));
         }
     }
 }
