@@ -41,7 +41,8 @@ const std::map<std::string, std::string> RESOURCES = {
      "!Destination:text? !Context:text? !Protocol:text EventFormatType:text? EventTypes:text[] "
      "SubscriptionType:text? Status:{Status} DeliveryRetryPolicy:text?"},
     {"EventService.v1_7_0.EventService",
-     "DeliveryRetryAttempts:number DeliveryRetryIntervalSeconds:number EventFormatTypes:text[] "
+     "Actions:object DeliveryRetryAttempts:number DeliveryRetryIntervalSeconds:number "
+     "EventFormatTypes:text[] "
      "EventTypesForSubscription:text[] IncludeOriginOfConditionSupported:flag? "
      "RegistryPrefixes:text[] ResourceTypes:text[] SSEFilterPropertiesSupported:object "
      "ServerSentEventUri:text ServiceEnabled:flag? Status:{Status} "

@@ -31,6 +31,7 @@ json serviceBasis() {
 // What this front end does for the service.
 json serviceAbilities() {
     return {{"Status", availability()},
+            {"Actions", json::object()}, // none; there are client libraries that insist on it
             {"ServerSentEventUri", STREAM_URI},
             {"Subscriptions", {{ODATA_ID, SUBSCRIPTIONS_URI}}},
             {"EventFormatTypes", {"Event"}},

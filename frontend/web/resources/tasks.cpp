@@ -16,7 +16,6 @@ namespace {
 using nlohmann::json;
 
 constexpr char MONITORS_URI[] = "/redfish/v1/TaskService/TaskMonitors";
-constexpr const char* RETRY_SECONDS = "1";
 
 std::string monitorOf(const std::string& taskUri) {
     return MONITORS_URI + taskUri.substr(taskUri.rfind('/'));
@@ -129,7 +128,7 @@ Routes taskRoutes() {
 Answer runningTaskAnswer(redisContext* session, const std::string& taskUri) {
     return {.status = 202,
             .document = taskDocument(session, taskUri),
-            .headers = {{"Location", monitorOf(taskUri)}, {"Retry-After", RETRY_SECONDS}}};
+            .headers = {{"Location", monitorOf(taskUri)}}};
 }
 
 Answer signingRequestAnswer(const ServiceAnswer& answer) {
