@@ -8,10 +8,16 @@ const SEVERITIES = ["OK", "Warning", "Critical"];
 
 let unnamed = []; // {uri, place} of entries whose certificate's name is not known yet
 
-// The event in words: the service's own, or else its message's name.
-function wordsOf(record) {
+// "ResourceEvent.1.0.ResourceCreated" becomes "Resource created".
+function messageName(record) {
     const name = String(record.MessageId ?? record.EventType ?? "Event").split(".").at(-1);
-    return String(record.Message || name.replace(/([a-z])([A-Z])/g, "$1 $2"));
+    return name.replace(/([a-z])([A-Z])/g, (_, end, begin) => `${end} ${begin.toLowerCase()}`);
+}
+
+// The event in the service's own words, unless they only say what stands beside them.
+function wordsOf(record, uri) {
+    const words = String(record.Message ?? "");
+    return words === "" || (uri !== "" && words.includes(uri)) ? messageName(record) : words;
 }
 
 function timeText(record) {
@@ -39,7 +45,7 @@ export function addActivity(record, app) {
     const severity = SEVERITIES.includes(record.MessageSeverity) ? record.MessageSeverity : "OK";
     const list = byId("activity");
     list.prepend(element("li", { "data-severity": severity },
-        element("time", {}, timeText(record)), element("span", {}, wordsOf(record)), place));
+        element("time", {}, timeText(record)), element("span", {}, wordsOf(record, uri)), place));
     while (list.children.length > MOST_ENTRIES) {
         list.lastElementChild.remove();
     }

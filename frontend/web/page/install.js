@@ -63,9 +63,20 @@ function sendText() {
     return request("POST", byId("install-collection").value, body);
 }
 
+// The service's words when there was nothing to do, or else that it was done.
+function outcomeOf(answer) {
+    const said = answer.document?.["@Message.ExtendedInfo"]?.[0];
+    if (String(said?.MessageId).endsWith(".NoOperation")) {
+        return String(said.Message);
+    }
+    const [first] = certificatesOf(text);
+    return `${first ? nameOf(first.subject) : "The certificate"} is installed.`;
+}
+
 async function submit() {
+    let answer = null;
     try {
-        await sendText();
+        answer = await sendText();
     } catch (refusal) {
         if (!(refusal instanceof Refusal)) {
             throw refusal;
@@ -73,8 +84,7 @@ async function submit() {
         showRefusal(byId("install-form"), refusal);
         return;
     }
-    const [first] = certificatesOf(text);
-    app.notify(`${first ? nameOf(first.subject) : "The certificate"} is installed.`);
+    app.notify(outcomeOf(answer));
     byId("install").close();
     await app.reload();
 }

@@ -10,7 +10,7 @@ import { openReplace, setUpInstall } from "./install.js";
 import { clearRefusals, forgetRefusalsOnInput, showRefusal } from "./refusals.js";
 import { currentUser, logIn, logOut, onSessionEnd, Refusal } from "./service.js";
 import { resetSigning, setUpSigning } from "./signing.js";
-import { showTable } from "./table.js";
+import { clearTable, showTable } from "./table.js";
 
 const NOTICE_TIME = 12000;  // milliseconds
 const REDRAW_TIME = 30000;  // the remaining times go on
@@ -19,7 +19,7 @@ const RETRY_SECONDS = 5;
 
 let board = null;
 let inventory = { certificates: [], collections: [] };
-let listening = null; // AbortController of the event stream
+let listening = null; // AbortController of the event stream; null until the board has been read
 let reading = null;   // the reading that runs
 let readAgain = false;
 
@@ -133,11 +133,11 @@ function startListening() {
     if (listening) {
         return;
     }
+    listening = new AbortController();
     if (!board.eventStream) {
         byId("live").textContent = "No events";
         return;
     }
-    listening = new AbortController();
     listen(board.eventStream, {
         signal: listening.signal,
         happened,
@@ -165,7 +165,7 @@ function showLogin(notice = "") {
     clearActivity();
     board = null;
     inventory = { certificates: [], collections: [] };
-    document.querySelector("#certificates tbody").replaceChildren();
+    clearTable();
     byId("notices").replaceChildren();
     byId("board").hidden = true;
     byId("login").hidden = false;
@@ -180,7 +180,6 @@ async function showBoard() {
     byId("board").hidden = false;
     byId("user").textContent = currentUser();
     byId("board-title").focus();
-    byId("summary").textContent = "Reading …";
     await reload();
 }
 
@@ -223,7 +222,7 @@ function setUp() {
         event.preventDefault();
         whileBusy(event.target, submitLogin);
     });
-    setInterval(() => board && showTable(inventory.certificates, openCertificate), REDRAW_TIME);
+    setInterval(() => listening && showTable(inventory.certificates, openCertificate), REDRAW_TIME);
     document.addEventListener("visibilitychange", () => {
         if (!document.hidden && currentUser()) {
             reload();

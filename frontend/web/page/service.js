@@ -3,6 +3,8 @@
 const SESSION_KEY = "session";
 const ROOT_URI = "/redfish/v1/";
 const LONGEST_WAIT = 120000; // milliseconds, for an answer
+const NO_ANSWER = "The board does not answer. If its own certificate has just changed, load this " +
+    "page anew and look at the new one.";
 
 // {token, uri, user}; kept until the tab is closed, so that loading the page anew needs no login.
 let session = JSON.parse(sessionStorage.getItem(SESSION_KEY));
@@ -109,7 +111,7 @@ async function send(method, uri, { body, accept = "application/json", signal } =
         if (error instanceof Refusal || signal?.reason?.name === "AbortError") {
             throw error;
         }
-        throw new Refusal(0, [{ text: "The board does not answer.", properties: [], args: [] }]);
+        throw new Refusal(0, [{ text: NO_ANSWER, properties: [], args: [] }]);
     }
 }
 

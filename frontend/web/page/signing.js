@@ -65,8 +65,8 @@ function switchTo(name) {
 
 function stateText(task, start) {
     const seconds = Math.round((Date.now() - start) / 1000);
-    const state = task?.TaskState ? `${task.TaskState}` : "Running";
-    const percent = Number.isFinite(task?.PercentComplete) ? `, ${task.PercentComplete} %` : "";
+    const state = String(task?.TaskState ?? "Running");
+    const percent = task?.PercentComplete > 0 ? `, ${task.PercentComplete} %` : "";
     return `Making the key: ${state}${percent}, ${seconds} s`;
 }
 

@@ -66,6 +66,14 @@ export function rowButton(uri) {
         .find((button) => button.dataset.uri === uri);
 }
 
+// Shows neither table nor its absence: nothing is known yet.
+export function clearTable() {
+    document.querySelector("#certificates tbody").replaceChildren();
+    byId("certificates").hidden = true;
+    byId("empty").hidden = true;
+    byId("summary").textContent = "Reading …";
+}
+
 // Draws the table anew; the focus stays where it was.
 export function showTable(certificates, open) {
     const focused = document.activeElement?.closest?.("#certificates")
