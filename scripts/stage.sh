@@ -51,3 +51,18 @@ start_daemon() {
     tail -q -n 20 daemon.out daemon.log 2>/dev/null
     return 1
 }
+
+web_listens_or_has_ended() {
+    grep -q serves web.out || ! kill -0 "$web"
+}
+
+# Starts certificateweb ($web) at the address, for the user "admin" with a new password, which is in
+# the file "password". What it prints is in web.out and web.log.
+start_web() {
+    openssl rand -base64 15 >password
+    chmod 600 password
+    "$bin/certificateweb" --listen "$1" --user admin --password-file password >web.out 2>web.log &
+    web=$!
+    await web_listens_or_has_ended
+    grep -q serves web.out
+}
