@@ -4,7 +4,8 @@ import { element } from "./dom.js";
 import { dateText, nameOf, originOf } from "./certificates.js";
 
 function linkText(certificate) {
-    return certificate.isSelfIssued ? "issued by itself" : `issued by ${nameOf(certificate.issuer)}`;
+    const issuer = certificate.isSelfIssued ? "itself" : nameOf(certificate.issuer);
+    return `issued by ${issuer}`;
 }
 
 export function chainItem(certificate) {

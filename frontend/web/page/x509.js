@@ -167,7 +167,8 @@ export function certificateTypeOf(text) {
 
 function pemOf(label, bytes) {
     const base64 = btoa(Array.from(bytes, (byte) => String.fromCharCode(byte)).join(""));
-    return `-----BEGIN ${label}-----\n${base64.match(/.{1,64}/g).join("\n")}\n-----END ${label}-----\n`;
+    const lines = base64.match(/.{1,64}/g);
+    return [`-----BEGIN ${label}-----`, ...lines, `-----END ${label}-----`, ""].join("\n");
 }
 
 function isSignedData(bytes) {

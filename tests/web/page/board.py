@@ -96,6 +96,11 @@ def install(text, collection=HTTPS_CERTIFICATES):
     return uri
 
 
+def streams():
+    """The event streams that are open."""
+    return uris(get(SUBSCRIPTIONS)["Members"])
+
+
 def clear():
     for uri in certificates():
         send("DELETE", uri)

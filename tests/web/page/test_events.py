@@ -20,18 +20,17 @@ class Events(PageTest):
 
     def test_a_stream_that_ends_is_opened_again(self):
         self.open_board()
-        before = board.uris(board.get(board.SUBSCRIPTIONS)["Members"])
+        before = board.streams()
         self.assertEqual(len(before), 1)
         board.send("DELETE", before[0])
-        board.wait_until(lambda: [uri for uri in board.uris(board.get(board.SUBSCRIPTIONS)["Members"])
-                                  if uri not in before], "there is another stream")
+        board.wait_until(lambda: set(board.streams()) - set(before), "there is another stream")
         board.install(self.authority.server("afterwards.example"))
         self.wait_text("#activity", "afterwards.example")
 
     def test_the_stream_ends_with_the_session(self):
         self.open_board()
         self.click("#logout")
-        board.wait_until(lambda: not board.get(board.SUBSCRIPTIONS)["Members"], "no stream is left")
+        board.wait_until(lambda: not board.streams(), "no stream is left")
 
 
 class Trouble(PageTest):
