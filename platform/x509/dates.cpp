@@ -2,7 +2,7 @@
 
 #include <array>
 #include <cstdio>
-#include <cstring>
+#include <string_view>
 
 std::optional<std::tm> utcTime(const ASN1_TIME* time) {
     std::tm utc{};
@@ -18,8 +18,8 @@ std::string isoTime(const std::tm& utc) {
 }
 
 std::optional<std::time_t> isoMoment(const std::string& text) {
-    constexpr std::size_t WITH_LETTER = std::strlen("2026-01-31T23:59:59Z");
-    constexpr std::size_t WITH_OFFSET = std::strlen("2026-01-31T23:59:59+01:00");
+    constexpr std::size_t WITH_LETTER = std::string_view("2026-01-31T23:59:59Z").size();
+    constexpr std::size_t WITH_OFFSET = std::string_view("2026-01-31T23:59:59+01:00").size();
     const bool hasForm = text.size() == (text.ends_with('Z') ? WITH_LETTER : WITH_OFFSET) &&
                          text.find_first_not_of("0123456789-+:TZ") == std::string::npos;
     std::tm moment{};
