@@ -57,13 +57,14 @@ std::string valueWork(const OptionText& option) {
     return option.values.empty() ? std::string() : "words='" + between(option.values, " ") + "'";
 }
 
-// A row for each option of the command that takes a value; "*" stands for any command.
+// A row for each option that takes a value. The command is a name, or a star for any.
 std::string valueRows(const std::string& command, const std::vector<OptionText>& options) {
     std::string rows;
     for (const OptionText& option : options) {
         Texts patterns;
         for (const std::string& name : option.names) {
-            patterns.push_back((command == "*" ? "*' " : "'" + command + " ") + name + "'");
+            patterns.push_back(command);
+            patterns.back().append("' ").append(name).append("'");
         }
         rows +=
             option.value.empty() ? "" : indentedRow(between(patterns, " | "), valueWork(option));
@@ -87,7 +88,7 @@ bool takesFile(const CommandText& command) {
 std::string commandRow(const CommandText& command, const std::vector<OptionText>& common) {
     const std::string words =
         between(namesOf(command.options), " ") + " " + between(namesOf(common), " ");
-    return indentedRow("'" + command.name + " '*",
+    return indentedRow(command.name + "' '*",
                        "words='" + words + "'" + (takesFile(command) ? " files=yes" : ""));
 }
 
