@@ -22,16 +22,19 @@ bool isSameCertificate(const std::string& one, const std::string& other) {
     return first && second && X509_cmp(first.get(), second.get()) == 0;
 }
 
+void expectPart(const Trial& trial, const std::string& what, const Names& names,
+                const Names::value_type& wanted) {
+    const auto found = names.find(wanted.first);
+    if (found == names.end() || found->second != wanted.second) {
+        trial.fault(what + " lacks " + wanted.first + " = " + wanted.second);
+    }
+}
+
 void expectNamed(const Trial& trial, const std::string& what, const Names& names,
                  const std::string& commonName) {
-    const Names wanted = {
-        {"CommonName", commonName}, {"Organization", ORGANIZATION_NAME}, {"Country", "AQ"}};
-    for (const auto& [property, value] : wanted) {
-        const auto found = names.find(property);
-        if (found == names.end() || found->second != value) {
-            trial.fault(what + " lacks " + std::string(property).append(" = ").append(value));
-        }
-    }
+    expectPart(trial, what, names, {"CommonName", commonName});
+    expectPart(trial, what, names, {"Organization", ORGANIZATION_NAME});
+    expectPart(trial, what, names, {"Country", "AQ"});
 }
 
 void expectUsage(const Trial& trial, const std::vector<std::string>& usage) {
@@ -69,6 +72,23 @@ void withItsKey(const Trial& trial) {
     if (expectSuccess(trial, what, result.code, result.message)) {
         expectDescription(trial, result, pair, FIRST_NAME);
     }
+    static_cast<void>(remove(trial, "its deletion", uriOf(request)));
+}
+
+// The chain up to its authority, which Redfish calls PEMchain.
+void withItsChain(const Trial& trial) {
+    const std::string what = "a certificate with its chain and private key, of type PEMchain";
+    const Material& material = trial.material;
+    CreateCertRequest request = creationOf(
+        trial, "1",
+        material.first.certificate + material.authority.certificate + material.first.privateKey);
+    request.certificateType = "PEMchain";
+    const CreateCertResult result = create(trial, what, request);
+    if (result.code != CODE_SUCCESS) {
+        trial.note(what + ": was refused; collections must not list that type then");
+        return;
+    }
+    expectDescription(trial, result, material.first, FIRST_NAME);
     static_cast<void>(remove(trial, "its deletion", uriOf(request)));
 }
 
@@ -192,6 +212,7 @@ void aDeletedOneIsGone(const Trial& trial) {
 std::vector<Check> installationChecks() {
     return {
         {"A certificate with its private key is installed and described as it is", withItsKey},
+        {"A certificate with its chain is installed and described as it is", withItsChain},
         {"A certificate for a signing request is installed without its key", forASigningRequest},
         {"A creation never overwrites", neverOverwrites},
         {"Wrong certificates are refused", wrongAreRefused},

@@ -25,9 +25,17 @@ void keyFilesAreTheOwners(const Trial& trial, const KeyPair& pair) {
     }
 }
 
-void keyIsGone(const Trial& trial, const std::string& when, const KeyPair& pair) {
+// A key that is kept in hardware, or where nobody looked.
+void keyIsSomewhere(const Trial& trial, const KeyPair& pair) {
+    if (filesWithKey(trial.places.directories, pair.privateKey).empty()) {
+        trial.note("no file with the private key was found: name the backend's folders with "
+                   "--directory, unless it keeps keys elsewhere or encrypted");
+    }
+}
+
+void keyIsGone(const Trial& trial, const KeyPair& pair) {
     for (const std::string& file : filesWithKey(trial.places.directories, pair.privateKey)) {
-        trial.fault(when + " the private key is still in " + file);
+        trial.fault("the private key is still in " + file);
     }
 }
 
@@ -38,13 +46,14 @@ void theKeyGoes(const Trial& trial) {
     const CreateCertRequest request = creationOf(trial, "1", withKey(first));
     const CreateCertResult result = create(trial, "a creation", request);
     expectSuccess(trial, "a creation", result.code, result.message);
+    keyIsSomewhere(trial, first);
     keyFilesAreTheOwners(trial, first);
     static_cast<void>(replace(trial, "a replacement", replacementOf(trial, "1", withKey(second))));
     keyFilesAreTheOwners(trial, first);
     keyFilesAreTheOwners(trial, second);
     static_cast<void>(remove(trial, "a deletion", uriOf(request)));
-    keyIsGone(trial, "after the deletion", first);
-    keyIsGone(trial, "after the deletion", second);
+    keyIsGone(trial, first);
+    keyIsGone(trial, second);
 }
 
 void aRefusalLeavesNothing(const Trial& trial) {
@@ -58,7 +67,7 @@ void aRefusalLeavesNothing(const Trial& trial) {
     for (const std::string& file : changedFiles(before, diskState(trial.places.directories))) {
         trial.fault("a refused creation has written " + file);
     }
-    keyIsGone(trial, "after a refused creation", pair);
+    keyIsGone(trial, pair);
 }
 
 // What the whole process shares, by name.
@@ -102,6 +111,11 @@ void oneOfEach(const Trial& trial) {
     static_cast<void>(generateCsr(trial, "a signing request", curveRequest(trial)));
 }
 
+void tellChange(const Trial& trial, const std::string& name, const std::string& before,
+                const std::string& after) {
+    trial.fault(name + " is " + after + " now, it was " + before);
+}
+
 // The first round may open what stays open for good, such as a log.
 void theProcessStays(const Trial& trial) {
     const ProcessState atFirst = processState();
@@ -114,7 +128,7 @@ void theProcessStays(const Trial& trial) {
         const bool mayGrowOnce = name == "the number of open descriptors";
         const std::string& expected = mayGrowOnce ? before.at(name) : atFirst.at(name);
         if (value != expected) {
-            trial.fault(name + " is " + value + " now, it was " + expected);
+            tellChange(trial, name, expected, value);
         }
     }
 }

@@ -24,12 +24,13 @@ constexpr int EXIT_USAGE = 2;
 constexpr int EXIT_NOT_LOADED = 3;
 
 constexpr const char* DESCRIPTION =
-    "Tries a certificate backend (libcertificate_backend.so.1) against the contract of\n"
-    "platform/certificate_backend.h: good, refused and hostile requests to each handler,\n"
-    "eight threads at once, kills, and what stays on disk.\n"
+    "Tries a certificate backend (libcertificate_backend.so.1) against the contract\n"
+    "of platform/certificate_backend.h: good, refused and hostile requests to each\n"
+    "handler, eight threads at once, kills, and what stays on disk.\n"
     "\n"
-    "It installs certificates of its own in a collection of its own and removes them again;\n"
-    "signing requests, which nothing can remove, stay. Try it where nothing is in use.";
+    "It installs certificates of its own in a collection of its own and removes them\n"
+    "again; signing requests, which nothing can remove, stay. Try it where nothing is\n"
+    "in use.";
 
 constexpr const char* FOOTER = "\nExit status:\n"
                                "  0  no fault was found; notes may have been\n"
@@ -51,19 +52,19 @@ struct Options {
 
 void describe(CLI::App& app, Options& options) {
     app.footer(FOOTER);
+    app.get_formatter()->column_width(24);
     app.add_option("LIBRARY", options.library, "the library's file")->type_name("");
     app.add_option("--collection", options.collection, "where to install; a server's or device's")
         ->type_name("URI");
     app.add_option("--directory", options.directories,
-                   "where the backend keeps files; may be given several times")
-        ->type_name("DIR")
-        ->capture_default_str();
+                   "where the backend keeps files; may be given again\n"
+                   "(/var/lib/CertificateService)")
+        ->type_name("DIR");
     app.add_option("--only", options.only, "run the checks whose statement holds these words")
         ->type_name("WORDS");
-    app.add_option("--limit", options.limit, "seconds that a check may take")
+    app.add_option("--limit", options.limit, "seconds that a check may take (60)")
         ->type_name("SECONDS")
-        ->check(CLI::PositiveNumber)
-        ->capture_default_str();
+        ->check(CLI::Range(0.1, 86400.0).description(""));
     app.add_flag("--list", options.list, "print the statements and try nothing");
 }
 

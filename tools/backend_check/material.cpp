@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr std::time_t DAY = 24 * 60 * 60;
+constexpr std::time_t DAY = std::time_t{24} * 60 * 60;
 constexpr std::time_t VALIDITY = 30 * DAY;
 constexpr std::size_t SERIAL_BYTES = 8;
 

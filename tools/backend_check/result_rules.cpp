@@ -152,14 +152,19 @@ void examineTexts(const std::string& where, const std::vector<std::string>& text
 
 using Names = std::unordered_map<std::string, std::string>;
 
+void examineName(const std::string& where, const Names::value_type& name, Faults& faults) {
+    const auto& [property, value] = name;
+    if (std::find(NAME_PROPERTIES.begin(), NAME_PROPERTIES.end(), property) ==
+        NAME_PROPERTIES.end()) {
+        faults.push_back(where + " has the property \"" + property +
+                         "\", which Redfish's Identifier has not");
+    }
+    examineText(where + "'s " + property, value, faults);
+}
+
 void examineNames(const std::string& where, const Names& names, Faults& faults) {
-    for (const auto& [property, value] : names) {
-        if (std::find(NAME_PROPERTIES.begin(), NAME_PROPERTIES.end(), property) ==
-            NAME_PROPERTIES.end()) {
-            faults.push_back(where + " has the property \"" + property +
-                             "\", which Redfish's Identifier has not");
-        }
-        examineText(where + "'s " + property, value, faults);
+    for (const auto& name : names) {
+        examineName(where, name, faults);
     }
 }
 

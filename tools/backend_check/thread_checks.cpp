@@ -75,6 +75,7 @@ void oneLife(const Trial& trial, int index, const KeyPair& pair, const KeyPair& 
 
 void eachTheirOwn(const Trial& trial) {
     std::vector<std::pair<KeyPair, KeyPair>> pairs;
+    pairs.reserve(THREADS);
     for (int i = 0; i < THREADS; ++i) {
         pairs.emplace_back(makeServer(trial.material, nameOf(i)),
                            makeServer(trial.material, nameOf(i)));
@@ -90,6 +91,7 @@ void eachTheirOwn(const Trial& trial) {
 
 void oneOfEight(const Trial& trial) {
     std::vector<KeyPair> pairs;
+    pairs.reserve(THREADS);
     for (int i = 0; i < THREADS; ++i) {
         pairs.push_back(makeServer(trial.material, nameOf(i)));
     }

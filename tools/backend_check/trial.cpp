@@ -8,8 +8,9 @@
 namespace {
 
 void tellFaults(const Trial& trial, const std::string& what, const Faults& faults) {
+    const std::string beginning = what + ": ";
     for (const std::string& text : faults) {
-        trial.fault(what + ": " + text);
+        trial.fault(beginning + text);
     }
 }
 
