@@ -11,7 +11,7 @@ struct MessageText {
     std::string_view text; // %1 to %9 stand for the arguments; one at the end may be a sentence
 };
 
-constexpr std::array<MessageText, 28> MESSAGE_TEXTS = {{
+constexpr std::array<MessageText, 32> MESSAGE_TEXTS = {{
     {"Base.ActionNotSupported", "The service has no action '%1'."},
     {"Base.ActionParameterMissing", "The action %1 needs the parameter %2, which is missing."},
     {"Base.ActionParameterUnknown", "The action %1 has no parameter %2."},
@@ -23,17 +23,20 @@ constexpr std::array<MessageText, 28> MESSAGE_TEXTS = {{
      "The value '%1' of the parameter %2 is of a type that the action %3 does not take."},
     {"Base.Created", "It was created."},
     {"Base.GeneralError", "The service failed and does not say why."},
+    {"Base.HeaderInvalid", "The header %1 has a value that the service does not take."},
     {"Base.InsufficientPrivilege", "The account may not do this."},
     {"Base.InternalError", "The service failed because of a fault of its own."},
     {"Base.MalformedJSON", "The request is no valid JSON."},
     {"Base.NoOperation", "Nothing was changed: the request asks for what is there already."},
     {"Base.NoValidSession", "There is no session, or its time is over: log in first."},
+    {"Base.PropertyDuplicate", "The request has the property %1 twice."},
     {"Base.PropertyMissing", "The request lacks the property %1."},
     {"Base.PropertyUnknown", "There is no property %1."},
     {"Base.PropertyValueFormatError", "The property %2 has an unusable value: %1"},
     {"Base.PropertyValueNotInList",
      "The value '%1' of the property %2 is none of those that are supported."},
     {"Base.PropertyValueTypeError", "The value '%1' of the property %2 is of the wrong type."},
+    {"Base.QueryNotSupported", "The service takes no such query."},
     {"Base.ResourceAlreadyExists",
      "There is a resource of type %1 already with the value '%3' of the property %2."},
     {"Base.ResourceInUse", "The resource is in use and cannot be changed now."},
@@ -43,6 +46,7 @@ constexpr std::array<MessageText, 28> MESSAGE_TEXTS = {{
     {"Base.SessionLimitExceeded",
      "There are as many sessions as the service allows; one must end before another begins."},
     {"Base.Success", "It was done."},
+    {"Base.UnrecognizedRequestBody", "The request has no body that the service can read."},
     {"ExtendedError.ActionNotSupportedOnReference",
      "The resource '%1', given as %2, does not support the action %3."},
     {"ExtendedError.BadRequest", "The request is wrong in itself; the service does not say more."},

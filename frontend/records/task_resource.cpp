@@ -148,3 +148,17 @@ void removeTask(redisContext* context, const std::string& taskUri) {
     (void)runCommand(context, {"LREM", memberListKey(TASKS_URI), "0", referenceEntry(taskUri)});
     refreshMemberCount(context, TASKS_URI);
 }
+
+void removeOldTasks(redisContext* context, std::size_t most) {
+    const long long count = runIntegerCommand(context, {"LLEN", memberListKey(TASKS_URI)});
+    long long surplus = count - static_cast<long long>(most);
+    if (surplus <= 0) {
+        return;
+    }
+    for (const TaskSummary& task : listTasks(context)) {
+        if (surplus > 0 && isFinalTaskState(task.state)) {
+            removeTask(context, task.uri);
+            --surplus;
+        }
+    }
+}

@@ -11,6 +11,7 @@
 
 #include "frontend/exchange/service_answer.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -49,3 +50,7 @@ void endWithoutResult(redisContext* context, const std::string& taskUri,
 
 // Removes the task with its result.
 void removeTask(redisContext* context, const std::string& taskUri);
+
+// Removes tasks that have ended, oldest first, until there are no more than so many tasks. Those
+// that have not ended stay.
+void removeOldTasks(redisContext* context, std::size_t most);

@@ -108,7 +108,7 @@ TEST_F(WebTasks, EndAsExceptionWhenTheDaemonIsGone) {
 
 TEST_F(WebTasks, EndAsExceptionAfterTheirTime) {
     pretendDaemon();
-    TaskRunner runner({.most = 4, .silence = 0.5});
+    TaskRunner runner({.most = 4, .silence = 0.5, .kept = 9});
     const std::string uri = accepted(runner);
     EXPECT_TRUE(reaches(uri, "Exception"));
     EXPECT_EQ(stored(uri)["Messages"][0]["Message"],
@@ -116,7 +116,7 @@ TEST_F(WebTasks, EndAsExceptionAfterTheirTime) {
 }
 
 TEST_F(WebTasks, ThatAreNotAcceptedYetAreLeftAlone) {
-    TaskRunner runner({.most = 4, .silence = 0});
+    TaskRunner runner({.most = 4, .silence = 0, .kept = 9});
     const std::string begun = runner.begin(client.context(), "Begun");
     const std::string lost = accepted(runner);
     ASSERT_TRUE(reaches(lost, "Exception"));
@@ -125,7 +125,7 @@ TEST_F(WebTasks, ThatAreNotAcceptedYetAreLeftAlone) {
 
 TEST_F(WebTasks, AreNoMoreThanMayBe) {
     pretendDaemon();
-    TaskRunner runner({.most = 2, .silence = 600});
+    TaskRunner runner({.most = 2, .silence = 600, .kept = 9});
     const std::string first = accepted(runner);
     const std::string second = runner.begin(client.context(), "Second");
     try {
@@ -139,6 +139,22 @@ TEST_F(WebTasks, AreNoMoreThanMayBe) {
     runner.cancel(client.context(), second);
     EXPECT_EQ(listTasks(client.context()).size(), 1U);
     EXPECT_NE(runner.begin(client.context(), "Third"), first);
+}
+
+TEST_F(WebTasks, ThatHaveEndedMakeRoomOldestFirst) {
+    pretendDaemon();
+    TaskRunner runner({.most = 4, .silence = 600, .kept = 3});
+    const std::string running = accepted(runner);
+    const std::string oldest = accepted(runner);
+    const std::string younger = accepted(runner);
+    storeResult(younger);
+    storeResult(oldest);
+    const std::string youngest = accepted(runner);
+    std::vector<std::string> left;
+    for (const TaskSummary& task : listTasks(client.context())) {
+        left.push_back(task.uri);
+    }
+    EXPECT_EQ(left, (std::vector<std::string>{running, younger, youngest}));
 }
 
 TEST_F(WebTasks, OfAnEarlierRunAreFollowedAgain) {

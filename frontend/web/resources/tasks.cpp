@@ -63,7 +63,9 @@ TaskSummary findCurrentTask(WebService& service, redisContext* session, const Ca
 
 Answer getTaskService(WebService& service, const Call& /*call*/) {
     const BorrowedSession session(service.redis);
-    return {.document = readTaskService(session.get(), TASK_SERVICE_URI)};
+    json document = readTaskService(session.get(), TASK_SERVICE_URI);
+    document["CompletedTaskOverWritePolicy"] = "Oldest";
+    return {.document = std::move(document)};
 }
 
 Answer getTasks(WebService& service, const Call& /*call*/) {

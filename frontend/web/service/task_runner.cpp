@@ -55,6 +55,7 @@ std::string TaskRunner::begin(redisContext* session, const std::string& name) {
         const std::lock_guard lock(mutex);
         --beginning;
     });
+    removeOldTasks(session, limits.kept - 1);
     std::string uri = createTask(session, name);
     const std::lock_guard lock(mutex);
     tasks.push_back({uri, deadlineIn(limits.silence)});

@@ -21,8 +21,9 @@ struct redisContext;
 struct TaskChange;
 
 struct TaskLimits {
-    std::size_t most = 64; // tasks that run at a time
-    double silence = 600;  // seconds that a task may go without a sign of life
+    std::size_t most = 64;  // tasks that run at a time
+    double silence = 600;   // seconds that a task may go without a sign of life
+    std::size_t kept = 200; // tasks that there are before the oldest ended one makes room
 };
 
 // Safe on any thread; each caller uses a session of its own. Functions throw FrontEndError as
