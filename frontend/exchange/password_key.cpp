@@ -6,6 +6,7 @@
 
 #include <fcntl.h>
 #include <sys/random.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -22,9 +23,13 @@ FrontEndError keyFileError(const std::string& what) {
             "be able to read too."};
 }
 
+// The daemon may have a user of its own, which reads the key through the folder's group.
+constexpr mode_t KEY_FILE_MODE = 0640;
+
 bool writeKey(int descriptor) {
     std::array<unsigned char, KEY_FILE_SIZE> key{};
     const bool written =
+        fchmod(descriptor, KEY_FILE_MODE) == 0 &&
         getrandom(key.data(), key.size(), 0) == static_cast<ssize_t>(key.size()) &&
         write(descriptor, key.data(), key.size()) == static_cast<ssize_t>(key.size()) &&
         fsync(descriptor) == 0;
@@ -36,7 +41,7 @@ bool writeKey(int descriptor) {
 // faster, its key counts.
 void makeKeyFile() {
     std::string temporary = std::string(PRIVATE_KEY_TEMP_FILE) + ".XXXXXX";
-    const int descriptor = mkostemp(temporary.data(), O_CLOEXEC); // mode 0600
+    const int descriptor = mkostemp(temporary.data(), O_CLOEXEC); // for its owner alone
     if (descriptor < 0) {
         throw keyFileError(std::string("cannot be made: ") + std::strerror(errno) + ".");
     }

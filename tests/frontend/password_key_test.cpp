@@ -18,10 +18,10 @@ TEST(ChallengePassword, TheDaemonsLibraryDecryptsIt) {
     EXPECT_EQ(decryptHexString(cipherText, KEY_FILE), "hunter2");
 }
 
-TEST(ChallengePassword, ItsKeyFileIsMadeOnceAndReadableByItsOwnerAlone) {
+TEST(ChallengePassword, ItsKeyFileIsMadeOnceAndReadableByItsGroup) {
     (void)encryptChallengePassword("a");
     EXPECT_EQ(readFile(KEY_FILE).size(), 32U);
-    EXPECT_EQ(fileMode(KEY_FILE), 0600U);
+    EXPECT_EQ(fileMode(KEY_FILE), 0640U);
     EXPECT_EQ(listDirectory("/var/nginx"), std::vector<std::string>{"pkey.tmp"});
     const std::string key = readFile(KEY_FILE);
     (void)encryptChallengePassword("b");

@@ -100,7 +100,7 @@ TEST_F(SigningRequests, TheChallengePasswordTravelsEncryptedOnly) {
     const std::string commands = describeCommands(monitor.commands());
     EXPECT_THAT(commands, HasSubstr("ChallengePassword"));
     EXPECT_THAT(commands, testing::Not(HasSubstr("hunter2-and-more")));
-    EXPECT_EQ(fileMode("/var/nginx/pkey.tmp"), 0600U);
+    EXPECT_EQ(fileMode("/var/nginx/pkey.tmp"), 0640U);
 }
 
 TEST_F(SigningRequests, OneForRsaShowsTheStatesOfItsTask) {
