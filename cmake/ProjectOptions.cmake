@@ -8,6 +8,10 @@ target_compile_options(project_options INTERFACE
 target_link_options(project_options INTERFACE
     -Wl,--gc-sections -Wl,--as-needed -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 
+# What a board runs holds no path of the machine that built it.
+target_compile_options(project_options INTERFACE
+    $<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
+
 # GCC 12 sees an overlap in std::string's own concatenation when it optimises.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     target_compile_options(project_options INTERFACE -Wno-restrict)

@@ -3,7 +3,7 @@
 unit=$build/packaging/certificate-service-ping.service
 
 # What systemd hands to the shell when the check has ended.
-after=$(sed -n "s/^ExecStopPost=sh -c '\(.*\)'$/\1/p" "$unit" | sed 's/\$\$/$/g')
+after=$(sed -n "s/^ExecStopPost=+sh -c '\(.*\)'$/\1/p" "$unit" | sed 's/\$\$/$/g')
 [ -n "$after" ] || fail "$unit does nothing after the check"
 
 mkdir "$work/bin"
