@@ -19,7 +19,7 @@ headings() {
 
 # links PAGE: the targets of its links within the repository, a line break in the text or not
 links() {
-    tr '\n' ' ' <"$1" | grep -oE '\]\([^):]+\)' | grep -v 'png)$' | sed -e 's/^](//' -e 's/)$//'
+    tr '\n' ' ' <"$1" | grep -oE '\]\([^):]+\)' | sed -e 's/^](//' -e 's/)$//'
 }
 
 for page in "${documents[@]}"; do
