@@ -112,6 +112,9 @@ void spoilSuccess(CreateCertResult& result, const std::string& sent) {
     if (isPlanted("key as its place")) {
         result.privateKeyValue = lastBlock(sent);
     }
+    if (isPlanted("text is missing")) {
+        result.certificateString.clear();
+    }
     if (isPlanted("local time")) {
         result.validNotAfter.replace(result.validNotAfter.size() - 1, 1, "+02:00");
     }
@@ -234,7 +237,13 @@ CSRResult generateCSRHandler(const CSRRequest& request) {
     if (isPlanted("subject is cut")) {
         asked.stringParameters.erase("Organization");
     }
+    if (isPlanted("longer key") && asked.keyBitLength == 2048) {
+        asked.keyBitLength = 3072;
+    }
     CSRResult result = reference().generateCsr(asked);
+    if (isPlanted("request is none")) {
+        result.csr = "nothing";
+    }
     if (result.code == 400 && isPlanted("password is told")) {
         result.message.MessageArgs.front() = asked.stringParameters["ChallengePassword"];
     }
@@ -249,6 +258,13 @@ CreateCertResult replaceCertificateHandler(const ReplaceCertRequest& request) {
     CreateCertResult result = reference().replace(request);
     if (isPlanted("no operation is not told")) {
         result.message.MessageId.clear();
+    }
+    if (isPlanted("replacement describes another")) {
+        result.subject["CommonName"] = "first.backend-check.example";
+    }
+    if (isPlanted("replacement where nothing is") && result.message.MessageArgs.size() == 1) {
+        result = reference().create({"/redfish/v1/Elsewhere/Certificates",
+                                     request.certificateString, request.certificateType, "1", ""});
     }
     if (result.code == 200 && isPlanted("everything is no operation")) {
         result.message.MessageId = "Base.1.9.NoOperation";
