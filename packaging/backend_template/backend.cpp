@@ -1,6 +1,7 @@
 // A certificate backend to begin with. It keeps what holds for every backend: no exception leaves a
-// handler, and what fails is told as the service's fault. It installs nothing yet; each handler says
-// what belongs in it. `certificate-backend-check libcertificate_backend.so.1` tells how far it is.
+// handler, and what fails is told as the service's fault. It installs nothing yet; each handler
+// says what belongs in it. `certificate-backend-check libcertificate_backend.so.1` tells how far it
+// is.
 
 #include "platform/certificate_backend.h"
 
@@ -15,9 +16,8 @@ MessageInfo internalError() {
 }
 
 [[maybe_unused]] MessageInfo unusableText(const std::string& why) {
-    return {"Base.1.9.PropertyValueFormatError",
-            {why, "CertificateString"},
-            {"#/CertificateString"}};
+    return {
+        "Base.1.9.PropertyValueFormatError", {why, "CertificateString"}, {"#/CertificateString"}};
 }
 
 [[maybe_unused]] MessageInfo nothingThere(const std::string& uri) {
@@ -52,8 +52,9 @@ Result guarded(const char* handler, Operation operation) noexcept {
 // Read the text by request.certificateType, and judge it: shape and size first, then keys, dates,
 // use, and the chain up to request.rootCaFile when that is not empty. A refusal is code 400 with a
 // message that says why. Never overwrite what is installed as collectionUri + "/" + certificateId.
-// Write key and certificate so that a power cut leaves both or neither, the key for its owner alone.
-// For code 200 fill in all members but the message; privateKeyValue says where the key is kept.
+// Write key and certificate so that a power cut leaves both or neither, the key for its owner
+// alone. For code 200 fill in all members but the message; privateKeyValue says where the key is
+// kept.
 CreateCertResult install(const CreateCertRequest& /*request*/) {
     return failed<CreateCertResult>("create", "not made yet");
 }
