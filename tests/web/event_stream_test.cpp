@@ -39,7 +39,8 @@ protected:
         std::string head;
         auto connection = open(head);
         EXPECT_THAT(head, HasSubstr("200 OK"));
-        EXPECT_THAT(head + connection->readUntil("events follow"), HasSubstr("events follow"));
+        const bool hasBegun = head.find("events follow") != std::string::npos;
+        EXPECT_TRUE(hasBegun || !connection->readUntil("events follow").empty());
         return connection;
     }
 
