@@ -1,5 +1,6 @@
 #include "frontend/exchange/service_request.h"
 
+#include "core/at_scope_end.h"
 #include "core/protocol/channels.h"
 #include "core/protocol/fields.h"
 #include "core/protocol/keys.h"
@@ -97,8 +98,9 @@ bool isListenedTo(redisContext* session, const std::string& channel) {
 
 ServiceRequest::ServiceRequest(redisContext* redisSession, RequestHead requestHead,
                                nlohmann::json body)
-    : session(redisSession), head(std::move(requestHead)), keys(requestRecordKeys(randomId())),
-      subscriber(openRedisSession()) {
+    : session(redisSession), head(std::move(requestHead)), keys(requestRecordKeys(randomId())) {
+    const AtScopeEnd wiper([&body] { wipeDocument(body); });
+    subscriber = openRedisSession();
     try {
         storeRecords(std::move(body));
         announce();

@@ -1,6 +1,8 @@
 #include "frontend/web/resources/certificate_changes.h"
 
+#include "core/at_scope_end.h"
 #include "core/protocol/channels.h"
+#include "core/secret.h"
 #include "frontend/records/certificate_records.h"
 #include "frontend/web/resources/stored_resources.h"
 #include "frontend/web/service/change_turn.h"
@@ -29,6 +31,7 @@ bool isUnknownToBackend(const ServiceAnswer& answer) {
 
 Answer createCertificate(WebService& service, const Call& call, const std::string& collectionUri) {
     nlohmann::json body = readCheckedBody(call.request, newCertificateForm());
+    const AtScopeEnd wiper([&body] { wipeDocument(body); });
     const BorrowedSession session(service.redis);
     const ChangeTurn turn(service.changes);
     const ServiceAnswer answer =
