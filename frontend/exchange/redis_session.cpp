@@ -79,6 +79,18 @@ FrontEndError cannotConnect() {
             "Look whether redis-server runs, and on which socket."};
 }
 
+// Null when the connection fails.
+RedisReply sendWords(redisContext* context, const std::vector<std::string>& words) {
+    std::vector<const char*> texts;
+    std::vector<std::size_t> lengths;
+    for (const std::string& word : words) {
+        texts.push_back(word.data());
+        lengths.push_back(word.size());
+    }
+    return RedisReply(static_cast<redisReply*>(
+        redisCommandArgv(context, static_cast<int>(words.size()), texts.data(), lengths.data())));
+}
+
 RedisReply checkedReply(const redisContext* context, RedisReply reply) {
     if (!reply && context->err == REDIS_ERR_IO && errno == EAGAIN) {
         throw FrontEndError(FailureKind::NO_REDIS,
@@ -112,15 +124,7 @@ RedisConnection openRedisSession() {
 }
 
 RedisReply runCommand(redisContext* context, const std::vector<std::string>& words) {
-    std::vector<const char*> texts;
-    std::vector<std::size_t> lengths;
-    for (const std::string& word : words) {
-        texts.push_back(word.data());
-        lengths.push_back(word.size());
-    }
-    RedisReply reply(static_cast<redisReply*>(
-        redisCommandArgv(context, static_cast<int>(words.size()), texts.data(), lengths.data())));
-    return checkedReply(context, std::move(reply));
+    return checkedReply(context, sendWords(context, words));
 }
 
 long long runIntegerCommand(redisContext* context, const std::vector<std::string>& words) {
@@ -146,4 +150,11 @@ std::vector<std::string> runListCommand(redisContext* context,
 
 std::string replyBytes(const redisReply& reply) {
     return std::string(replyText(reply));
+}
+
+std::string readHashField(redisContext* context, const std::string& key, const std::string& field) {
+    RedisReply reply = sendWords(context, {"HGET", key, field});
+    const bool isNoHash =
+        reply && reply->type == REDIS_REPLY_ERROR && replyBytes(*reply).starts_with("WRONGTYPE");
+    return isNoHash ? std::string() : replyBytes(*checkedReply(context, std::move(reply)));
 }

@@ -3,9 +3,9 @@
 // The front end's connections to Redis, found through the same files as the daemon's
 // (core/redis_connection.h), but afresh each time and without a word on standard error.
 //
-// Functions that talk to Redis throw FrontEndError (NO_REDIS) when it cannot be reached, refuses the
-// command or gives no answer to it within five seconds. A session belongs to one thread at a time;
-// several threads may each open their own.
+// Functions that talk to Redis throw FrontEndError (NO_REDIS) when it cannot be reached, refuses
+// the command or gives no answer to it within five seconds. A session belongs to one thread at a
+// time; several threads may each open their own.
 
 #include "core/redis_connection.h"
 #include "core/redis_reply.h"
@@ -31,3 +31,7 @@ long long runIntegerCommand(redisContext* context, const std::vector<std::string
 
 // The bytes of a text reply; empty for any other.
 [[nodiscard]] std::string replyBytes(const redisReply& reply);
+
+// A field of a hash; empty when there is none, and when something else stands at the key.
+[[nodiscard]] std::string readHashField(redisContext* context, const std::string& key,
+                                        const std::string& field);

@@ -96,6 +96,17 @@ TEST_F(WebCertificates, ThatTheBackendDoesNotKnowCanBeDeleted) {
     EXPECT_THAT(redis.dumpAll(), Not(HasSubstr(ghost)));
 }
 
+TEST_F(WebCertificates, ThatOnlyListsStillNameCanBeDeleted) {
+    const std::string gone = COLLECTION + "/1";
+    for (const std::string& owner : {COLLECTION + "/Members", LOCATIONS + "/Links/Certificates"}) {
+        redis.command("LPUSH", "&&" + owner, "&&ObjectRef " + gone);
+        EXPECT_EQ(client->get(gone).status, 404);
+        EXPECT_EQ(client->remove(gone).status, 204);
+        expectMembers({});
+    }
+    EXPECT_EQ(client->remove(gone).status, 404);
+}
+
 TEST_F(WebCertificates, ThatAreReplacedShowTheNewOneAtOnce) {
     const std::string uri = install(serverIdentity("old.example"));
     const HttpsAnswer before = client->get(uri);

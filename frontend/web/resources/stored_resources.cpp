@@ -22,34 +22,25 @@ constexpr std::array<const char*, 7> COLLECTION_PROPERTIES = {DESCRIPTION_PROPER
                                                               "Oem",
                                                               "@Redfish.SupportedCertificates"};
 
-// What stands under a URI.
-enum class Kind {
-    NOTHING,
-    COLLECTION,
-    MEMBERS, // takes what the collection takes
-    CERTIFICATE,
-    REMAINS // lists name a certificate that does not stand there any more
-};
-
-Kind kindOf(WebService& service, const std::string& uri) {
+StoredPlace placeOf(WebService& service, const std::string& uri) {
     const BorrowedSession session(service.redis);
-    redisContext* const context = session.get();
-    if (!uri.starts_with(ROOT)) {
-        return Kind::NOTHING;
+    return uri.starts_with(ROOT) ? placeAt(session.get(), uri) : StoredPlace::NOTHING;
+}
+
+std::string allowedMethods(StoredPlace place) {
+    switch (place) {
+    case StoredPlace::COLLECTION:
+        return "GET, HEAD, POST";
+    case StoredPlace::MEMBERS:
+        return "POST";
+    case StoredPlace::CERTIFICATE:
+        return "GET, HEAD, DELETE";
+    case StoredPlace::REMAINS:
+        return "DELETE";
+    case StoredPlace::NOTHING:
+        break;
     }
-    if (holdsCollection(context, uri)) {
-        return Kind::COLLECTION;
-    }
-    if (!holdsCollection(context, parentUri(uri))) {
-        return Kind::NOTHING;
-    }
-    if (withoutMembersSegment(uri) != uri) {
-        return Kind::MEMBERS;
-    }
-    if (holdsCertificate(context, uri)) {
-        return Kind::CERTIFICATE;
-    }
-    return isCertificateNamed(context, uri) ? Kind::REMAINS : Kind::NOTHING;
+    return {};
 }
 
 bool isReading(const Call& call) {
@@ -58,6 +49,9 @@ bool isReading(const Call& call) {
 
 json collectionView(redisContext* context, const std::string& uri) {
     const json stored = clientView(readDocument(context, uri));
+    if (!stored.is_object()) {
+        return nullptr;
+    }
     json view = {{ODATA_ID, uri}, {NAME_PROPERTY, "Certificate Collection"}};
     for (const char* property : COLLECTION_PROPERTIES) {
         if (stored.contains(property)) {
@@ -69,64 +63,37 @@ json collectionView(redisContext* context, const std::string& uri) {
     return view;
 }
 
-Answer withAllow(Answer answer, const char* allowed) {
-    answer.headers.emplace_back("Allow", allowed);
-    return answer;
-}
-
-Answer answerCollection(WebService& service, const Call& call) {
-    constexpr const char* ALLOWED = "GET, HEAD, POST";
-    if (call.request.method == "POST") {
-        return withAllow(createCertificate(service, call, call.uri), ALLOWED);
-    }
-    if (!isReading(call)) {
-        throw methodNotAllowed(call.request.method, ALLOWED);
-    }
+Answer readPlace(WebService& service, StoredPlace place, const std::string& uri) {
     const BorrowedSession session(service.redis);
-    return withAllow({.document = collectionView(session.get(), call.uri)}, ALLOWED);
-}
-
-Answer answerMembers(WebService& service, const Call& call) {
-    constexpr const char* ALLOWED = "POST";
-    if (call.request.method != "POST") {
-        throw methodNotAllowed(call.request.method, ALLOWED);
-    }
-    return withAllow(createCertificate(service, call, withoutMembersSegment(call.uri)), ALLOWED);
-}
-
-Answer answerCertificate(WebService& service, const Call& call) {
-    constexpr const char* ALLOWED = "GET, HEAD, DELETE";
-    if (call.request.method == "DELETE") {
-        return withAllow(deleteCertificate(service, call), ALLOWED);
-    }
-    if (!isReading(call)) {
-        throw methodNotAllowed(call.request.method, ALLOWED);
-    }
-    const BorrowedSession session(service.redis);
-    json document = readCertificate(session.get(), call.uri);
+    json document = place == StoredPlace::COLLECTION ? collectionView(session.get(), uri)
+                                                     : readCertificate(session.get(), uri);
     if (document.is_null()) { // gone meanwhile
-        throw notFound(call.uri);
+        throw notFound(uri);
     }
-    return withAllow({.document = std::move(document)}, ALLOWED);
+    return {.document = std::move(document)};
+}
+
+Answer changePlace(WebService& service, const Call& call) {
+    return call.request.method == "POST"
+               ? createCertificate(service, call, withoutMembersSegment(call.uri))
+               : deleteCertificate(service, call);
 }
 
 } // namespace
 
 Answer answerStored(WebService& service, const Call& call) {
-    switch (kindOf(service, call.uri)) {
-    case Kind::COLLECTION:
-        return answerCollection(service, call);
-    case Kind::MEMBERS:
-        return answerMembers(service, call);
-    case Kind::CERTIFICATE:
-        return answerCertificate(service, call);
-    case Kind::REMAINS:
-        if (call.request.method == "DELETE") {
-            return deleteCertificate(service, call);
-        }
-        break;
-    case Kind::NOTHING:
-        break;
+    const StoredPlace place = placeOf(service, call.uri);
+    const std::string& method = call.request.method;
+    const bool isGone = place == StoredPlace::REMAINS && method != "DELETE";
+    if (place == StoredPlace::NOTHING || isGone) {
+        throw notFound(call.uri);
     }
-    throw notFound(call.uri);
+    const std::string allowed = allowedMethods(place);
+    if ((", " + allowed + ",").find(", " + method + ",") == std::string::npos) {
+        throw methodNotAllowed(method, allowed);
+    }
+    Answer answer =
+        isReading(call) ? readPlace(service, place, call.uri) : changePlace(service, call);
+    answer.headers.emplace_back("Allow", allowed);
+    return answer;
 }

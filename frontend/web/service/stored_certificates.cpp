@@ -17,15 +17,11 @@
 namespace {
 
 std::string storedType(redisContext* context, const std::string& uri) {
-    // Redis answers with an error when asked for a field of what is no hash.
-    return runTextCommand(context, {"TYPE", uri}) == "hash"
-               ? storedString(runTextCommand(context, {"HGET", uri, ODATA_TYPE}))
-               : std::string();
+    return storedString(readHashField(context, uri, ODATA_TYPE));
 }
 
 // Of any schema version.
-bool isCertificate(redisContext* context, const std::string& uri) {
-    const std::string type = storedType(context, uri);
+bool isCertificateType(const std::string& type) {
     return type.starts_with("#Certificate.") && type.ends_with(".Certificate");
 }
 
@@ -45,19 +41,32 @@ bool isNamedIn(redisContext* context, const std::string& listKey, const std::str
     return std::find(uris.begin(), uris.end(), uri) != uris.end();
 }
 
+bool isNamed(redisContext* context, const std::string& uri) {
+    return isNamedIn(context, memberListKey(parentUri(uri)), uri) ||
+           isNamedIn(context, CERTIFICATE_LOCATIONS_LINKS_KEY, uri);
+}
+
 } // namespace
 
 bool holdsCollection(redisContext* context, const std::string& uri) {
     return storedType(context, uri) == CERTIFICATE_COLLECTION_ODATA_TYPE;
 }
 
-bool holdsCertificate(redisContext* context, const std::string& uri) {
-    return isCertificate(context, uri) && holdsCollection(context, parentUri(uri));
-}
-
-bool isCertificateNamed(redisContext* context, const std::string& uri) {
-    return isNamedIn(context, memberListKey(parentUri(uri)), uri) ||
-           isNamedIn(context, CERTIFICATE_LOCATIONS_LINKS_KEY, uri);
+StoredPlace placeAt(redisContext* context, const std::string& uri) {
+    const std::string type = storedType(context, uri);
+    if (type == CERTIFICATE_COLLECTION_ODATA_TYPE) {
+        return StoredPlace::COLLECTION;
+    }
+    if (!holdsCollection(context, parentUri(uri))) {
+        return StoredPlace::NOTHING;
+    }
+    if (withoutMembersSegment(uri) != uri) {
+        return StoredPlace::MEMBERS;
+    }
+    if (isCertificateType(type)) {
+        return StoredPlace::CERTIFICATE;
+    }
+    return isNamed(context, uri) ? StoredPlace::REMAINS : StoredPlace::NOTHING;
 }
 
 std::vector<std::string> collectionMembers(redisContext* context,
@@ -65,7 +74,8 @@ std::vector<std::string> collectionMembers(redisContext* context,
     std::vector<std::string> members;
     std::set<std::string> known;
     for (std::string& uri : referencedUris(context, memberListKey(collectionUri))) {
-        const bool isMember = parentUri(uri) == collectionUri && isCertificate(context, uri);
+        const bool isMember =
+            parentUri(uri) == collectionUri && isCertificateType(storedType(context, uri));
         if (isMember && known.insert(uri).second) {
             members.push_back(std::move(uri));
         }
@@ -89,9 +99,8 @@ std::vector<std::string> allCertificates(redisContext* context, const std::strin
 }
 
 nlohmann::json readCertificate(redisContext* context, const std::string& uri) {
-    return holdsCertificate(context, uri)
-               ? certificateView(readDocument(context, uri), uri, std::time(nullptr))
-               : nlohmann::json();
+    const nlohmann::json stored = readDocument(context, uri);
+    return stored.is_object() ? certificateView(stored, uri, std::time(nullptr)) : nlohmann::json();
 }
 
 nlohmann::json referencesTo(const std::vector<std::string>& uris) {

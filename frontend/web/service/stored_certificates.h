@@ -14,12 +14,17 @@ struct redisContext;
 // Whether a certificate collection stands there, by its stored type.
 [[nodiscard]] bool holdsCollection(redisContext* context, const std::string& uri);
 
-// Whether a certificate of a collection stands there, by the stored types of both.
-[[nodiscard]] bool holdsCertificate(redisContext* context, const std::string& uri);
+// What stands at a URI.
+enum class StoredPlace {
+    NOTHING,
+    COLLECTION,
+    MEMBERS,     // of a collection: takes what the collection takes
+    CERTIFICATE, // of a collection
+    REMAINS      // lists name a certificate of a collection that does not stand there any more
+};
 
-// Whether the collection's members or the certificate locations name the certificate: something may
-// be left there of one whose resource has gone.
-[[nodiscard]] bool isCertificateNamed(redisContext* context, const std::string& uri);
+// By the stored types of the resource and of the collection; NOTHING for any other resource.
+[[nodiscard]] StoredPlace placeAt(redisContext* context, const std::string& uri);
 
 // The certificates among the members of the collection, in their stored order. Those that do not
 // stand there, or elsewhere than below the collection, are left out.
@@ -31,7 +36,7 @@ struct redisContext;
 [[nodiscard]] std::vector<std::string> allCertificates(redisContext* context,
                                                        const std::string& collectionUri);
 
-// The certificate as it is shown (certificateView); null when it is not there.
+// The certificate that stands there as it is shown (certificateView); null when it has gone.
 [[nodiscard]] nlohmann::json readCertificate(redisContext* context, const std::string& uri);
 
 // References to the resources: [{"@odata.id": uri}, ...].
