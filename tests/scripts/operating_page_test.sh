@@ -1,16 +1,18 @@
-# docs/operating.md explains every line with which the daemon, its store or its log tells a failure.
+# docs/operating.md explains every line with which the daemon, its store or its log tells a failure, and
+# those of certificateweb.
 . "$(dirname "$0")/expect.sh"
 
 # The texts of three words or more in the daemon's sources, one on each line, without what is only for
 # debugging: what tells that a step went well, or with which settings, and parts of messages.
 texts() {
-    find core store requests actions -name '*.cpp' | sort | xargs perl -0777 -ne '
+    find core store requests actions frontend/web -name '*.cpp' | sort | xargs perl -0777 -ne '
         s{//[^\n]*|R"\(.*?\)"}{}gs;                             # comments, documents
         s{"\s*\n\s*"}{}g;                                       # texts in pieces
         s{(->debug|logStoreInfo)\([^;]*;|\x27(\\?.)\x27}{}gs;   # debugging, single characters
         while (m{"((?:[^"\\\n]|\\.)*)"}g) {
             my $text = $1;
             next if ($text =~ tr/ //) < 2 || $text =~ /^begin |^>>> skeleton|^ null null$|^, |^Input Array style =/;
+            next if $ARGV =~ m{^frontend/} && $text !~ /^certificateweb: /;
             print "$text\n";
         }' | sort -u
 }
