@@ -42,7 +42,11 @@ std::string expiryText(const nlohmann::json& certificate) {
         return "(not known)";
     }
     const long long days = daysBetween(std::time(nullptr), *expiry);
-    return days < 0 ? "has expired" : "in " + std::to_string(days) + " days";
+    if (days < 0) {
+        return "has expired";
+    }
+    return days == 0 ? "within a day"
+                     : "in " + std::to_string(days) + (days == 1 ? " day" : " days");
 }
 
 void runShow(const CommonOptions& common, const ShowOptions& options) {

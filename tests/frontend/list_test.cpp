@@ -162,7 +162,6 @@ TEST_F(Listing, ACertificateOfTheDaemonIsShownInWords) {
 
 TEST_F(Listing, EverythingKnownOfACertificateIsShown) {
     store(COLLECTION + "/1", "gone", expired);
-    store(COLLECTION + "/2", "good", late);
     EXPECT_EQ(runFrontEnd({"show", COLLECTION + "/1"}).output,
               COLLECTION +
                   "/1\n"
@@ -175,8 +174,18 @@ TEST_F(Listing, EverythingKnownOfACertificateIsShown) {
                   "  type        PEM\n"
                   "  serial      0a:0b\n"
                   "  expires     has expired\n");
-    EXPECT_THAT(runFrontEnd({"show", COLLECTION + "/2"}).output,
-                HasSubstr("\n  expires     in 400 days\n"));
+}
+
+TEST_F(Listing, TheDaysLeftAreToldAsASentenceWould) {
+    const std::vector<std::pair<std::time_t, std::string>> rows = {{-HOUR, "has expired"},
+                                                                   {HOUR, "within a day"},
+                                                                   {DAY + HOUR, "in 1 day"},
+                                                                   {9 * DAY + HOUR, "in 9 days"}};
+    for (const auto& [seconds, text] : rows) {
+        store("/x/Certificates/1", "a", timeFromNow(seconds));
+        EXPECT_THAT(runFrontEnd({"show", "/x/Certificates/1"}).output,
+                    HasSubstr("\n  expires     " + text + "\n"));
+    }
 }
 
 TEST_F(Listing, OnlyCertificatesAreShownInWords) {
