@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <map>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -103,8 +104,8 @@ void forgetOldestOf(const LockedDirectory& directory, const std::string& collect
     names.erase(oldest);
 }
 
-void keepWithinBounds(const LockedDirectory& directory, const std::string& collection) {
-    Names names = keyFiles(directory);
+void keepWithinBounds(const LockedDirectory& directory, const std::string& collection,
+                      Names names) {
     const auto ofCollection = [&] {
         return static_cast<std::size_t>(
             std::count_if(names.begin(), names.end(), [&](const std::string& name) {
@@ -124,10 +125,10 @@ void keepWithinBounds(const LockedDirectory& directory, const std::string& colle
 void keepRequestKey(const LockedDirectory& directory, const RequestNote& note, EVP_PKEY* key,
                     const std::string& digest) {
     const std::string collection = collectionDigest(note.collectionUri);
-    const std::string name =
-        numberAfter(keyFiles(directory)) + "-" + digest + "-" + collection + ENDING;
-    writeFileAtomically(directory.requests(), name, requestFileText(note, key));
-    keepWithinBounds(directory, collection);
+    Names names = keyFiles(directory);
+    names.push_back(numberAfter(names) + "-" + digest + "-" + collection + ENDING);
+    writeFileAtomically(directory.requests(), names.back(), requestFileText(note, key));
+    keepWithinBounds(directory, collection, std::move(names));
 }
 
 KeyHandle findRequestKey(const LockedDirectory& directory, const std::string& collectionUri,

@@ -59,7 +59,11 @@ FileDescriptor openToOverwrite(const Directory& directory, const char* name) {
 
 // False when there is no such file.
 bool overwriteAndUnlink(const Directory& directory, const char* name) {
-    overwrite(openToOverwrite(directory, name)); // what cannot be opened is unlinked as it is
+    const FileDescriptor file = openToOverwrite(directory, name);
+    if (file.get() < 0 && errno == ENOENT) {
+        return false;
+    }
+    overwrite(file); // what cannot be opened is unlinked as it is
     if (unlinkat(directory.descriptor.get(), name, 0) == 0) {
         return true;
     }
