@@ -16,7 +16,7 @@ constexpr std::size_t MOST_DIGITS = 20;
 constexpr std::size_t MOST_HEAD = 1 + MOST_DIGITS + LINE_END_SIZE; // of a command or a word
 
 std::size_t mostBytes(std::span<const std::string_view> words) {
-    std::size_t most = MOST_HEAD;
+    std::size_t most = 0;
     for (const std::string_view word : words) {
         most += MOST_HEAD + word.size() + LINE_END_SIZE;
     }
@@ -42,7 +42,6 @@ char* writeHead(char* next, char kind, std::size_t number) {
 }
 
 char* writeWords(char* next, std::span<const std::string_view> words) {
-    next = writeHead(next, '*', words.size());
     for (const std::string_view word : words) {
         next = writeHead(next, '$', word.size());
         next = std::copy(word.begin(), word.end(), next);
@@ -60,13 +59,23 @@ std::vector<std::string_view> cutAtNul(std::span<const std::string_view> words) 
 }
 
 // Hardly a word ever holds a NUL, so they are searched together, and written again when one does.
-char* writeCommand(char* start, std::span<const std::string_view> words) {
+char* writeCutWords(char* start, std::span<const std::string_view> words) {
     char* end = writeWords(start, words);
     const bool hasNul = std::memchr(start, '\0', static_cast<std::size_t>(end - start)) != nullptr;
     return hasNul ? writeWords(start, cutAtNul(words)) : end;
 }
 
 } // namespace
+
+void CommandStart::set(std::size_t words, CommandWords first) {
+    const std::span some(first.begin(), first.size());
+    const std::size_t most = MOST_HEAD + mostBytes(some);
+    if (mBytes.size() < most) {
+        mBytes.resize(most);
+    }
+    const char* end = writeCutWords(writeHead(mBytes.data(), '*', words), some);
+    mLength = static_cast<std::size_t>(end - mBytes.data());
+}
 
 // The part's bytes are written before they are read.
 RedisPipeline::RedisPipeline(redisContext* context) // NOLINT(*-member-init)
@@ -81,30 +90,45 @@ void RedisPipeline::append(CommandWords words) {
 }
 
 void RedisPipeline::append(std::span<const std::string_view> words) {
-    const std::size_t most = mostBytes(words);
+    put(MOST_HEAD + mostBytes(words),
+        [&](char* next) { return writeCutWords(writeHead(next, '*', words.size()), words); });
+}
+
+void RedisPipeline::append(const CommandStart& start, CommandWords rest) {
+    const std::string_view bytes = start.bytes();
+    const std::span words(rest.begin(), rest.size());
+    put(bytes.size() + mostBytes(words), [&](char* next) {
+        return writeCutWords(std::copy(bytes.begin(), bytes.end(), next), words);
+    });
+}
+
+// Has one command of at most so many bytes written where there is room for it.
+template <typename Write>
+void RedisPipeline::put(std::size_t most, Write write) {
     if (most > PART_SIZE - mUsed) {
         handOverPart();
     }
     if (most > PART_SIZE) {
-        appendLong(words, most);
+        putLong(most, write);
     } else {
-        mUsed = static_cast<std::size_t>(writeCommand(mPart + mUsed, words) - mPart);
+        mUsed = static_cast<std::size_t>(write(mPart + mUsed) - mPart);
         mDirty = std::max(mDirty, std::min(mUsed + most, PART_SIZE));
         ++mAppended;
     }
 }
 
-std::size_t RedisPipeline::handOver() {
-    handOverPart();
-    return mTaken;
-}
-
-void RedisPipeline::appendLong(std::span<const std::string_view> words, std::size_t most) {
+template <typename Write>
+void RedisPipeline::putLong(std::size_t most, Write write) {
     std::string bytes(most, '\0');
-    const char* end = writeCommand(bytes.data(), words);
+    const char* end = write(bytes.data());
     ++mAppended;
     give({bytes.data(), end});
     wipeText(bytes);
+}
+
+std::size_t RedisPipeline::handOver() {
+    handOverPart();
+    return mTaken;
 }
 
 void RedisPipeline::handOverPart() {

@@ -8,9 +8,25 @@
 #include <cstddef>
 #include <initializer_list>
 #include <span>
+#include <string>
 #include <string_view>
 
 using CommandWords = std::initializer_list<std::string_view>;
+
+// What many commands begin with, put together once.
+class CommandStart {
+public:
+    // So many words the commands have in all, and these are the first of them.
+    void set(std::size_t words, CommandWords first);
+
+    [[nodiscard]] std::string_view bytes() const {
+        return {mBytes.data(), mLength};
+    }
+
+private:
+    std::string mBytes; // only grows
+    std::size_t mLength = 0;
+};
 
 // Gathers commands for one blocking connection and hands them over in parts of at most 16 KiB, a
 // longer command by itself. No reply is waited for, so that all of them are one exchange. They are
@@ -27,13 +43,19 @@ public:
     void append(CommandWords words);
     void append(std::span<const std::string_view> words);
 
+    // Appends one command that begins like that and ends with these words.
+    void append(const CommandStart& start, CommandWords rest);
+
     // Hands over the rest. How many commands the connection has taken since the beginning: exactly
     // so many replies will come. Once there was no memory for a part, it and all later ones are
     // lost.
     [[nodiscard]] std::size_t handOver();
 
 private:
-    void appendLong(std::span<const std::string_view> words, std::size_t most);
+    template <typename Write>
+    void put(std::size_t most, Write write);
+    template <typename Write>
+    void putLong(std::size_t most, Write write);
     void handOverPart();
     void give(std::string_view commands);
     void sendGathered();

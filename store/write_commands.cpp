@@ -56,7 +56,9 @@ private:
     void writeScalarMember(const std::string& name, const json& value);
     void writeScalarElement(const json& value);
     void enter(const json& value);
+    void leave();
     [[nodiscard]] std::string_view key() const;
+    const CommandStart& elementStart();
     void nameNestedKey(std::string_view segment);
 
     RedisPipeline mCommands;
@@ -65,6 +67,10 @@ private:
     std::string mNestedKey; // in the making, below the innermost object or array
     std::size_t mTopStart;  // the top key as it was given: "&&" may stand before it
     std::string mText;      // in the making
+
+    // Of the commands that store the scalars of the innermost array, once it has one.
+    CommandStart mElementStart;
+    bool mHasElementStart = false;
 };
 
 Writer::Writer(redisContext* context, const std::string& key, std::int64_t& sequenceId)
@@ -86,7 +92,7 @@ std::size_t Writer::write(const json& document) {
 void Writer::writeNext() {
     Frame& frame = mStack.back();
     if (isDone(frame)) {
-        mStack.pop_back();
+        leave();
     } else if (frame.object != nullptr) {
         const auto& [name, value] = *frame.next++;
         writeMember(name, value);
@@ -135,19 +141,33 @@ void Writer::writeScalarMember(const std::string& name, const json& value) {
 void Writer::writeScalarElement(const json& value) {
     setJsonText(mText, value);
     if (!mText.empty()) {
-        mCommands.append({"RPUSH", key(), elementText(value, mText)});
+        mCommands.append(elementStart(), {elementText(value, mText)});
     }
 }
 
 // The nested key is complete and names the value.
 void Writer::enter(const json& value) {
     mStack.push_back(makeFrame(value, mNestedKey.size()));
+    mHasElementStart = false;
+}
+
+void Writer::leave() {
+    mStack.pop_back();
+    mHasElementStart = false;
 }
 
 // The key of the innermost object or array.
 std::string_view Writer::key() const {
     const std::size_t start = mStack.size() == 1 ? mTopStart : 0;
     return std::string_view(mNestedKey).substr(start, mStack.back().keyLength - start);
+}
+
+const CommandStart& Writer::elementStart() {
+    if (!mHasElementStart) {
+        mElementStart.set(3, {"RPUSH", key()});
+        mHasElementStart = true;
+    }
+    return mElementStart;
 }
 
 void Writer::nameNestedKey(std::string_view segment) {

@@ -60,13 +60,19 @@ std::string randomWord(std::mt19937& random) {
 
 TEST_F(Pipeline, PutsCommandsTogetherAsTheLibraryFormatsThem) {
     std::mt19937 random(1); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same words in every run
+    CommandStart start;
     std::string expected;
     for (int round = 0; round < 50; ++round) {
         RedisPipeline pipeline(client.context());
         const std::size_t commands = random() % 40;
         for (std::size_t i = 0; i < commands; ++i) {
             const Command command = {randomWord(random), randomWord(random), randomWord(random)};
-            pipeline.append(viewsOf(command));
+            if (random() % 2 == 0) {
+                pipeline.append(viewsOf(command));
+            } else {
+                start.set(command.size(), {command[0], command[1]});
+                pipeline.append(start, {command[2]});
+            }
             expected += formatted(command);
         }
         EXPECT_EQ(pipeline.handOver(), commands);

@@ -36,12 +36,14 @@ TEST_P(Appendings, AreTheCommandsOfTheStoredForm) {
 
 // clang-format off
 INSTANTIATE_TEST_SUITE_P(OneDocument, Appendings, testing::ValuesIn(std::vector<Appending>{
-    {"DepthFirstInMemberOrder", R"({"B":{"C":[[1],{"D":2}]},"A":"t","E":true})",
+    {"DepthFirstInMemberOrder", R"({"B":{"C":[0,[1],3,{"D":2}]},"A":"t","E":true})",
      "HSET /x A \"\\\"t\\\"\"\n"
      "HSET /x \"&&Object B &&/x/B\" \"\"\n"
      "HSET &&/x/B \"&&Array C &&/x/B/C\" \"\"\n"
+     "RPUSH &&/x/B/C 0\n"
      "RPUSH &&/x/B/C \"&&Array &&/x/B/C/1\"\n"
      "RPUSH &&/x/B/C/1 1\n"
+     "RPUSH &&/x/B/C 3\n"
      "RPUSH &&/x/B/C \"&&Object &&/x/B/C/2\"\n"
      "HSET &&/x/B/C/2 D 2\n"
      "HSET /x E true\n"},
