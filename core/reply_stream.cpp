@@ -47,7 +47,9 @@ void take(Taking& taking, const redisReadTask& task, int type, std::string_view 
         taking.elements.add(text);
     } else if (isTop(task)) {
         taking.reply.type = type;
-        taking.reply.text = type == REDIS_REPLY_ERROR ? text : std::string_view();
+        if (type == REDIS_REPLY_ERROR) {
+            taking.reply.text = text;
+        }
     }
 }
 
@@ -109,7 +111,9 @@ RedisReplyStream::~RedisReplyStream() {
 }
 
 bool RedisReplyStream::take(ReplyElements& elements, StreamedReply& reply) {
-    reply = {};
+    reply.came = false;
+    reply.type = 0;
+    reply.text.clear();
     Taking taking = {elements, reply, nullptr};
     mContext.reader->privdata = &taking;
     void* taken = nullptr;
