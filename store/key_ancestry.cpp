@@ -9,7 +9,8 @@ constexpr std::size_t MAX_REPEATED_KEYS = 10000;
 
 } // namespace
 
-KeyAncestry::KeyAncestry(KeyList& keys) : mKeys(keys), mMet(keys.arena()) {}
+KeyAncestry::KeyAncestry(KeyList& keys)
+    : mKeys(keys), mMet(keys.make<std::pmr::unordered_set<std::string_view>>()) {}
 
 void KeyAncestry::expect(std::size_t count) {
     mMet.reserve(mMet.size() + count);

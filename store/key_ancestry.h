@@ -28,6 +28,6 @@ private:
     [[nodiscard]] bool isBelowItself(KeyNumber number) const;
 
     const KeyList& mKeys;
-    std::pmr::unordered_set<std::string_view> mMet;
+    std::pmr::unordered_set<std::string_view>& mMet;
     std::size_t mRepeats = 0;
 };

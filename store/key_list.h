@@ -36,10 +36,11 @@ public:
     // So many more keys may come.
     void expect(std::size_t count);
 
-    // Where texts are kept; for what is kept of the keys as long as the list. Nothing is given back
-    // before the list is.
-    [[nodiscard]] std::pmr::memory_resource* arena() {
-        return &mArena;
+    // Makes a container that lasts as long as the list and takes its memory from the same place.
+    // That is given back as a whole: the container is never destroyed, nor is what it holds.
+    template <typename Container>
+    [[nodiscard]] Container& make() {
+        return *std::pmr::polymorphic_allocator<>(&mArena).new_object<Container>();
     }
 
     // Adds a key of the list once more, as this kind. The text is the list's own.
@@ -54,6 +55,7 @@ public:
     }
 
 private:
-    std::pmr::monotonic_buffer_resource mArena;
+    char mFirst[1024]; // of the arena: a small resource needs no more
+    std::pmr::monotonic_buffer_resource mArena{mFirst, sizeof mFirst};
     std::vector<QueuedKey> mKeys;
 };

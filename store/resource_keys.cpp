@@ -15,10 +15,12 @@ struct NamedAs {
     bool list = false;
 };
 
+using MetKeys = std::pmr::unordered_map<std::string_view, NamedAs>;
+
 class Collector : public KeyContents {
 public:
     // The server has said of which kind the top key is: it need not be tried as the other.
-    explicit Collector(KeyList& keys) : mKeys(keys), mMet(keys.arena()) {
+    explicit Collector(KeyList& keys) : mKeys(keys), mMet(keys.make<MetKeys>()) {
         mMet[keys[0].key] = {true, true};
     }
 
@@ -47,7 +49,7 @@ private:
     void expectKeys();
 
     KeyList& mKeys;
-    std::pmr::unordered_map<std::string_view, NamedAs> mMet;
+    MetKeys& mMet;
     std::size_t mAnnounced = 0; // elements for which no room was made
     bool mInHash = false;
     bool mIsValue = false; // the next text is the value of a field
