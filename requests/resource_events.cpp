@@ -9,13 +9,14 @@
 
 #include <algorithm>
 #include <atomic>
+#include <initializer_list>
 #include <string_view>
 #include <vector>
 
 namespace {
 
 constexpr const char* CHANGE = "change";
-constexpr const char* EVENT_GROUP_ID_WORD = "EventGroupId";
+constexpr std::string_view EVENT_GROUP_ID_WORD = "EventGroupId";
 
 // Points at one of the texts below. Threads that raise their first events at the same time may both
 // read the configuration; they store the same value.
@@ -43,17 +44,20 @@ bool eventsAreOff() {
 }
 
 struct ResourceEvent {
-    std::string operation;
-    std::string uri;
-    std::string typeName;
+    std::string_view operation;
+    std::string_view uri;
+    std::string_view typeName;
 };
 
-std::vector<std::string> eventArguments(const std::vector<ResourceEvent>& events,
+std::vector<std::string> eventArguments(std::initializer_list<ResourceEvent> events,
                                         std::uint32_t eventGroupId) {
+    const std::string groupId = std::to_string(eventGroupId);
     std::vector<std::string> arguments;
     for (const auto& [operation, uri, typeName] : events) {
-        arguments.insert(arguments.end(), {operation, uri, typeName, EVENT_GROUP_ID_WORD,
-                                           std::to_string(eventGroupId)});
+        for (const std::string_view argument :
+             {operation, uri, typeName, EVENT_GROUP_ID_WORD, std::string_view(groupId)}) {
+            arguments.emplace_back(argument);
+        }
     }
     return arguments;
 }
