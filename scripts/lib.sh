@@ -7,18 +7,29 @@ if command -v ccache >/dev/null; then
     export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 fi
 
-# build_release NAME TARGET...: quietly; the messages are in build/NAME-build.log and shown on failure.
-build_release() {
-    local log=build/$1-build.log
-    shift
+# build_preset PRESET NAME TARGET...: quietly; the messages are in build/NAME-build.log and shown on
+# failure.
+build_preset() {
+    local preset=$1 log=build/$2-build.log
+    shift 2
     mkdir -p build
-    printf 'Building the release (build/release, messages in %s) ...\n' "$log"
+    printf 'Building the preset %s (build/%s, messages in %s) ...\n' "$preset" "$preset" "$log"
     {
-        cmake --preset release "${launcher[@]}" &&
-            cmake --build --preset release --parallel "$(nproc)" --target "$@"
+        cmake --preset "$preset" "${launcher[@]}" &&
+            cmake --build --preset "$preset" --parallel "$(nproc)" --target "$@"
     } >"$log" 2>&1 || {
         tail -n 40 "$log" >&2
         printf 'The build failed; all of its messages are in %s.\n' "$log" >&2
         exit 1
     }
+}
+
+# programs_of BUILD: the folder that programs of a build folder are started from. What was built for
+# another machine has launchers, which call the emulator.
+programs_of() {
+    if [ -d "$1/launch" ]; then
+        printf '%s/launch' "$1"
+    else
+        printf '%s/bin' "$1"
+    fi
 }

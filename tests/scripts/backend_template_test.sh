@@ -1,6 +1,7 @@
 # Somebody else's project, the template of a backend, finds what is installed, and builds a backend: it
 # does nothing yet, but no harm either, and the daemon takes it in the place of the reference library.
 . "$(dirname "$0")/expect.sh"
+. scripts/lib.sh
 
 cmake --install "$build" --component dev --prefix "$work/usr" >"$work/log"
 cached() {
@@ -22,7 +23,7 @@ handlers="createCertificateHandler deleteCertificateHandler generateCSRHandler r
 # The folder must be seen in the sandbox.
 export SANDBOX_WRITABLE=$work
 check() {
-    scripts/sandbox "$build/bin/certificate-backend-check" "$library" "$@"
+    scripts/sandbox "$(programs_of "$build")/certificate-backend-check" "$library" "$@"
 }
 expect 0 "3 checks: 3 passed, 0 with faults, 0 with notes" check --only "parameters of signing requests do no harm"
 expect 1 "200 was expected, not code 500 with Base.1.9.InternalError" check --only "is installed"

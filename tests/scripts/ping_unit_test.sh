@@ -1,5 +1,6 @@
 # The unit that asks the daemon for an answer restarts it for want of one, and for no other reason.
 . "$(dirname "$0")/expect.sh"
+. scripts/lib.sh
 unit=$build/packaging/certificate-service-ping.service
 
 # What systemd hands to the shell when the check has ended.
@@ -21,4 +22,4 @@ EXIT_STATUS=4 PATH=$work/bin:$PATH sh -c "$after"
 # The check's own command line is one that certificatectl understands.
 call=$(sed -n 's/^ExecStart=.*\/certificatectl //p' "$unit")
 [ -n "$call" ] || fail "$unit does not call certificatectl"
-expect 3 "Redis is not there" scripts/sandbox "$build/bin/certificatectl" $call
+expect 3 "Redis is not there" scripts/sandbox "$(programs_of "$build")/certificatectl" $call

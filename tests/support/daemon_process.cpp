@@ -52,6 +52,10 @@ std::string daemonProgram() {
     return DAEMON_PROGRAM;
 }
 
+std::string daemonFile() {
+    return DAEMON_FILE;
+}
+
 DaemonProcess::DaemonProcess(const DaemonOptions& options) : mOptions(options) {
     writeConfiguration(options.configuration);
     ChildProcessOptions child;

@@ -55,8 +55,10 @@ private:
     std::unique_ptr<ChildProcess> mProcess;
 };
 
-// The daemon's program file.
+// What starts the daemon, and the file of its code; one and the same unless an emulator comes
+// between.
 [[nodiscard]] std::string daemonProgram();
+[[nodiscard]] std::string daemonFile();
 
 // A log file's text without the "%b %e %T" date and the seconds in front of every label, so that
 // lines compare literally: "[Error]: ...".

@@ -29,7 +29,7 @@ std::string outputOf(const std::vector<std::string>& arguments) {
 }
 
 TEST(Program, ExportsTheConnectionFunctionsUnderTheirPlainNames) {
-    const std::string symbols = outputOf({"nm", "-D", "--defined-only", daemonProgram()});
+    const std::string symbols = outputOf({NM_PROGRAM, "-D", "--defined-only", daemonFile()});
     for (const std::string name :
          {"getRedisConfiguration", "getRedisConnectionInfo", "connectToRedis",
           "redisAuthentication", "redisConnectContext", "redisDisconnectContext"}) {
@@ -38,7 +38,7 @@ TEST(Program, ExportsTheConnectionFunctionsUnderTheirPlainNames) {
 }
 
 TEST(Program, LinksTheThreeLibrariesDynamically) {
-    const std::string dynamic = outputOf({"readelf", "-d", daemonProgram()});
+    const std::string dynamic = outputOf({READELF_PROGRAM, "-d", daemonFile()});
     for (const std::string library : {"libcertificate_backend.so.1",
                                       "libservice_configuration.so.1", "libdata_decryption.so.1"}) {
         EXPECT_THAT(dynamic, HasSubstr("(NEEDED)             Shared library: [" + library + "]"));
@@ -48,7 +48,7 @@ TEST(Program, LinksTheThreeLibrariesDynamically) {
 }
 
 TEST(Program, HoldsNoHandlerOfItsOwn) {
-    const std::string symbols = outputOf({"nm", "-D", "-C", daemonProgram()});
+    const std::string symbols = outputOf({NM_PROGRAM, "-D", "-C", daemonFile()});
     for (const std::string handler :
          {"createCertificateHandler(CreateCertRequest const&)",
           "generateCSRHandler(CSRRequest const&)",
