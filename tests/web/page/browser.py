@@ -1,5 +1,7 @@
 """The page in headless Chromium, and what all tests of it share."""
 
+import atexit
+import functools
 import glob
 import os
 import tempfile
@@ -25,17 +27,32 @@ DESKTOP = (1280, 800)
 PHONE = (360, 740)
 
 
-def start_browser(downloads):
+@functools.cache
+def authority():
+    return Authority()
+
+
+@functools.cache
+def downloads():
+    """The folder in which the browser keeps files."""
+    return tempfile.mkdtemp()
+
+
+@functools.cache
+def browser():
+    """The one browser of all tests, which ends with the program."""
     options = webdriver.ChromeOptions()
     for flag in FLAGS:
         options.add_argument(flag)
     options.add_experimental_option("prefs", {
-        "download.default_directory": downloads,
+        "download.default_directory": downloads(),
         "download.prompt_for_download": False,
     })
     options.set_capability("acceptInsecureCerts", True)
     options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-    return webdriver.Chrome(options=options, service=Service(DRIVER))
+    driver = webdriver.Chrome(options=options, service=Service(DRIVER))
+    atexit.register(driver.quit)
+    return driver
 
 
 class PageTest(unittest.TestCase):
@@ -45,10 +62,8 @@ class PageTest(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        cls.authority = Authority()
-        cls.downloads = tempfile.mkdtemp()
-        cls.driver = start_browser(cls.downloads)
-        cls.addClassCleanup(cls.driver.quit)
+        cls.authority = authority()
+        cls.driver = browser()
 
     def setUp(self):
         board.clear()
@@ -163,7 +178,7 @@ class PageTest(unittest.TestCase):
 
     def downloaded(self, pattern):
         """The text of the file that the browser kept."""
-        pattern = os.path.join(self.downloads, pattern)
+        pattern = os.path.join(downloads(), pattern)
         path = board.wait_until(lambda: glob.glob(pattern), f"{pattern} is kept")[0]
         with open(path, encoding="ascii") as file:
             text = file.read()
