@@ -1,7 +1,7 @@
 // What has happened on the board since the page was opened.
 
 import { breakable, byId, element } from "./dom.js";
-import { nameOf } from "./certificates.js";
+import { openButton } from "./table.js";
 
 const MOST_ENTRIES = 50;
 const SEVERITIES = ["OK", "Warning", "Critical"];
@@ -25,14 +25,22 @@ function timeText(record) {
     return Number.isNaN(time.getTime()) ? "" : time.toLocaleTimeString();
 }
 
+// The names of certificates that are gone stay, as text.
+function unlinkGone(app) {
+    for (const button of byId("activity").querySelectorAll("button")) {
+        if (!app.certificates().some((each) => each.uri === button.dataset.uri)) {
+            button.replaceWith(button.textContent);
+        }
+    }
+}
+
 // Gives the entries of certificates that are known by now their names.
 export function nameActivity(app) {
+    unlinkGone(app);
     unnamed = unnamed.filter(({ uri, place }) => {
         const certificate = app.certificates().find((each) => each.uri === uri);
         if (certificate) {
-            place.replaceChildren(element("button",
-                { type: "button", class: "link", onclick: () => app.open(uri) },
-                nameOf(certificate.document.Subject)));
+            place.replaceChildren(openButton(certificate, app.open));
         }
         return !certificate;
     });

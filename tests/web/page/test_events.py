@@ -17,6 +17,10 @@ class Events(PageTest):
         board.send("DELETE", uri)
         self.wait_for("#empty")
         self.wait_text("#activity", "Resource removed")
+        removed = self.script("return [...document.querySelectorAll('#activity li')]"
+                              ".map(each => each.innerText).find(text => text.includes('removed'))")
+        self.assertIn("elsewhere.example", removed)
+        self.wait_gone("#activity button")
 
     def test_a_stream_that_ends_is_opened_again(self):
         self.open_board()

@@ -47,7 +47,9 @@ class RefusedLogin(PageTest):
         self.wait_for("#empty")
 
     def test_a_session_that_is_ended_elsewhere_leads_back_to_the_login(self):
+        board.install(self.authority.server("secret.example"))
         self.open_board()
+        self.wait_subjects("secret.example")
         board.end_sessions()
         self.wait_text("#login-notice", "Your session has ended.")
         self.assertEqual(self.subjects(), [])
