@@ -33,9 +33,11 @@ struct ListOptions {
 
 struct ListedCertificate {
     std::string uri;
-    json resource;
+    std::string subject;
+    std::string issuer;
     std::optional<std::time_t> expiry;
-    long long daysLeft = 0; // when the expiry is known
+    std::string expires;    // the same as the resource shows it; when it is known
+    long long daysLeft = 0; // when it is known
 };
 
 std::vector<std::string> membersOf(redisContext* session, const std::string& collectionUri) {
@@ -62,12 +64,15 @@ bool comesBefore(const std::string& one, const std::string& other) {
     return order(one) < order(other);
 }
 
-ListedCertificate readListed(redisContext* session, std::string uri, std::time_t now) {
+ListedCertificate readListed(redisContext* session, const std::string& uri, std::time_t now) {
+    const json resource = clientView(readDocument(session, uri));
     ListedCertificate listed;
-    listed.resource = clientView(readDocument(session, uri));
-    listed.uri = std::move(uri);
-    listed.expiry = expiryOf(listed.resource);
+    listed.uri = uri;
+    listed.subject = nameText(resource, SUBJECT);
+    listed.issuer = nameText(resource, ISSUER);
+    listed.expiry = expiryOf(resource);
     if (listed.expiry) {
+        listed.expires = resource[VALID_NOT_AFTER].get<std::string>();
         listed.daysLeft = daysBetween(now, *listed.expiry);
     }
     return listed;
@@ -87,8 +92,8 @@ std::vector<ListedCertificate> readAll(const ListOptions& options) {
     std::sort(uris.begin(), uris.end(), comesBefore);
     const std::time_t now = std::time(nullptr);
     std::vector<ListedCertificate> all;
-    for (std::string& uri : uris) {
-        ListedCertificate listed = readListed(session.get(), std::move(uri), now);
+    for (const std::string& uri : uris) {
+        ListedCertificate listed = readListed(session.get(), uri, now);
         if (!options.expiringDays || isExpiring(listed, now, *options.expiringDays)) {
             all.push_back(std::move(listed));
         }
@@ -98,9 +103,9 @@ std::vector<ListedCertificate> readAll(const ListOptions& options) {
 
 json documentOf(const ListedCertificate& listed) {
     return {{"uri", listed.uri},
-            {"subject", nameText(listed.resource, SUBJECT)},
-            {"issuer", nameText(listed.resource, ISSUER)},
-            {"expires", listed.expiry ? listed.resource[VALID_NOT_AFTER] : json(nullptr)},
+            {"subject", listed.subject},
+            {"issuer", listed.issuer},
+            {"expires", listed.expiry ? json(listed.expires) : json(nullptr)},
             {"daysLeft", listed.expiry ? json(listed.daysLeft) : json(nullptr)}};
 }
 
@@ -118,17 +123,10 @@ std::string daysText(const ListedCertificate& listed) {
     return listed.daysLeft < 0 ? "expired" : std::to_string(listed.daysLeft);
 }
 
-std::string dateText(const ListedCertificate& listed) {
-    constexpr std::size_t DATE_LENGTH = 10;
-    return listed.expiry
-               ? listed.resource[VALID_NOT_AFTER].get<std::string>().substr(0, DATE_LENGTH)
-               : "unknown";
-}
-
 TableRow rowOf(const ListedCertificate& listed) {
-    return {{listed.uri, nameText(listed.resource, SUBJECT), nameText(listed.resource, ISSUER),
-             dateText(listed), daysText(listed)},
-            colourOf(listed)};
+    constexpr std::size_t DATE_LENGTH = 10;
+    const std::string date = listed.expiry ? listed.expires.substr(0, DATE_LENGTH) : "unknown";
+    return {{listed.uri, listed.subject, listed.issuer, date, daysText(listed)}, colourOf(listed)};
 }
 
 void print(const std::vector<ListedCertificate>& all, bool asJson) {

@@ -43,6 +43,19 @@ std::string lineFor(std::FILE* file, const std::string& line, Colour colour) {
     return (coloured ? colourCode(colour) + text + "\033[0m" : text) + "\n";
 }
 
+// A line below what is reported; none for an empty text.
+void printRemark(const std::string& beginning, const std::string& text) {
+    if (!text.empty()) {
+        printNote(beginning + text, Colour::SOFT);
+    }
+}
+
+void addIfAny(json& document, const char* name, const std::string& text) {
+    if (!text.empty()) {
+        document[name] = text;
+    }
+}
+
 } // namespace
 
 std::string printableText(std::string_view text) {
@@ -113,35 +126,23 @@ void printJson(const nlohmann::json& document, bool compact) {
 
 int reportRefusal(const ServiceAnswer& answer, const std::string& hint, bool json) {
     const std::string text = describeMessage(answer.messageId, answer.messageArgs);
-    printNote((answer.status == STATUS_FAILURE ? "Refused: " : "Failed: ") + text, Colour::BAD);
-    printNote("  status      " + answer.status, Colour::SOFT);
-    if (!answer.messageId.empty()) {
-        printNote("  message     " + answer.messageId, Colour::SOFT);
-    }
-    if (!answer.relatedProperties.empty()) {
-        printNote("  concerns    " + joined(answer.relatedProperties), Colour::SOFT);
-    }
     // A fault of the service is told to clients without its cause; the machine's own may look.
     const std::string cause =
         answer.status == STATUS_EXCEPTION ? installationObstacle() : std::string();
-    if (!cause.empty()) {
-        printNote("  cause       " + cause, Colour::SOFT);
-    }
-    if (!hint.empty()) {
-        printNote("  " + hint, Colour::SOFT);
-    }
+    printNote((answer.status == STATUS_FAILURE ? "Refused: " : "Failed: ") + text, Colour::BAD);
+    printRemark("  status      ", answer.status);
+    printRemark("  message     ", answer.messageId);
+    printRemark("  concerns    ", joined(answer.relatedProperties));
+    printRemark("  cause       ", cause);
+    printRemark("  ", hint);
     if (json) {
         nlohmann::json document = {{"status", answer.status},
                                    {"messageId", answer.messageId},
                                    {"messageArgs", answer.messageArgs},
                                    {"relatedProperties", answer.relatedProperties},
                                    {"text", text}};
-        if (!cause.empty()) {
-            document["cause"] = cause;
-        }
-        if (!hint.empty()) {
-            document["hint"] = hint;
-        }
+        addIfAny(document, "cause", cause);
+        addIfAny(document, "hint", hint);
         printJson(document);
     }
     return EXIT_REFUSED;
@@ -152,9 +153,7 @@ int reportError(const FrontEndError& error, bool json) {
     const std::string ownHint = commandLineHint(error.kind);
     const std::string hint =
         error.hint + (error.hint.empty() || ownHint.empty() ? "" : " ") + ownHint;
-    if (!hint.empty()) {
-        printNote("  " + hint, Colour::SOFT);
-    }
+    printRemark("  ", hint);
     const int exitCode = exitCodeOf(error.kind);
     if (json && std::ferror(stdout) == 0) { // which may be the error
         printJson({{"error", error.what()}, {"hint", hint}, {"exitCode", exitCode}});
