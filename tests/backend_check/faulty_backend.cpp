@@ -62,8 +62,8 @@ void changeProcess() {
     if (isPlanted("mask is set")) {
         static_cast<void>(umask(0777));
     }
-    if (isPlanted("folder is changed")) {
-        static_cast<void>(chdir("/tmp"));
+    if (isPlanted("folder is changed") && chdir("/tmp") != 0) {
+        std::abort();
     }
     if (isPlanted("signal is ignored")) {
         static_cast<void>(std::signal(SIGALRM, SIG_IGN));
