@@ -2,12 +2,12 @@
 
 #include "core/protocol/keys.h"
 #include "core/protocol/redfish_names.h"
-#include "frontend/web/service/answer.h"
 #include "frontend/web/service/event_hub.h"
 #include "tests/support/output_capture.h"
 #include "tests/support/redis_client.h"
 #include "tests/support/redis_server.h"
 #include "tests/support/wait.h"
+#include "tests/web/kept_stream.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,44 +24,8 @@ using testing::Not;
 const std::string URI = "/redfish/v1/Chassis/1/Certificates/1";
 constexpr std::time_t NOW = 2000000000;
 
-// Keeps what it is sent.
-class KeptStream : public EventSink {
-public:
-    void send(std::string text) override {
-        const std::lock_guard lock(mutex);
-        sent += text;
-    }
-
-    void end() override {
-        const std::lock_guard lock(mutex);
-        ended = true;
-    }
-
-    std::string text() {
-        const std::lock_guard lock(mutex);
-        return sent;
-    }
-
-    bool hasEnded() {
-        const std::lock_guard lock(mutex);
-        return ended;
-    }
-
-private:
-    std::mutex mutex;
-    std::string sent;
-    bool ended = false;
-};
-
-// A stream as the server holds it.
-struct OpenStream {
-    std::shared_ptr<KeptStream> kept = std::make_shared<KeptStream>();
-    StreamEnd end;
-};
-
 EventHubOptions quickOptions() {
     EventHubOptions options;
-    options.mostStreams = 2;
     options.lookDelay = milliseconds(10);
     options.reconnect = milliseconds(10);
     options.time = [] { return NOW; };
@@ -72,16 +36,6 @@ class EventHubTest : public testing::Test {
 protected:
     EventHubTest() {
         writeConnectionFiles(server);
-    }
-
-    static OpenStream open(EventHub& hub, const StreamClient& client = {"192.0.2.1", ""}) {
-        OpenStream stream;
-        stream.end = hub.streamFor(client)(stream.kept);
-        return stream;
-    }
-
-    OpenStream open() {
-        return open(hub);
     }
 
     // Once the hub listens.
@@ -102,13 +56,14 @@ protected:
 
     RedisServer server;
     RedisClient redis{server};
-    EventHub hub{quickOptions()};
+    EventStreams streams;
+    EventHub hub{streams, quickOptions()};
 };
 
 TEST_F(EventHubTest, EveryOpenStreamGetsEachEvent) {
     hub.start();
-    const OpenStream first = open();
-    const OpenStream second = open();
+    const OpenStream first(streams);
+    const OpenStream second(streams);
     publishEvent(URI);
     publishEvent("/redfish/v1/Chassis/1/Certificates/2");
     for (const OpenStream* stream : {&first, &second}) {
@@ -120,7 +75,7 @@ TEST_F(EventHubTest, EveryOpenStreamGetsEachEvent) {
 
 TEST_F(EventHubTest, TextsOfAnotherFormAreDropped) {
     hub.start();
-    const OpenStream stream = open();
+    const OpenStream stream(streams);
     for (const std::string text :
          {"", "no event", "{}", "[1]", R"({"Operation":"add","URI":5})", "{\"URI\":\"\xff\"}",
           R"({"Operation":"add","URI":"&&/redfish/v1/secret"})"}) {
@@ -131,52 +86,10 @@ TEST_F(EventHubTest, TextsOfAnotherFormAreDropped) {
     EXPECT_THAT(stream.kept->text(), HasSubstr(URI));
 }
 
-TEST_F(EventHubTest, ListsStreamsFromTheirBeginningToTheirEnd) {
-    const StreamStart waiting = hub.streamFor({"192.0.2.7", ""});
-    EXPECT_TRUE(hub.list().empty());
-    const OpenStream stream = open();
-    ASSERT_EQ(hub.list().size(), 1U);
-    EXPECT_EQ(hub.list()[0].client.address, "192.0.2.1");
-    stream.end();
-    EXPECT_TRUE(hub.list().empty());
-}
-
-TEST_F(EventHubTest, MoreStreamsThanTheLimitAreRefusedAndEndedOnesMakeRoom) {
-    const OpenStream first = open();
-    {
-        const StreamStart dropped = hub.streamFor({"192.0.2.1", ""});
-        EXPECT_THROW((void)hub.streamFor({"192.0.2.1", ""}), Refusal);
-    }
-    const OpenStream second = open();
-    EXPECT_THROW((void)hub.streamFor({"192.0.2.1", ""}), Refusal);
-    first.end();
-    EXPECT_NO_THROW((void)hub.streamFor({"192.0.2.1", ""}));
-}
-
-TEST_F(EventHubTest, AStreamIsEndedByItsIdentifier) {
-    const OpenStream stream = open();
-    const OpenStream other = open();
-    EXPECT_FALSE(hub.close("no stream"));
-    EXPECT_TRUE(hub.close(hub.list()[0].id));
-    EXPECT_TRUE(stream.kept->hasEnded());
-    EXPECT_FALSE(other.kept->hasEnded());
-    EXPECT_EQ(hub.list().size(), 1U);
-    stream.end(); // as the server says it later
-    EXPECT_EQ(hub.list().size(), 1U);
-}
-
-TEST_F(EventHubTest, ASessionsStreamsEndWithIt) {
-    const OpenStream stream = open(hub, {"192.0.2.1", "a"});
-    const OpenStream other = open(hub, {"192.0.2.1", "b"});
-    hub.closeOf("a");
-    EXPECT_TRUE(stream.kept->hasEnded());
-    EXPECT_FALSE(other.kept->hasEnded());
-}
-
 TEST_F(EventHubTest, AStopEndsEveryStreamAndNoneBeginsFromThenOn) {
     hub.start();
-    const OpenStream stream = open();
-    const StreamStart late = hub.streamFor({"192.0.2.1", ""});
+    const OpenStream stream(streams);
+    const StreamStart late = streams.streamFor({"192.0.2.1", ""});
     hub.stop();
     EXPECT_TRUE(stream.kept->hasEnded());
     const auto kept = std::make_shared<KeptStream>();
@@ -187,7 +100,7 @@ TEST_F(EventHubTest, AStopEndsEveryStreamAndNoneBeginsFromThenOn) {
 TEST_F(EventHubTest, EventsComeAgainWhenRedisDoesAndBothAreSaidOnce) {
     const OutputCapture errors(STDERR_FILENO);
     hub.start();
-    const OpenStream stream = open();
+    const OpenStream stream(streams);
     publishEvent(URI);
     EXPECT_TRUE(shows(stream, "id: 1\n"));
     server.stop();
@@ -205,11 +118,11 @@ TEST_F(EventHubTest, EventsComeAgainWhenRedisDoesAndBothAreSaidOnce) {
 TEST_F(EventHubTest, CommentsKeepStreamsOpenAlsoWithoutRedis) {
     EventHubOptions options = quickOptions();
     options.keepAlive = milliseconds(10);
-    EventHub lively(options);
+    EventHub lively(streams, options);
     const OutputCapture errors(STDERR_FILENO);
     server.stop();
     lively.start();
-    const OpenStream stream = open(lively);
+    const OpenStream stream(streams);
     EXPECT_TRUE(shows(stream, ": still here\n\n: still here\n\n"));
     lively.stop();
 }
@@ -230,7 +143,7 @@ const std::string WARNING = "ResourceStatusChangedWarning";
 
 TEST_F(CertificateEvents, AreRaisedAtTheStart) {
     storeCertificate(URI);
-    const OpenStream stream = open();
+    const OpenStream stream(streams);
     hub.start();
     EXPECT_TRUE(shows(stream, WARNING));
     EXPECT_THAT(stream.kept->text(), HasSubstr(R"("OriginOfCondition":{"@odata.id":")" + URI));
@@ -239,8 +152,8 @@ TEST_F(CertificateEvents, AreRaisedAtTheStart) {
 TEST_F(CertificateEvents, AreRaisedAfterAChangeBehindTheEventOfTheChange) {
     EventHubOptions options = quickOptions();
     options.keepAlive = milliseconds(10);
-    EventHub lively(options);
-    const OpenStream stream = open(lively);
+    EventHub lively(streams, options);
+    const OpenStream stream(streams);
     lively.start();
     EXPECT_TRUE(shows(stream, ": still here")); // comes behind the look at the start
     storeCertificate(URI);
@@ -256,8 +169,8 @@ TEST_F(CertificateEvents, AreRaisedAsTimeGoesBy) {
     const auto now = std::make_shared<std::atomic<std::time_t>>(0);
     options.time = [now] { return now->load(); };
     storeCertificate(URI);
-    EventHub later(options);
-    const OpenStream stream = open(later);
+    EventHub later(streams, options);
+    const OpenStream stream(streams);
     later.start();
     publish("listening?");
     EXPECT_THAT(stream.kept->text(), Not(HasSubstr(WARNING)));
@@ -266,18 +179,6 @@ TEST_F(CertificateEvents, AreRaisedAsTimeGoesBy) {
     now->store(NOW + 61);
     EXPECT_TRUE(shows(stream, "ResourceStatusChangedCritical"));
     later.stop();
-}
-
-TEST_F(EventHubTest, ListenersAreToldOfConnectionsAndEvents) {
-    std::atomic<int> told = 0;
-    hub.onChange([&told] { ++told; });
-    hub.start();
-    EXPECT_TRUE(waitUntil([&] { return told == 1; }));
-    publish("no event");
-    publishEvent(URI);
-    EXPECT_TRUE(waitUntil([&] { return told == 2; }));
-    hub.stop();
-    EXPECT_EQ(told, 2);
 }
 
 } // namespace

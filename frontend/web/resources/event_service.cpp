@@ -65,7 +65,7 @@ std::string subscriptionUri(const EventStream& stream) {
 
 Answer getSubscriptions(WebService& service, const Call& /*call*/) {
     json members = json::array();
-    for (const EventStream& stream : service.events.list()) {
+    for (const EventStream& stream : service.streams.list()) {
         members.push_back({{ODATA_ID, subscriptionUri(stream)}});
     }
     return {.document = {{ODATA_ID, SUBSCRIPTIONS_URI},
@@ -83,7 +83,7 @@ std::string destinationOf(const EventStream& stream) {
 }
 
 Answer getSubscription(WebService& service, const Call& call) {
-    const std::vector<EventStream> streams = service.events.list();
+    const std::vector<EventStream> streams = service.streams.list();
     const auto stream = std::find_if(streams.begin(), streams.end(), [&call](const auto& each) {
         return each.id == call.names.front();
     });
@@ -104,7 +104,7 @@ Answer getSubscription(WebService& service, const Call& call) {
 }
 
 Answer deleteSubscription(WebService& service, const Call& call) {
-    if (!service.events.close(call.names.front())) {
+    if (!service.streams.close(call.names.front())) {
         throw notFound(call.uri);
     }
     return {.status = 204, .document = nullptr};
@@ -113,7 +113,7 @@ Answer deleteSubscription(WebService& service, const Call& call) {
 Answer openStream(WebService& service, const Call& call) {
     return {.document = nullptr,
             .contentType = "text/event-stream",
-            .stream = service.events.streamFor({call.request.peer, call.sessionId})};
+            .stream = service.streams.streamFor({call.request.peer, call.sessionId})};
 }
 
 } // namespace

@@ -75,7 +75,7 @@ Answer deleteSession(WebService& service, const Call& call) {
     if (!service.sessions.close(id)) {
         throw notFound(call.uri);
     }
-    service.events.closeOf(id);
+    service.streams.closeOf(id);
     return {.status = 204, .document = nullptr};
 }
 

@@ -35,6 +35,15 @@ EventFacts factsOf(const std::string& uri, const RedfishMessage& message, Certif
 
 } // namespace
 
+// What has been told of this text under this URI.
+CertificateWatch::Known CertificateWatch::recall(const std::string& uri,
+                                                 const std::string& text) const {
+    const Known afresh = {std::hash<std::string>()(text), CertificateState::GOOD};
+    const auto before = known.find(uri);
+    const bool isSame = before != known.end() && before->second.textHash == afresh.textHash;
+    return isSame ? before->second : afresh;
+}
+
 std::vector<EventFacts> CertificateWatch::look(redisContext* context, std::time_t now) {
     std::vector<EventFacts> events;
     std::map<std::string, Known> present;
@@ -43,12 +52,7 @@ std::vector<EventFacts> CertificateWatch::look(redisContext* context, std::time_
         if (!certificate.end) {
             continue;
         }
-        Known& entry = present[uri];
-        entry.textHash = std::hash<std::string>()(certificate.text);
-        const auto before = known.find(uri);
-        if (before != known.end() && before->second.textHash == entry.textHash) {
-            entry.worst = before->second.worst;
-        }
+        Known& entry = present[uri] = recall(uri, certificate.text);
         const CertificateState state = certificateState(*certificate.end, now);
         const auto message = certificateMessage(uri, *certificate.end, state);
         if (message && state > entry.worst) {

@@ -28,5 +28,7 @@ private:
         CertificateState worst = CertificateState::GOOD; // that has been told
     };
 
+    [[nodiscard]] Known recall(const std::string& uri, const std::string& text) const;
+
     std::map<std::string, Known> known; // by URI
 };

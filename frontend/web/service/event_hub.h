@@ -8,35 +8,20 @@
 // is open.
 
 #include "frontend/exchange/deadline.h"
-#include "frontend/web/http/http_message.h"
 #include "frontend/web/service/certificate_watch.h"
 #include "frontend/web/service/event_document.h"
+#include "frontend/web/service/event_streams.h"
 
 #include <chrono>
 #include <condition_variable>
-#include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <functional>
-#include <map>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
-#include <vector>
-
-struct StreamClient {
-    std::string address;
-    std::string sessionId; // empty: it used none
-};
-
-// An open event stream, as an EventDestination shows it.
-struct EventStream {
-    std::string id; // part of its URI
-    StreamClient client;
-};
 
 struct EventHubOptions {
-    std::size_t mostStreams = 20;
     std::chrono::milliseconds keepAlive{15000}; // between comments that keep the streams open
     std::chrono::milliseconds look{60000};      // between looks at the certificates
     std::chrono::milliseconds lookDelay{1000};  // from a change to the look at the certificates
@@ -44,18 +29,15 @@ struct EventHubOptions {
     std::function<std::time_t()> time = [] { return std::time(nullptr); }; // for the certificates
 };
 
-// Safe on any thread. What streamFor returned, and what that returned, must be gone before the hub.
+// Safe on any thread.
 class EventHub {
 public:
-    explicit EventHub(EventHubOptions hubOptions = {}) : options(std::move(hubOptions)) {}
+    // The streams must outlive the hub.
+    explicit EventHub(EventStreams& eventStreams, EventHubOptions hubOptions = {})
+        : streams(eventStreams), options(std::move(hubOptions)) {}
     EventHub(const EventHub&) = delete;
     EventHub& operator=(const EventHub&) = delete;
     ~EventHub(); // as stop()
-
-    // Has the function called, on the hub's thread, whenever resources may have changed: after each
-    // of the daemon's events, and when Redis has been reached, since events may have been missed.
-    // To be called before start().
-    void onChange(std::function<void()> listener);
 
     // Begins to listen to Redis; connects anew when Redis has been gone, and says so once on
     // standard error.
@@ -64,33 +46,8 @@ public:
     // Ends the thread and every stream; none begins from then on.
     void stop();
 
-    // What an answer needs to become an event stream of this client. Throws Refusal (503) when
-    // there are as many streams as may be; until it is called or gone, what is returned counts as a
-    // stream.
-    [[nodiscard]] StreamStart streamFor(const StreamClient& client);
-
-    [[nodiscard]] std::vector<EventStream> list(); // those that are open; oldest first
-
-    // Ends the stream. False when there is none.
-    bool close(const std::string& id);
-
-    // Ends the streams of the session.
-    void closeOf(const std::string& sessionId);
-
 private:
-    using StreamTest = std::function<bool(const EventStream&)>;
-
-    struct Entry {
-        EventStream stream;
-        std::shared_ptr<EventSink> sink; // null: not begun yet
-    };
-
-    std::uint64_t reserve(const StreamClient& client);
-    void begin(std::uint64_t number, const std::shared_ptr<EventSink>& sink);
-    void remove(std::uint64_t number);
-    [[nodiscard]] std::vector<std::shared_ptr<EventSink>> openSinks();
-    [[nodiscard]] std::vector<std::shared_ptr<EventSink>> takeOut(const StreamTest& isMeant);
-    void broadcast(const std::string& text);
+    [[nodiscard]] bool isStopping();
 
     // On the thread alone.
     void run();
@@ -98,23 +55,18 @@ private:
     void follow();
     void take(const std::string& text);
     void raise(const EventFacts& facts);
-    void tellListeners();
     void keepStreamsOpen();
     void lookAtCertificates();
     void noteFailure(const std::string& text);
     void noteSuccess();
     void rest();
 
-    [[nodiscard]] bool isStopping();
-
+    EventStreams& streams;
     const EventHubOptions options;
-    std::vector<std::function<void()>> listeners; // fixed before the thread begins
 
     std::mutex mutex;
     std::condition_variable stopped;
-    bool stopping = false;                  // guarded by the mutex
-    std::map<std::uint64_t, Entry> entries; // guarded by the mutex
-    std::uint64_t lastStream = 0;           // guarded by the mutex
+    bool stopping = false; // guarded by the mutex
 
     std::thread thread;
 

@@ -32,7 +32,8 @@ struct WebService {
     RedisSessions redis;
     LoginGuard login;
     SessionTable sessions;
-    EventHub events;
+    EventStreams streams;
+    EventHub events{streams};
     ChangeQueue changes;
     TaskRunner tasks;
 };
