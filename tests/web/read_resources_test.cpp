@@ -164,6 +164,8 @@ TEST_F(ResourceRequests, NoOtherKeyIsReachable) {
     client.command("SET", COLLECTION + "/text", "secret");
     client.command("RPUSH", COLLECTION + "/list", "secret");
     client.command("HSET", COLLECTION + "/hash", "Name", "\"secret\"");
+    client.command("HSET", COLLECTION + "/task", "@odata.type", "\"#Task.v1_4_3.Task\"", "Name",
+                   "\"secret\"");
     client.command("HSET", "/redfish/v1/alone/1", "@odata.type",
                    "\"#Certificate.v1_2_2.Certificate\"");
     client.command("HSET", "outside", "@odata.type",
@@ -172,12 +174,12 @@ TEST_F(ResourceRequests, NoOtherKeyIsReachable) {
                    "\"#CertificateCollection.CertificateCollection\"");
     for (const std::string& uri :
          {std::string("/redfish/v1/text"), COLLECTION + "/text", COLLECTION + "/list",
-          COLLECTION + "/hash", std::string("/redfish/v1/alone/1"), std::string("/outside"),
-          std::string("outside"), std::string("/webDefaultValue"), std::string("webDefaultValue"),
-          std::string("/redfish/v1/../webDefaultValue"), "&&" + COLLECTION + "/Members",
-          "/&&" + COLLECTION + "/Members", "%26%26" + COLLECTION + "/Members",
-          COLLECTION + "/1/Subject", COLLECTION + "//1", COLLECTION + "/1%00", COLLECTION + "/none",
-          COLLECTION + "/1/../1"}) {
+          COLLECTION + "/hash", COLLECTION + "/task", std::string("/redfish/v1/alone/1"),
+          std::string("/outside"), std::string("outside"), std::string("/webDefaultValue"),
+          std::string("webDefaultValue"), std::string("/redfish/v1/../webDefaultValue"),
+          "&&" + COLLECTION + "/Members", "/&&" + COLLECTION + "/Members",
+          "%26%26" + COLLECTION + "/Members", COLLECTION + "/1/Subject", COLLECTION + "//1",
+          COLLECTION + "/1%00", COLLECTION + "/none", COLLECTION + "/1/../1"}) {
         const HttpAnswer answer = send("GET", uri);
         EXPECT_EQ(answer.status, 404) << uri;
         EXPECT_THAT(answer.body, Not(HasSubstr("secret"))) << uri;
