@@ -110,10 +110,11 @@ TEST_P(PlantedFault, IsFound) {
     const auto& [name, check, found] = GetParam();
     const TempDirectory openFolder;
     ASSERT_EQ(chmod(openFolder.path().c_str(), 0755), 0);
-    const Report report = runCheck(FAULTY_BACKEND,
-                                   {"--only", check, "--directory", "/var/lib/CertificateService",
-                                    "--directory", openFolder.path()},
-                                   {{"PLANTED_FAULT", name}, {"OPEN_FOLDER", openFolder.path()}});
+    const Report report =
+        runCheck(FAULTY_BACKEND,
+                 {"--only", check, "--limit", "200", "--directory", "/var/lib/CertificateService",
+                  "--directory", openFolder.path()},
+                 {{"PLANTED_FAULT", name}, {"OPEN_FOLDER", openFolder.path()}});
     EXPECT_EQ(report.status, 1) << report.text;
     EXPECT_THAT(report.text, HasSubstr(found));
 }
