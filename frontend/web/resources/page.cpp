@@ -50,11 +50,10 @@ HttpHeaders pageHeaders() {
 Answer answerPageFile(WebService& /*service*/, const Call& call) {
     for (const PageFile& file : pageFiles()) {
         if (uriOf(file) == call.uri) {
-            Answer answer;
-            answer.headers = pageHeaders();
-            answer.contentType = contentTypeOf(file);
-            answer.body = file.text;
-            return answer;
+            return {.document = nullptr,
+                    .headers = pageHeaders(),
+                    .contentType = contentTypeOf(file),
+                    .body = std::string(file.text)};
         }
     }
     throw notFound(call.uri);
