@@ -24,12 +24,7 @@ Refusal malformed(const std::string& text) {
 // does not recurse, and neither does this: whoever sent the body chose its depth.
 class ObjectBuilder : public nlohmann::json_sax<json> {
 public:
-    ObjectBuilder() = default;
-    ObjectBuilder(const ObjectBuilder&) = delete;
-    ObjectBuilder& operator=(const ObjectBuilder&) = delete;
-    ~ObjectBuilder() override = default;
-
-    json document;
+    json document = json::object();
     std::optional<Refusal> refusal; // why the reading ended
 
     bool null() override {
