@@ -1,11 +1,11 @@
 #include "frontend/web/service/event_hub.h"
 
-#include "frontend/exchange/front_end_error.h"
 #include "frontend/exchange/interrupt.h"
 #include "frontend/exchange/subscription.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 
 namespace {
 
