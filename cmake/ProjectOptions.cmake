@@ -8,9 +8,15 @@ target_compile_options(project_options INTERFACE
 target_link_options(project_options INTERFACE
     -Wl,--gc-sections -Wl,--as-needed -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 
-# What a board runs holds no path of the machine that built it.
+# What a board runs holds no path of the machine that built it: sources are named from the build folder,
+# as ccache names them too.
+file(RELATIVE_PATH source_name ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+string(REGEX REPLACE "/$" "" source_name "${source_name}")
+if(NOT source_name MATCHES "^[./]+$")
+    set(source_name .)
+endif()
 target_compile_options(project_options INTERFACE
-    $<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
+    $<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=${source_name}>)
 
 # GCC 12 sees an overlap in std::string's own concatenation when it optimises.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
