@@ -7,10 +7,11 @@
 #include "fuzz/input.h"
 #include "fuzz/property.h"
 
-#include <algorithm>
-#include <string_view>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <string_view>
 
 namespace {
 
@@ -67,8 +68,8 @@ std::string describeObjects(const std::string& bytes) {
     return description;
 }
 
-// Whether an array is announced of a million elements or more: the library sets memory aside for all
-// of them before the first one has come, more than a run of this program may have.
+// Whether an array is announced of a million elements or more: the library sets memory aside for
+// all of them before the first one has come, more than a run of this program may have.
 bool announcesAMillion(std::string_view bytes) {
     const std::size_t digitsOfAMillion = 7;
     for (std::size_t at = bytes.find_first_of("*%~>"); at != std::string_view::npos;

@@ -7,6 +7,7 @@
 #include "core/protocol/redfish_names.h"
 #include "frontend/exchange/redfish_messages.h"
 #include "frontend/exchange/redis_session.h"
+#include "frontend/exchange/stored_text.h"
 #include "frontend/exchange/stored_tree.h"
 #include "frontend/records/member_count.h"
 #include "frontend/records/seed_records.h"
@@ -17,6 +18,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <mutex>
 
 namespace {
 
@@ -53,6 +55,24 @@ std::string stateOf(const ServiceAnswer& result) {
     return isAccepted(result) ? TASK_COMPLETED : TASK_EXCEPTION;
 }
 
+// Held while a task's state is read and written, so that threads which learn of its end at the same
+// time write it once, and none takes it back.
+std::mutex gTaskStateMutex;
+
+bool hasEnded(redisContext* context, const std::string& taskUri) {
+    const std::string state = runTextCommand(context, {"HGET", taskUri, "TaskState"});
+    return isFinalTaskState(storedString(state));
+}
+
+void writeState(redisContext* context, const std::string& taskUri, const std::string& state) {
+    json change = {{"TaskState", state}, {ODATA_ETAG, entityTag()}};
+    if (isFinalTaskState(state)) {
+        const std::optional<ServiceAnswer> result = readTaskResult(context, taskUri);
+        change = endOf(state, result ? messagesOf(*result) : json::array());
+    }
+    (void)updateResource(context, taskUri, change, nullptr);
+}
+
 // Brings the task up to date when it ended while no front end was there.
 void noteEnd(redisContext* context, const std::string& taskUri, TaskSummary& task) {
     if (isFinalTaskState(task.state)) {
@@ -61,7 +81,7 @@ void noteEnd(redisContext* context, const std::string& taskUri, TaskSummary& tas
     const std::optional<ServiceAnswer> result = readTaskResult(context, taskUri);
     if (result) {
         task.state = stateOf(*result);
-        setTaskState(context, taskUri, task.state);
+        writeState(context, taskUri, task.state);
     }
 }
 
@@ -90,12 +110,10 @@ std::string createTask(redisContext* context, const std::string& name) {
 }
 
 void setTaskState(redisContext* context, const std::string& taskUri, const std::string& state) {
-    json change = {{"TaskState", state}, {ODATA_ETAG, entityTag()}};
-    if (isFinalTaskState(state)) {
-        const std::optional<ServiceAnswer> result = readTaskResult(context, taskUri);
-        change = endOf(state, result ? messagesOf(*result) : json::array());
+    const std::lock_guard lock(gTaskStateMutex);
+    if (!hasEnded(context, taskUri)) {
+        writeState(context, taskUri, state);
     }
-    (void)updateResource(context, taskUri, change, nullptr);
 }
 
 void endWithoutResult(redisContext* context, const std::string& taskUri,
@@ -103,7 +121,10 @@ void endWithoutResult(redisContext* context, const std::string& taskUri,
     const json messages = json::array({{{"MessageId", MSG_INTERNAL_ERROR},
                                         {"MessageArgs", json::array()},
                                         {"Message", sentence}}});
-    (void)updateResource(context, taskUri, endOf(TASK_EXCEPTION, messages), nullptr);
+    const std::lock_guard lock(gTaskStateMutex);
+    if (!hasEnded(context, taskUri)) {
+        (void)updateResource(context, taskUri, endOf(TASK_EXCEPTION, messages), nullptr);
+    }
 }
 
 std::vector<TaskSummary> listTasks(redisContext* context) {
@@ -123,6 +144,7 @@ std::vector<TaskSummary> listTasks(redisContext* context) {
 }
 
 std::optional<TaskSummary> findTask(redisContext* context, const std::string& taskUri) {
+    const std::lock_guard lock(gTaskStateMutex);
     json document = readDocument(context, taskUri);
     if (!document.is_object() || !document.contains("TaskState")) {
         return std::nullopt;

@@ -30,7 +30,7 @@ struct TaskSummary {
 [[nodiscard]] std::string createTask(redisContext* context, const std::string& name);
 
 // Writes the state into the resource; with a final state also its end time and its result's
-// message.
+// message. A task that has ended stays as it is. Safe on any thread, as findTask is.
 void setTaskState(redisContext* context, const std::string& taskUri, const std::string& state);
 
 // Ends the task in the state "Exception" although it has no result; the sentence says why.
