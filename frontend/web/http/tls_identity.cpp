@@ -104,7 +104,7 @@ TlsContext tlsContextFor(const ListenerCertificate& certificate) {
 }
 
 TlsContext selfSignedContext(const std::string& commonName) {
-    const KeyHandle key(EVP_EC_gen("P-256"));
+    const KeyHandle key(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256"));
     check(key != nullptr, "OpenSSL makes no key.");
     const CertificateHandle certificate = selfSigned(key.get(), commonName);
     TlsContext context = newContext();
