@@ -86,7 +86,7 @@ std::string refusalText(int status) {
 
 class Connection : public std::enable_shared_from_this<Connection> {
 public:
-    Connection(ServerState& serverState, asio::ip::tcp::socket socket, TlsContext tlsContext)
+    Connection(ServerState& serverState, asio::ip::tcp::socket socket, const TlsContext& tlsContext)
         : server(serverState), sslContext(ownReference(tlsContext)),
           stream(std::move(socket), sslContext), timer(serverState.context) {
         ++server.connections;

@@ -21,8 +21,8 @@ struct ServerAddress {
 };
 
 struct ServerLimits {
-    std::size_t bodyBytes = 1024 * 1024;
-    std::uint32_t headerBytes = 32 * 1024;
+    std::size_t bodyBytes = std::size_t{1024} * 1024;
+    std::uint32_t headerBytes = std::uint32_t{32} * 1024;
     std::size_t connections = 1000;
     std::size_t answering = 64;       // requests that are answered at a time
     std::chrono::seconds silence{30}; // of a client, before its connection is closed
