@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include <csignal>
+#include <iostream>
 #include <stdexcept>
 
 WebProcess::WebProcess(const std::vector<std::string>& moreArguments) {
@@ -58,6 +59,12 @@ WebTest::WebTest() {
     daemon->waitUntilReady(server);
     web = std::make_unique<WebProcess>();
     client = newClient();
+}
+
+void WebTest::TearDown() {
+    if (HasFailure() && web) {
+        std::cerr << "certificateweb has printed:\n" << web->errors();
+    }
 }
 
 std::unique_ptr<HttpsClient> WebTest::newClient() const {

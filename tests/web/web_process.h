@@ -54,6 +54,9 @@ class WebTest : public testing::Test {
 protected:
     WebTest();
 
+    // Shows what certificateweb has printed, when the test has failed.
+    void TearDown() override;
+
     // A client that says who it is with each request.
     [[nodiscard]] std::unique_ptr<HttpsClient> newClient() const;
 

@@ -110,8 +110,8 @@ public:
                                });
     }
 
-    // Called by the stream's sink, on any thread.
-    void queueText(std::string text);
+    // Of the stream's sink.
+    void queueText(const std::string& text);
     void queueEnd();
 
 private:
@@ -196,21 +196,24 @@ private:
 
     void waitForTurn() {
         timer.expires_after(server.calls.delay(request));
-        timer.async_wait([self = shared_from_this()](Error error) {
+        timer.async_wait([self = shared_from_this()](Error error) mutable {
             if (!error) {
-                asio::post(self->server.answering, [self] { self->answerRequest(); });
+                auto& answering = self->server.answering;
+                asio::post(answering,
+                           [self = std::move(self)]() mutable { answerRequest(std::move(self)); });
             }
         });
     }
 
-    // On a thread of the pool.
-    void answerRequest() {
-        HttpAnswer answer = server.calls.answer(request);
-        wipeText(request.body);
-        asio::post(stream.get_executor(),
-                   [self = shared_from_this(), answer = std::move(answer)]() mutable {
-                       self->send(std::move(answer));
-                   });
+    // On a thread of the pool, which gives the connection back: its end belongs to the thread that
+    // runs the context.
+    static void answerRequest(std::shared_ptr<Connection> self) {
+        HttpAnswer answer = self->server.calls.answer(self->request);
+        wipeText(self->request.body);
+        const auto executor = self->stream.get_executor();
+        asio::post(executor, [self = std::move(self), answer = std::move(answer)]() mutable {
+            self->send(std::move(answer));
+        });
     }
 
     void refuse(const Error& error) {
@@ -287,6 +290,7 @@ private:
 
     void sendStreamHead(HttpAnswer answer);
     void watchForEnd();
+    void queue(std::string chunk);
     void sendQueued();
     void endStream();
 
@@ -313,24 +317,30 @@ private:
     StreamEnd streamEnd;
 };
 
-// Holds no connection open.
+// Holds no connection open, and looks at it on the thread that runs the context alone.
 class ConnectionSink : public EventSink {
 public:
-    explicit ConnectionSink(std::weak_ptr<Connection> served) : connection(std::move(served)) {}
+    ConnectionSink(asio::io_context& serverContext, std::weak_ptr<Connection> served)
+        : context(serverContext), connection(std::move(served)) {}
 
     void send(std::string text) override {
-        if (const auto alive = connection.lock()) {
-            alive->queueText(std::move(text));
-        }
+        asio::post(context, [served = connection, text = std::move(text)] {
+            if (const auto alive = served.lock()) {
+                alive->queueText(text);
+            }
+        });
     }
 
     void end() override {
-        if (const auto alive = connection.lock()) {
-            alive->queueEnd();
-        }
+        asio::post(context, [served = connection] {
+            if (const auto alive = served.lock()) {
+                alive->queueEnd();
+            }
+        });
     }
 
 private:
+    asio::io_context& context;
     std::weak_ptr<Connection> connection;
 };
 
@@ -356,7 +366,7 @@ void Connection::sendStreamHead(HttpAnswer answer) {
             }
             self->isStreaming = true;
             beast::get_lowest_layer(self->stream).expires_never();
-            self->streamEnd = begin(std::make_shared<ConnectionSink>(self));
+            self->streamEnd = begin(std::make_shared<ConnectionSink>(self->server.context, self));
             self->watchForEnd();
         });
 }
@@ -369,33 +379,29 @@ void Connection::watchForEnd() {
                            });
 }
 
-void Connection::queueText(std::string text) {
-    asio::post(stream.get_executor(), [self = shared_from_this(), text = std::move(text)] {
-        if (!self->isStreaming || self->endsWhenSent) {
-            return;
-        }
-        self->queuedBytes += text.size();
-        if (self->queuedBytes > MOST_WAITING_BYTES) {
-            return self->endStream();
-        }
-        self->queued.push_back(chunkOf(text));
-        if (self->queued.size() == 1) {
-            self->sendQueued();
-        }
-    });
+void Connection::queueText(const std::string& text) {
+    if (!isStreaming || endsWhenSent) {
+        return;
+    }
+    queuedBytes += text.size();
+    if (queuedBytes > MOST_WAITING_BYTES) {
+        return endStream();
+    }
+    queue(chunkOf(text));
 }
 
 void Connection::queueEnd() {
-    asio::post(stream.get_executor(), [self = shared_from_this()] {
-        if (!self->isStreaming || self->endsWhenSent) {
-            return;
-        }
-        self->endsWhenSent = true;
-        self->queued.emplace_back(LAST_CHUNK);
-        if (self->queued.size() == 1) {
-            self->sendQueued();
-        }
-    });
+    if (isStreaming && !endsWhenSent) {
+        endsWhenSent = true;
+        queue(LAST_CHUNK);
+    }
+}
+
+void Connection::queue(std::string chunk) {
+    queued.push_back(std::move(chunk));
+    if (queued.size() == 1) {
+        sendQueued();
+    }
 }
 
 void Connection::sendQueued() {
