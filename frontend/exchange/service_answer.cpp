@@ -88,10 +88,12 @@ std::optional<ServiceAnswer> readAnswer(redisContext* context, const std::string
     const std::string extendedInfoKey = fieldOf(record, EXTENDED_INFO_FIELD);
     if (!extendedInfoKey.empty()) {
         readMessage(context, extendedInfoKey, answer);
+        answer.isWhole = !answer.messageId.empty();
     }
     const std::string responseKey = fieldOf(record, RESPONSE_DATA_FIELD);
     if (!responseKey.empty()) {
         readResponse(context, responseKey, answer);
+        answer.isWhole = answer.isWhole && !answer.response.empty();
     }
     return answer;
 }

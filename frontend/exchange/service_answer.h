@@ -17,6 +17,7 @@ struct ServiceAnswer {
     std::vector<std::string> messageArgs;
     std::vector<std::string> relatedProperties;
     std::string response; // JSON text of the response; empty: none
+    bool isWhole = true;  // whether the message and the response are there that the status names
 };
 
 // The answer at the status key; nothing when there is none. A message or response that the status

@@ -18,13 +18,20 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <chrono>
 #include <mutex>
+#include <thread>
 
 namespace {
 
 using nlohmann::json;
 
 constexpr const char* TASK_COUNTER_FIELD = "&&TASK_ID_COUNTER";
+// The daemon writes a result's status first, and what it names a moment later. What is not there by
+// then has expired.
+constexpr int MOST_TRIES = 20;
+constexpr std::chrono::milliseconds TRY_PAUSE{10};
+
 constexpr const char* NEW_TASK = "New"; // until the daemon announces a state
 
 std::string textOf(const json& document, const char* name) {
@@ -161,7 +168,12 @@ std::optional<TaskSummary> findTask(redisContext* context, const std::string& ta
 }
 
 std::optional<ServiceAnswer> readTaskResult(redisContext* context, const std::string& taskUri) {
-    return readAnswer(context, taskResultKey(taskUri));
+    std::optional<ServiceAnswer> result = readAnswer(context, taskResultKey(taskUri));
+    for (int tries = 0; tries < MOST_TRIES && result && !result->isWhole; ++tries) {
+        std::this_thread::sleep_for(TRY_PAUSE);
+        result = readAnswer(context, taskResultKey(taskUri));
+    }
+    return result;
 }
 
 void removeTask(redisContext* context, const std::string& taskUri) {

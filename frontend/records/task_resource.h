@@ -44,7 +44,8 @@ void endWithoutResult(redisContext* context, const std::string& taskUri,
 [[nodiscard]] std::optional<TaskSummary> findTask(redisContext* context,
                                                   const std::string& taskUri);
 
-// The result that the daemon has left; nothing while there is none.
+// The result that the daemon has left; nothing while there is none. Waits a moment, 200 ms at most,
+// for the rest of one that is being written.
 [[nodiscard]] std::optional<ServiceAnswer> readTaskResult(redisContext* context,
                                                           const std::string& taskUri);
 

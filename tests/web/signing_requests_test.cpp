@@ -172,6 +172,7 @@ TEST_F(WebSigningRequests, ThatFailAsATaskSayWhy) {
     const json task = client->get(taskOf(monitor)).json();
     EXPECT_EQ(task["TaskState"], "Exception");
     EXPECT_EQ(task["TaskStatus"], "Critical");
+    ASSERT_EQ(task["Messages"].size(), 1U);
     EXPECT_EQ(task["Messages"][0]["MessageId"], "Base.1.9.ActionParameterValueNotInList");
     EXPECT_FALSE(task.contains("PercentComplete"));
 }
