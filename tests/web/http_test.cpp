@@ -143,6 +143,16 @@ TEST_F(WebHttp, SilentAndHalfSentRequestsKeepNobodyOut) {
     }
 }
 
+TEST_F(WebHttp, AnOldClientIsToldThatItsConnectionStays) {
+    TlsConnection connection(web->port());
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_TRUE(connection.send("GET /redfish HTTP/1.0\r\nConnection: keep-alive\r\n\r\n"));
+        EXPECT_THAT(connection.readUntil("\"}"), HasSubstr("Connection: keep-alive\r\n"));
+    }
+    ASSERT_TRUE(connection.send("GET /redfish HTTP/1.0\r\n\r\n"));
+    EXPECT_THAT(connection.readToEnd(), HasSubstr("Connection: close\r\n"));
+}
+
 TEST_F(WebHttp, OldTlsIsRefusedAndNewTlsIsSpoken) {
     EXPECT_EQ(TlsConnection(web->port()).protocol(), "TLSv1.3");
 }

@@ -188,6 +188,7 @@ private:
             request.headers.emplace_back(textOf(field.name_string()), textOf(field.value()));
         }
         keepAlive = message.keep_alive();
+        isOldClient = message.version() < 11;
         beast::get_lowest_layer(stream).expires_never();
         waitForTurn();
     }
@@ -238,6 +239,9 @@ private:
         addHeaders(*response, answer);
         const bool hasBody = mayHaveBody(answer.status);
         response->keep_alive(keepAlive);
+        if (keepAlive && isOldClient) { // HTTP/1.0 has to be told (RFC 9112, C.2.2)
+            response->set(http::field::connection, "keep-alive");
+        }
         if (hasBody) {
             response->content_length(answer.body.size());
         }
@@ -308,6 +312,7 @@ private:
     HttpRequest request;
     std::array<char, 4096> forgotten{};
     bool keepAlive = false;
+    bool isOldClient = false;
     bool isDraining = false;
 
     std::deque<std::string> queued; // of the event stream; the first one is being sent
