@@ -4,23 +4,15 @@
 #include "core/protocol/channels.h"
 #include "core/secret.h"
 #include "frontend/records/certificate_records.h"
-#include "frontend/web/resources/stored_resources.h"
 #include "frontend/web/service/change_turn.h"
 #include "frontend/web/service/daemon_request.h"
 #include "frontend/web/service/request_checks.h"
+#include "frontend/web/service/stored_certificates.h"
 #include "frontend/web/service/web_service.h"
 
 #include <nlohmann/json.hpp>
 
 namespace {
-
-// The resource as a GET shows it.
-nlohmann::json shownResource(WebService& service, const Call& call, const std::string& uri) {
-    HttpRequest reading;
-    reading.method = "GET";
-    reading.path = uri;
-    return answerStored(service, {reading, uri, {}, call.user, call.sessionId}).document;
-}
 
 // A certificate that is in the records alone.
 bool isUnknownToBackend(const ServiceAnswer& answer) {
@@ -37,7 +29,7 @@ Answer createCertificate(WebService& service, const Call& call, const std::strin
     const ServiceAnswer answer =
         askDaemon(session.get(), {CREATE_CHANNEL, collectionUri, "", 0}, std::move(body));
     checkAccepted(answer);
-    return createdAnswer(answer.location, shownResource(service, call, answer.location));
+    return createdAnswer(answer.location, readCertificate(session.get(), answer.location));
 }
 
 Answer deleteCertificate(WebService& service, const Call& call) {

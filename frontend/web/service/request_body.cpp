@@ -75,7 +75,7 @@ public:
     }
 
     bool parse_error(std::size_t position, const std::string& /*token*/,
-                     const nlohmann::detail::exception& /*error*/) override {
+                     const json::exception& /*error*/) override {
         return refuse(malformed("The body is no JSON in UTF-8: it goes wrong at byte " +
                                 std::to_string(position) + "."));
     }
