@@ -1,5 +1,6 @@
 #include "store/value_text.h"
 
+#include "store/fraction_text.h"
 #include "store/store_log.h"
 
 #include <nlohmann/json.hpp>
@@ -130,6 +131,8 @@ bool setPlainJsonText(std::string& text, const nlohmann::json& value) {
         return setNumberText<std::int64_t>(text, value);
     case nlohmann::json::value_t::number_unsigned:
         return setNumberText<std::uint64_t>(text, value);
+    case nlohmann::json::value_t::number_float:
+        return setFractionText(text, value.get<double>());
     case nlohmann::json::value_t::null:
         text = "null";
         return true;
