@@ -58,7 +58,7 @@ private:
     void enter(const json& value);
     void leave();
     [[nodiscard]] std::string_view key() const;
-    const CommandStart& elementStart();
+    const CommandStart& scalarStart();
     void nameNestedKey(std::string_view segment);
 
     RedisPipeline mCommands;
@@ -68,9 +68,9 @@ private:
     std::size_t mTopStart;  // the top key as it was given: "&&" may stand before it
     std::string mText;      // in the making
 
-    // Of the commands that store the scalars of the innermost array, once it has one.
-    CommandStart mElementStart;
-    bool mHasElementStart = false;
+    // Of the commands that store the scalars of the innermost object or array, once it has one.
+    CommandStart mScalarStart;
+    bool mHasScalarStart = false;
 };
 
 Writer::Writer(redisContext* context, const std::string& key, std::int64_t& sequenceId)
@@ -134,26 +134,26 @@ void Writer::writeElement(std::size_t index, const json& value) {
 void Writer::writeScalarMember(const std::string& name, const json& value) {
     setJsonText(mText, value);
     if (const auto text = fieldText(name, value, mText)) {
-        mCommands.append({"HSET", key(), name, *text});
+        mCommands.append(scalarStart(), {name, *text});
     }
 }
 
 void Writer::writeScalarElement(const json& value) {
     setJsonText(mText, value);
     if (!mText.empty()) {
-        mCommands.append(elementStart(), {elementText(value, mText)});
+        mCommands.append(scalarStart(), {elementText(value, mText)});
     }
 }
 
 // The nested key is complete and names the value.
 void Writer::enter(const json& value) {
     mStack.push_back(makeFrame(value, mNestedKey.size()));
-    mHasElementStart = false;
+    mHasScalarStart = false;
 }
 
 void Writer::leave() {
     mStack.pop_back();
-    mHasElementStart = false;
+    mHasScalarStart = false;
 }
 
 // The key of the innermost object or array.
@@ -162,12 +162,13 @@ std::string_view Writer::key() const {
     return std::string_view(mNestedKey).substr(start, mStack.back().keyLength - start);
 }
 
-const CommandStart& Writer::elementStart() {
-    if (!mHasElementStart) {
-        mElementStart.set(3, {"RPUSH", key()});
-        mHasElementStart = true;
+const CommandStart& Writer::scalarStart() {
+    if (!mHasScalarStart) {
+        const bool isHash = mStack.back().object != nullptr;
+        mScalarStart.set(isHash ? 4 : 3, {isHash ? "HSET" : "RPUSH", key()});
+        mHasScalarStart = true;
     }
-    return mElementStart;
+    return mScalarStart;
 }
 
 void Writer::nameNestedKey(std::string_view segment) {
