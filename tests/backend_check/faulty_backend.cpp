@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -132,17 +134,19 @@ void spoilSuccess(CreateCertResult& result, const std::string& sent) {
     }
 }
 
-// Whoever comes between writing and reading changes the result of the other.
+// Whoever comes next changes the result of the one before, who waits for that, but not for ever:
+// after the last one nobody comes.
 template <typename Result>
 Result throughOnePlace(const Result& own) {
     static std::mutex mutex;
+    static std::condition_variable written;
     static Result place;
-    {
-        const std::lock_guard lock(mutex);
-        place = own;
-    }
-    static_cast<void>(usleep(20000));
-    const std::lock_guard lock(mutex);
+    static int writings = 0;
+    std::unique_lock lock(mutex);
+    place = own;
+    const int mine = ++writings;
+    written.notify_all();
+    written.wait_for(lock, std::chrono::seconds(1), [&] { return writings != mine; });
     return place;
 }
 
