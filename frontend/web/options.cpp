@@ -58,34 +58,42 @@ struct Words {
     std::size_t maxSessions = DEFAULT_MAX_SESSIONS;
 };
 
+constexpr const char* DESCRIPTION =
+    "Serves Redfish over HTTPS: the certificates that CertificateService keeps in\n"
+    "Redis, and a page for the browser.";
+
+constexpr const char* FOOTER = "\nExample:\n"
+                               "  certificateweb --listen 127.0.0.1:8443 --user admin \\\n"
+                               "      --password-file /etc/certificateweb/password";
+
 void describe(CLI::App& app, Words& words) {
-    app.set_version_flag("--version", std::string("certificateweb ") + CERTIFICATEWEB_VERSION);
-    app.add_option("--listen", words.listen, "where to listen; port 0: any free one")
-        ->type_name("ADDRESS:PORT")
-        ->capture_default_str();
-    app.add_option("--user", words.user, "the one user")->type_name("NAME")->required();
+    app.footer(FOOTER);
+    app.get_formatter()->column_width(28);
+    app.get_formatter()->label("REQUIRED", "");
+    app.set_version_flag("--version", std::string("certificateweb ") + CERTIFICATEWEB_VERSION,
+                         "print the version");
+    app.add_option("--listen", words.listen,
+                   "where to listen (127.0.0.1:8443); port 0: any free one")
+        ->type_name("ADDRESS:PORT");
+    app.add_option("--user", words.user, "the one user (required)")->type_name("NAME")->required();
     app.add_option("--password-file", words.passwordFile,
-                   "its password: the first line of this file")
+                   "its password: the first line of this file, which\n"
+                   "others must not read (required)")
         ->type_name("FILE")
         ->required();
     app.add_option("--certificates", words.certificatesUri,
-                   "the collection whose newest certificate the listener shows")
-        ->type_name("URI")
-        ->capture_default_str();
-    app.add_option("--max-sessions", words.maxSessions, "sessions at a time")
+                   "the collection whose newest certificate the\n"
+                   "listener shows (Manager 1's for HTTPS)")
+        ->type_name("URI");
+    app.add_option("--max-sessions", words.maxSessions, "sessions at a time, 1 to 10000 (64)")
         ->type_name("N")
-        ->check(CLI::Range(1, 10000))
-        ->capture_default_str();
-    app.footer("\nExample:\n"
-               "  certificateweb --listen 127.0.0.1:8443 --user admin \\\n"
-               "      --password-file /etc/certificateweb/password");
+        ->check(CLI::Range(1, 10000).description(""));
 }
 
 } // namespace
 
 WebOptions readOptions(int count, char** words) {
-    CLI::App app{"Serves Redfish over HTTPS: the certificates that CertificateService keeps in "
-                 "Redis, and a page for the browser."};
+    CLI::App app{DESCRIPTION, "certificateweb"};
     Words options;
     describe(app, options);
     try {
