@@ -33,7 +33,7 @@ std::optional<Decimal> findDecimal(double size) {
         if (size * scale >= SIXTEEN_DIGITS - 1) {
             return std::nullopt;
         }
-        const auto parts = static_cast<std::uint64_t>(size * scale + 0.5);
+        const auto parts = static_cast<std::uint64_t>(std::llround(size * scale));
         const double distance = std::fma(size, scale, -static_cast<double>(parts));
         if (std::fabs(distance) <= WELL_INSIDE * gap * scale) {
             return Decimal{parts, static_cast<std::uint64_t>(scale)};
