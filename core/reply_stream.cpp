@@ -110,6 +110,14 @@ RedisReplyStream::~RedisReplyStream() {
     reader.privdata = isBroken ? nullptr : mData;
 }
 
+// Mostly the reply has been read along with those before it: then only the reader need be asked. It
+// stays at what went wrong, and the connection is told by the library's own function.
+bool RedisReplyStream::takeNext(void** taken) {
+    const bool isRead =
+        redisReaderGetReply(mContext.reader, taken) == REDIS_OK && *taken != nullptr;
+    return isRead || redisGetReply(&mContext, taken) == REDIS_OK;
+}
+
 bool RedisReplyStream::take(ReplyElements& elements, StreamedReply& reply) {
     reply.came = false;
     reply.type = 0;
@@ -117,7 +125,7 @@ bool RedisReplyStream::take(ReplyElements& elements, StreamedReply& reply) {
     Taking taking = {elements, reply, nullptr};
     mContext.reader->privdata = &taking;
     void* taken = nullptr;
-    const bool succeeded = redisGetReply(&mContext, &taken) == REDIS_OK;
+    const bool succeeded = takeNext(&taken);
     mContext.reader->privdata = nullptr;
     if (taking.failure) {
         std::rethrow_exception(taking.failure);

@@ -46,6 +46,8 @@ public:
     [[nodiscard]] bool take(ReplyElements& elements, StreamedReply& reply);
 
 private:
+    [[nodiscard]] bool takeNext(void** taken);
+
     redisContext& mContext;
     redisReplyObjectFunctions* mFunctions; // the reader's own
     void* mData;
