@@ -19,6 +19,9 @@ class Keyboard(PageTest):
         return self.script("const focused = document.activeElement;"
                            "return focused.id || focused.innerText")
 
+    def wait_focused(self, wanted):
+        board.wait_until(lambda: self.focused() == wanted, f"{wanted} has the focus")
+
     def tab_to(self, wanted):
         """Presses Tab until the element with that id, or that text, has the focus."""
         seen = []
@@ -34,7 +37,7 @@ class Keyboard(PageTest):
         self.fail(f"Tab does not lead to {wanted}, only to {seen}")
 
     def log_in_by_keyboard(self):
-        self.assertEqual(self.focused(), "login-user")
+        self.wait_focused("login-user")
         self.press(board.USER, Keys.TAB, board.PASSWORD, Keys.ENTER)
         self.wait_text("#live", "Live")
 
@@ -48,34 +51,34 @@ class Keyboard(PageTest):
         self.driver.switch_to.active_element.send_keys(
             self.file_with(self.authority.server("typed.example")))
         self.wait_text("#install-preview", "typed.example")
-        board.wait_until(lambda: self.focused() == "install-submit", "Install has the focus")
+        self.wait_focused("install-submit")
         self.press(Keys.ENTER)
         self.wait_subjects("typed.example")
         self.wait_gone("#install")
-        self.assertEqual(self.focused(), "install-button")
+        self.wait_focused("install-button")
         self.tab_to("typed.example")
         self.press(Keys.ENTER)
         self.wait_for("#details")
         self.tab_to("details-delete")
         self.press(Keys.ENTER)
         self.wait_for("#question")
-        self.assertEqual(self.focused(), "Keep it")
+        self.wait_focused("Keep it")
         self.press(Keys.ESCAPE)
         self.wait_gone("#question")
-        self.assertEqual(self.focused(), "details-delete")
+        self.wait_focused("details-delete")
         self.press(Keys.ENTER)
         self.wait_for("#question")
         self.tab_to("question-yes")
         self.press(Keys.ENTER)
         self.wait_for("#empty")
-        board.wait_until(lambda: self.focused() == "board-title", "the focus is at the heading")
+        self.wait_focused("board-title")
 
     def test_a_signing_request_is_made(self):
         self.log_in_by_keyboard()
         self.tab_to("request-button")
         self.press(Keys.ENTER)
         self.wait_for("#signing")
-        self.assertEqual(self.focused(), "signing-name")
+        self.wait_focused("signing-name")
         self.press("typed.example", Keys.ENTER)
         self.wait_for("#signing-text")
         self.tab_to("signing-download")
@@ -83,7 +86,7 @@ class Keyboard(PageTest):
         self.assertIn("BEGIN CERTIFICATE REQUEST", self.downloaded("typed.example.csr"))
         self.press(Keys.ESCAPE)
         self.wait_gone("#signing")
-        self.assertEqual(self.focused(), "request-button")
+        self.wait_focused("request-button")
 
     def test_the_first_step_skips_to_the_certificates(self):
         self.log_in_by_keyboard()
@@ -92,7 +95,7 @@ class Keyboard(PageTest):
         self.script("document.activeElement.blur()")
         self.tab_to("To the certificates")
         self.press(Keys.ENTER)
-        self.assertEqual(self.focused(), "main")
+        self.wait_focused("main")
 
 
 if __name__ == "__main__":
