@@ -313,6 +313,17 @@ TEST(RequestChecks, NameEachFaultWithItsPlace) {
     EXPECT_THAT(messages[2].relatedProperties, ElementsAre("#/Foo"));
 }
 
+TEST(RequestChecks, PointToAMemberWhosePathNeedsEscapes) {
+    json body = with(replacement(), "~/x", 1);
+    body["CertificateUri"] = {{"@odata.id", "/redfish/v1/Certificates/1"}, {"a/b", 1}};
+    const std::vector<RedfishMessage> messages = messagesOf(body, replaceCertificateForm());
+    ASSERT_THAT(messages, SizeIs(2));
+    EXPECT_THAT(messages[0].arguments,
+                ElementsAre("CertificateService.ReplaceCertificate", "CertificateUri/a/b"));
+    EXPECT_THAT(messages[0].relatedProperties, ElementsAre("#/CertificateUri/a~1b"));
+    EXPECT_THAT(messages[1].relatedProperties, ElementsAre("#/~0~1x"));
+}
+
 TEST(RequestChecks, NameTheActionOfAParameter) {
     const std::string action = "CertificateService.GenerateCSR";
     json body = signingRequest();

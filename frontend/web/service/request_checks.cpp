@@ -51,6 +51,24 @@ std::string shownValue(const json& value, bool isSecret) {
     return value.is_string() ? shownInMessage(value.get_ref<const std::string&>()) : value.dump();
 }
 
+// A member's name as a JSON pointer has it (RFC 6901, 3).
+std::string pointerStep(const std::string& name) {
+    std::string step;
+    for (const char each : name) {
+        switch (each) {
+        case '~':
+            step += "~0";
+            break;
+        case '/':
+            step += "~1";
+            break;
+        default:
+            step += each;
+        }
+    }
+    return step;
+}
+
 // The faults of one body.
 class BodyCheck {
 public:
@@ -104,9 +122,12 @@ private:
         note("PropertyMissing", "ActionParameterMissing", named(name), name);
     }
 
-    void noteUnknown(const std::string& name) {
+    // Of the parameter that holds it, or of the body itself.
+    void noteUnknown(const std::string& name, const std::string& holder = {}) {
+        const std::string before = holder.empty() ? "" : holder + "/";
         const std::string shown = shownInMessage(name);
-        note("PropertyUnknown", "ActionParameterUnknown", named(shown), shown);
+        note("PropertyUnknown", "ActionParameterUnknown", named(before + shown),
+             before + pointerStep(shown));
     }
 
     void noteType(const json& value, const RequestParameter& parameter) {
@@ -191,7 +212,7 @@ private:
         }
         for (const auto& [name, member] : value.items()) {
             if (name != ODATA_ID) {
-                noteUnknown(parameter.name + std::string("/") + name);
+                noteUnknown(name, parameter.name);
             }
         }
         if (!value.contains(ODATA_ID)) {
