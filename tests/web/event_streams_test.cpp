@@ -1,7 +1,9 @@
 // The event streams that clients hold open.
 
 #include "frontend/web/service/answer.h"
+#include "tests/support/wait.h"
 #include "tests/web/kept_stream.h"
+#include "tests/web/resource_requests.h"
 
 #include <gtest/gtest.h>
 
@@ -52,6 +54,25 @@ TEST_F(EventStreamsTest, ASessionsStreamsEndWithIt) {
     streams.closeOf("a");
     EXPECT_TRUE(stream.kept->hasEnded());
     EXPECT_FALSE(other.kept->hasEnded());
+}
+
+TEST_F(EventStreamsTest, StreamsOfClientsThatMayNotStayEnd) {
+    const OpenStream stream(streams, {"192.0.2.1", "a"});
+    const OpenStream other(streams, {"192.0.2.1", "b"});
+    streams.closeUnless([](const StreamClient& client) { return client.sessionId == "b"; });
+    EXPECT_TRUE(stream.kept->hasEnded());
+    EXPECT_FALSE(other.kept->hasEnded());
+}
+
+TEST_F(ResourceRequests, AStreamEndsWhenItsSessionIsGone) {
+    service.events.start();
+    const auto made = service.sessions.open("operator", "192.0.2.1");
+    const OpenStream stream(service.streams, {"192.0.2.1", made->session.id});
+    const OpenStream withoutSession(service.streams);
+    EXPECT_FALSE(stream.kept->hasEnded());
+    EXPECT_TRUE(service.sessions.close(made->session.id));
+    EXPECT_TRUE(waitUntil([&] { return stream.kept->hasEnded(); }));
+    EXPECT_FALSE(withoutSession.kept->hasEnded());
 }
 
 } // namespace

@@ -63,7 +63,8 @@ void EventHub::lookAtCertificates() {
     }
 }
 
-void EventHub::keepStreamsOpen() {
+void EventHub::lookAfterStreams() {
+    streams.closeUnless(options.mayStay);
     if (Clock::now() >= nextKeepAlive) {
         nextKeepAlive = Clock::now() + options.keepAlive;
         streams.broadcast(eventStreamComment("still here"));
@@ -94,7 +95,7 @@ void EventHub::follow() {
         if (const auto message = nextMessage(session.get(), deadlineIn(LISTENING_SECONDS))) {
             take(message->text);
         }
-        keepStreamsOpen();
+        lookAfterStreams();
         if (Clock::now() >= nextLook) {
             lookAtCertificates();
         }
@@ -118,7 +119,7 @@ void EventHub::run() {
     nextKeepAlive = Clock::now() + options.keepAlive;
     while (!isStopping()) {
         tryToFollow();
-        keepStreamsOpen();
+        lookAfterStreams();
         rest();
     }
 }

@@ -27,6 +27,10 @@ struct EventHubOptions {
     std::chrono::milliseconds lookDelay{1000};  // from a change to the look at the certificates
     std::chrono::milliseconds reconnect{1000};  // between attempts to reach Redis
     std::function<std::time_t()> time = [] { return std::time(nullptr); }; // for the certificates
+
+    // Whether a stream of this client stays open; asked several times a second, on the hub's
+    // thread.
+    ClientTest mayStay = [](const StreamClient& /*client*/) { return true; };
 };
 
 // Safe on any thread.
@@ -55,7 +59,7 @@ private:
     void follow();
     void take(const std::string& text);
     void raise(const EventFacts& facts);
-    void keepStreamsOpen();
+    void lookAfterStreams();
     void lookAtCertificates();
     void noteFailure(const std::string& text);
     void noteSuccess();

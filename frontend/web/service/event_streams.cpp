@@ -106,6 +106,10 @@ void EventStreams::closeOf(const std::string& sessionId) {
         [&sessionId](const EventStream& stream) { return stream.client.sessionId == sessionId; }));
 }
 
+void EventStreams::closeUnless(const ClientTest& mayStay) {
+    endAll(takeOut([&mayStay](const EventStream& stream) { return !mayStay(stream.client); }));
+}
+
 void EventStreams::closeForGood() {
     {
         const std::lock_guard lock(mutex);

@@ -18,6 +18,8 @@ struct StreamClient {
     std::string sessionId; // empty: it used none
 };
 
+using ClientTest = std::function<bool(const StreamClient&)>;
+
 // An open event stream, as an EventDestination shows it.
 struct EventStream {
     std::string id; // part of its URI
@@ -45,6 +47,10 @@ public:
 
     // Ends the streams of the session.
     void closeOf(const std::string& sessionId);
+
+    // Ends the streams of clients of whom the test says false. It is called under a lock and must
+    // not call back.
+    void closeUnless(const ClientTest& mayStay);
 
     // Ends every stream; none begins from then on.
     void closeForGood();

@@ -33,7 +33,9 @@ struct WebService {
     LoginGuard login;
     SessionTable sessions;
     EventStreams streams;
-    EventHub events{streams};
+    EventHub events{streams, {.mayStay = [this](const StreamClient& client) {
+                        return client.sessionId.empty() || sessions.find(client.sessionId);
+                    }}};
     ChangeQueue changes;
     TaskRunner tasks;
 };
