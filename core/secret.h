@@ -2,9 +2,9 @@
 
 // Secrets in memory: they are overwritten as soon as they have served.
 //
-// These functions overwrite what is still owned. The daemon's heap overwrites what has been given
-// back (core/daemon/wiped_heap.cpp); other programs that use them have no such heap, and copies
-// that a text made while it grew are out of reach there.
+// These functions overwrite what is still owned. The heap of the daemon and of the front ends
+// overwrites what has been given back (core/wiped_heap.cpp); in other programs copies that a text
+// made while it grew are out of reach.
 
 #include <nlohmann/json_fwd.hpp>
 

@@ -1,4 +1,5 @@
-// The daemon's own operators new and delete: every block is overwritten when it is given back.
+// Operators new and delete of a program that handles secrets: every block is overwritten when it is
+// given back.
 //
 // Private keys and passwords pass through texts, documents and parsers, which copy and move them as
 // they grow; no owner could overwrite all of that. Shared libraries written in C++ use these

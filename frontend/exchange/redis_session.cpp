@@ -3,6 +3,7 @@
 #include "core/secret.h"
 #include "frontend/exchange/front_end_error.h"
 
+#include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 namespace {
 
@@ -79,16 +81,57 @@ FrontEndError cannotConnect() {
             "Look whether redis-server runs, and on which socket."};
 }
 
-// Null when the connection fails.
-RedisReply sendWords(redisContext* context, const std::vector<std::string>& words) {
+// Words as the library takes them, which must outlive this.
+struct WordList {
+    explicit WordList(const std::vector<std::string>& words) {
+        for (const std::string& word : words) {
+            texts.push_back(word.data());
+            lengths.push_back(word.size());
+        }
+    }
+    [[nodiscard]] int count() const {
+        return static_cast<int>(texts.size());
+    }
+
     std::vector<const char*> texts;
     std::vector<std::size_t> lengths;
-    for (const std::string& word : words) {
-        texts.push_back(word.data());
-        lengths.push_back(word.size());
-    }
+};
+
+// Null when the connection fails.
+RedisReply sendWords(redisContext* context, const std::vector<std::string>& words) {
+    WordList list(words);
     return RedisReply(static_cast<redisReply*>(
-        redisCommandArgv(context, static_cast<int>(words.size()), texts.data(), lengths.data())));
+        redisCommandArgv(context, list.count(), list.texts.data(), list.lengths.data())));
+}
+
+// False when not all of them could be sent.
+bool sendBytes(int socket, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t sent = send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (sent < 0 && errno != EINTR) {
+            return false;
+        }
+        bytes.remove_prefix(sent < 0 ? 0 : static_cast<std::size_t>(sent));
+    }
+    return true;
+}
+
+// Sends past the library's own buffer, which leaves what it held in memory that it gives back.
+// Nothing may be waiting there. A connection that has not taken all of it is ended, which the next
+// reply tells.
+void sendSecretWords(redisContext* context, const std::vector<std::string>& words) {
+    WordList list(words);
+    char* command = nullptr;
+    const auto size = static_cast<std::ptrdiff_t>(
+        redisFormatCommandArgv(&command, list.count(), list.texts.data(), list.lengths.data()));
+    const std::string_view bytes(command, size < 0 ? 0 : static_cast<std::size_t>(size));
+    if (bytes.empty() || !sendBytes(context->fd, bytes)) {
+        (void)shutdown(context->fd, SHUT_RDWR);
+    }
+    if (command != nullptr) {
+        explicit_bzero(command, bytes.size());
+        redisFreeCommand(command);
+    }
 }
 
 RedisReply checkedReply(const redisContext* context, RedisReply reply) {
@@ -125,6 +168,13 @@ RedisConnection openRedisSession() {
 
 RedisReply runCommand(redisContext* context, const std::vector<std::string>& words) {
     return checkedReply(context, sendWords(context, words));
+}
+
+RedisReply runSecretCommand(redisContext* context, const std::vector<std::string>& words) {
+    void* reply = nullptr;
+    sendSecretWords(context, words);
+    (void)redisGetReply(context, &reply);
+    return checkedReply(context, RedisReply(static_cast<redisReply*>(reply)));
 }
 
 long long runIntegerCommand(redisContext* context, const std::vector<std::string>& words) {

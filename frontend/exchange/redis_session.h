@@ -20,7 +20,11 @@
 // nor an error.
 RedisReply runCommand(redisContext* context, const std::vector<std::string>& words);
 
-// The same, for a reply that is an integer or a text; 0 or "" for a reply of another kind.
+// The same, for words that hold a secret: nothing of them stays in the connection's buffers or in
+// memory that was given back. What the caller holds is the caller's to wipe.
+RedisReply runSecretCommand(redisContext* context, const std::vector<std::string>& words);
+
+// As runCommand, for a reply that is an integer or a text; 0 or "" for a reply of another kind.
 long long runIntegerCommand(redisContext* context, const std::vector<std::string>& words);
 [[nodiscard]] std::string runTextCommand(redisContext* context,
                                          const std::vector<std::string>& words);

@@ -19,7 +19,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <map>
 
 namespace {
 
@@ -46,10 +45,15 @@ std::string randomId() {
 // Texts are written beside the store, in the form that keeps their line ends.
 void storeBody(redisContext* context, const std::string& key, nlohmann::json& body) {
     nlohmann::json others = nlohmann::json::object();
-    std::map<std::string, std::string> texts;
+    std::vector<std::string> texts = {"HMSET", key};
+    const AtScopeEnd wiper([&] {
+        wipeDocument(others);
+        std::for_each(texts.begin(), texts.end(), wipeText);
+    });
     for (const auto& [name, value] : body.items()) {
         if (value.is_string()) {
-            texts[name] = storedText(value.get_ref<const std::string&>());
+            texts.push_back(name);
+            texts.push_back(storedText(value.get_ref<const std::string&>()));
         } else {
             others[name] = value;
         }
@@ -57,12 +61,8 @@ void storeBody(redisContext* context, const std::string& key, nlohmann::json& bo
     if (!others.empty()) {
         (void)writeResource(context, key, others);
     }
-    if (!texts.empty()) {
-        (void)redisHMSet(context, key, texts);
-    }
-    wipeDocument(others);
-    for (auto& [name, text] : texts) {
-        wipeText(text);
+    if (texts.size() > 2) {
+        (void)runSecretCommand(context, texts);
     }
 }
 
@@ -117,7 +117,6 @@ ServiceRequest::~ServiceRequest() {
 void ServiceRequest::storeRecords(nlohmann::json body) const {
     storeBody(session, keys.body, body);
     wipeDocument(body);
-    wipeConnectionBuffers(session);
     (void)runCommand(session, {"HSET", keys.request, RETURN_CHANNEL_FIELD, keys.returnChannel,
                                REQUEST_DATA_FIELD, keys.body, TARGET_URI_FIELD, head.targetUri,
                                TASK_FIELD, head.taskUri});

@@ -5,7 +5,6 @@
 #include "frontend/exchange/redis_session.h"
 #include "frontend/exchange/stored_text.h"
 #include "store/markers.h"
-#include "store/resource_store.h"
 
 #include <nlohmann/json.hpp>
 
@@ -209,7 +208,9 @@ nlohmann::json clientView(const nlohmann::json& document) {
 }
 
 void removeStoredTree(redisContext* context, const std::string& key) {
-    if (runIntegerCommand(context, {"EXISTS", key}) > 0) {
-        (void)removeResource(context, key, true, true);
+    std::vector<std::string> words = readStoredKeys(context, key);
+    if (!words.empty()) {
+        words.insert(words.begin(), "DEL");
+        (void)runCommand(context, words);
     }
 }

@@ -44,5 +44,6 @@ struct StoredRecord {
 // members whose names begin with "&&" and texts that begin so, at any depth.
 [[nodiscard]] nlohmann::json clientView(const nlohmann::json& document);
 
-// Removes the tree at the key, if there is one.
+// Removes the tree at the key, if there is one, without reading the values of its hashes: a
+// request's body may hold a private key.
 void removeStoredTree(redisContext* context, const std::string& key);

@@ -3,6 +3,7 @@
 #include "tests/support/certificates.h"
 
 #include "platform/x509/openssl_handles.h"
+#include "tests/support/temp_files.h"
 
 #include <openssl/ec.h>
 #include <openssl/pem.h>
@@ -155,6 +156,14 @@ std::string certify(EVP_PKEY* subjectKey, const X509_NAME* subject, X509* issuer
 
 std::string makePrivateKey(KeyKind kind) {
     return keyText(newKey(kind).get());
+}
+
+std::vector<std::string> secretLines(const std::string& privateKey) {
+    std::vector<std::string> lines = splitLines(privateKey);
+    lines.pop_back();
+    lines.erase(lines.begin());
+    std::erase_if(lines, [](const auto& line) { return line.size() < 32; });
+    return lines;
 }
 
 TestCertificate makeSelfSigned(const CertificateOptions& options) {

@@ -28,6 +28,10 @@ struct TestCertificate {
 
 [[nodiscard]] std::string makePrivateKey(KeyKind kind);
 
+// The lines between the first and the last one, to be looked for where none may be. Without a short
+// last line, which could stand anywhere.
+[[nodiscard]] std::vector<std::string> secretLines(const std::string& privateKey);
+
 // A self-signed certificate with a new key.
 [[nodiscard]] TestCertificate makeSelfSigned(const CertificateOptions& options = {});
 

@@ -16,15 +16,6 @@ namespace {
 const std::string MAY_ANSWER = "/tmp/backend-may-answer";
 const std::string REFERENCE_BACKEND;
 
-// The lines between the first and the last one. A short last line could stand anywhere.
-std::vector<std::string> secretLines(const std::string& privateKey) {
-    std::vector<std::string> lines = splitLines(privateKey);
-    lines.pop_back();
-    lines.erase(lines.begin());
-    std::erase_if(lines, [](const auto& line) { return line.size() < 32; });
-    return lines;
-}
-
 TestCertificate makeWithKey(KeyKind kind) {
     CertificateOptions options;
     options.key = kind;

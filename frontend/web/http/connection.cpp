@@ -12,6 +12,7 @@
 #include <array>
 #include <deque>
 #include <optional>
+#include <sstream>
 
 namespace {
 
@@ -189,8 +190,16 @@ private:
         }
         keepAlive = message.keep_alive();
         isOldClient = message.version() < 11;
+        forgetInput();
         beast::get_lowest_layer(stream).expires_never();
         waitForTurn();
+    }
+
+    // What has been read may hold secrets, and a connection that is kept can be idle for long: the
+    // heap overwrites what is given back. What came of a next request stays.
+    void forgetInput() {
+        parser.reset();
+        input.shrink_to_fit();
     }
 
     // --- answering -------------------------------------------------------------------------------
@@ -211,6 +220,7 @@ private:
     static void answerRequest(std::shared_ptr<Connection> self) {
         HttpAnswer answer = self->server.calls.answer(self->request);
         wipeText(self->request.body);
+        self->request.headers = {};
         const auto executor = self->stream.get_executor();
         asio::post(executor, [self = std::move(self), answer = std::move(answer)]() mutable {
             self->send(std::move(answer));
@@ -235,24 +245,35 @@ private:
         if (answer.stream && request.method != "HEAD") {
             return sendStreamHead(std::move(answer));
         }
-        response.emplace(static_cast<http::status>(answer.status), 11);
-        addHeaders(*response, answer);
+        http::response<http::string_body> response(static_cast<http::status>(answer.status), 11);
+        addHeaders(response, answer);
         const bool hasBody = mayHaveBody(answer.status);
-        response->keep_alive(keepAlive);
+        response.keep_alive(keepAlive);
         if (keepAlive && isOldClient) { // HTTP/1.0 has to be told (RFC 9112, C.2.2)
-            response->set(http::field::connection, "keep-alive");
+            response.set(http::field::connection, "keep-alive");
         }
         if (hasBody) {
-            response->content_length(answer.body.size());
+            response.content_length(answer.body.size());
         }
         if (hasBody && request.method != "HEAD") {
-            response->body() = std::move(answer.body);
+            response.body() = std::move(answer.body);
         }
-        http::async_write(stream, *response, [self = shared_from_this()](Error error, std::size_t) {
-            if (!error) {
-                self->afterAnswer();
-            }
-        });
+        sendWhole(response);
+    }
+
+    // As one text, which may hold the token of a session: the layer below would gather head and
+    // body in a buffer that it keeps.
+    void sendWhole(const http::response<http::string_body>& response) {
+        std::ostringstream text;
+        text << response;
+        outgoing = std::move(text).str();
+        asio::async_write(stream, asio::buffer(outgoing),
+                          [self = shared_from_this()](Error error, std::size_t) {
+                              wipeText(self->outgoing);
+                              if (!error) {
+                                  self->afterAnswer();
+                              }
+                          });
     }
 
     template <typename Message>
@@ -305,7 +326,7 @@ private:
     asio::steady_timer timer;
     std::optional<Parser> parser;
     std::optional<http::response<http::empty_body>> interim;
-    std::optional<http::response<http::string_body>> response;
+    std::string outgoing; // the answer that is being sent
     std::optional<http::response_serializer<http::empty_body>> streamHead;
     std::optional<http::response<http::empty_body>> streamMessage;
     std::string peer;

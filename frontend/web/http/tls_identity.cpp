@@ -31,7 +31,8 @@ TlsContext newContext() {
               SSL_CTX_set_cipher_list(context.get(), TLS12_CIPHERS) == 1,
           "OpenSSL has no TLS 1.2 as it is needed.");
     SSL_CTX_set_options(context.get(), SSL_OP_NO_RENEGOTIATION | SSL_OP_NO_COMPRESSION |
-                                           SSL_OP_CIPHER_SERVER_PREFERENCE);
+                                           SSL_OP_CIPHER_SERVER_PREFERENCE |
+                                           SSL_OP_CLEANSE_PLAINTEXT);
     SSL_CTX_set_mode(context.get(), SSL_MODE_RELEASE_BUFFERS);
     return context;
 }

@@ -9,7 +9,7 @@ namespace {
 
 // The lines that hold the secret half: the first eight of an RSA key hold what the certificate
 // shows.
-std::vector<std::string> secretLines(const std::string& pem) {
+std::vector<std::string> secretHalf(const std::string& pem) {
     std::vector<std::string> lines = splitLines(pem);
     std::erase_if(lines, [](const std::string& line) { return line.size() != 64; });
     lines.erase(lines.begin(), lines.begin() + 8);
@@ -27,7 +27,7 @@ using BackendMemory = CertificateBackend;
 
 TEST_F(BackendMemory, IsWatched) {
     auto key = std::make_unique<std::string>(makePrivateKey(KeyKind::RSA_2048));
-    const std::vector<std::string> secrets = secretLines(*key);
+    const std::vector<std::string> secrets = secretHalf(*key);
     const MemoryWatch watch(secrets);
     key.reset();
     EXPECT_EQ(watch.tracesSeen(), 1);
@@ -39,7 +39,7 @@ TEST_F(BackendMemory, HoldsNoKeyAfterACreationAndItsReplacements) {
     const ReplaceCertRequest renewal = {IDENTITY, certifyKey(made.privateKey, makeAuthority()),
                                         "PEM", ""};
     const ReplaceCertRequest again = {IDENTITY, textOf(made), "PEM", ""};
-    const std::vector<std::string> secrets = secretLines(made.privateKey);
+    const std::vector<std::string> secrets = secretHalf(made.privateKey);
     const MemoryWatch watch(secrets);
     EXPECT_EQ(createCertificate(surroundings, creation).code, 200);
     EXPECT_EQ(replaceCertificate(surroundings, renewal).code, 200);
@@ -54,7 +54,7 @@ TEST_F(BackendMemory, HoldsNoKeyOfASigningRequestOnceItIsInstalled) {
         {IDENTITIES, 2048, {}, {{"CommonName", "bmc"}, {"KeyPairAlgorithm", "TPM_ALG_RSA"}}});
     const std::string certificate = signRequest(made.csr, makeAuthority());
     const std::vector<std::string> secrets =
-        secretLines(readFile(surroundings.directory + "/requests/" + filesIn("requests").at(0)));
+        secretHalf(readFile(surroundings.directory + "/requests/" + filesIn("requests").at(0)));
     const MemoryWatch watch(secrets);
     EXPECT_EQ(create(certificate).code, 200);
     EXPECT_EQ(watch.tracesSeen(), 0);
@@ -63,7 +63,7 @@ TEST_F(BackendMemory, HoldsNoKeyOfASigningRequestOnceItIsInstalled) {
 TEST_F(BackendMemory, HoldsNoKeyOfATextThatIsRefused) {
     const TestCertificate made = makeRsaPair();
     const CreateCertRequest creation = {IDENTITIES, textOf(made) + "-----END", "PEM", "1", ""};
-    const std::vector<std::string> secrets = secretLines(made.privateKey);
+    const std::vector<std::string> secrets = secretHalf(made.privateKey);
     const MemoryWatch watch(secrets);
     EXPECT_EQ(createCertificate(surroundings, creation).code, 400);
     EXPECT_EQ(watch.tracesSeen(), 0);
