@@ -34,7 +34,7 @@ protected:
 
 TEST_F(WebSecrets, APrivateKeyLeavesNoLineOfItself) {
     const TestCertificate first = makeSelfSigned();
-    const TestCertificate second = makeSelfSigned({.key = KeyKind::RSA_3072});
+    const TestCertificate second = makeSelfSigned({.key = KeyKind::RSA_2048});
     json replacement = creationOf(second.certificate + second.privateKey);
     replacement["CertificateUri"] = {{"@odata.id", install(first.certificate + first.privateKey)}};
     EXPECT_EQ(client->post(REPLACE_CERTIFICATE, replacement).status, 200);
