@@ -65,6 +65,16 @@ Fault decodeKey(const PemBlock& block, NewCertificate& certificate) {
     return std::nullopt;
 }
 
+// Of a key that fits no certificate. Since version 3.5 OpenSSL compares none whose numbers it finds
+// too long.
+Fault strangeKeyFault(EVP_PKEY* key) {
+    if (Fault fault = privateRangeFault(key)) {
+        return fault;
+    }
+    return "The private key of the text belongs to none of its certificates. Send the key of the "
+           "certificate, or none when a signing request was made for it here.";
+}
+
 } // namespace
 
 CreateCertResult refused(std::int32_t code, MessageInfo message) {
@@ -95,8 +105,7 @@ Fault takeContent(const LockedDirectory& directory, CertificateBlocks blocks,
                     : 0;
     }
     if (!first) {
-        return "The private key of the text belongs to none of its certificates. Send the key of "
-               "the certificate, or none when a signing request was made for it here.";
+        return strangeKeyFault(certificate.privateKey.get());
     }
     certificate.chain = chainOf(std::move(blocks.certificates), *first, clock);
     return std::nullopt;

@@ -87,22 +87,38 @@ bool isInverse(const NumberHandle& coefficient, const NumberHandle& q, const Num
            BN_is_one(product.get());
 }
 
+struct RsaNumbers {
+    explicit RsaNumbers(EVP_PKEY* key)
+        : n(numberOf(key, OSSL_PKEY_PARAM_RSA_N)), d(numberOf(key, OSSL_PKEY_PARAM_RSA_D)),
+          p(numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR1)),
+          q(numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR2)),
+          dp(numberOf(key, OSSL_PKEY_PARAM_RSA_EXPONENT1)),
+          dq(numberOf(key, OSSL_PKEY_PARAM_RSA_EXPONENT2)),
+          coefficient(numberOf(key, OSSL_PKEY_PARAM_RSA_COEFFICIENT1)) {}
+
+    [[nodiscard]] bool areInRange() const {
+        const std::array secrets = {&d, &p, &q, &dp, &dq, &coefficient};
+        return std::all_of(secrets.begin(), secrets.end(), [this](const NumberHandle* number) {
+            return isBetweenZeroAnd(*number, n);
+        });
+    }
+
+    NumberHandle n;
+    NumberHandle d;
+    NumberHandle p;
+    NumberHandle q;
+    NumberHandle dp;
+    NumberHandle dq;
+    NumberHandle coefficient;
+};
+
 // With a wrong one of its short numbers a key still works, at many times the cost.
 bool areRsaNumbersSound(EVP_PKEY* key) {
-    const NumberHandle n = numberOf(key, OSSL_PKEY_PARAM_RSA_N);
-    const NumberHandle d = numberOf(key, OSSL_PKEY_PARAM_RSA_D);
-    const NumberHandle p = numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR1);
-    const NumberHandle q = numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR2);
-    const NumberHandle dp = numberOf(key, OSSL_PKEY_PARAM_RSA_EXPONENT1);
-    const NumberHandle dq = numberOf(key, OSSL_PKEY_PARAM_RSA_EXPONENT2);
-    const NumberHandle coefficient = numberOf(key, OSSL_PKEY_PARAM_RSA_COEFFICIENT1);
-    for (const NumberHandle* number : {&d, &p, &q, &dp, &dq, &coefficient}) {
-        if (!isBetweenZeroAnd(*number, n)) {
-            return false;
-        }
-    }
-    return !numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR3) && isProduct(p, q, n) &&
-           isExponentFor(p, d, dp) && isExponentFor(q, d, dq) && isInverse(coefficient, q, p);
+    const RsaNumbers numbers(key);
+    const auto& [n, d, p, q, dp, dq, coefficient] = numbers;
+    return numbers.areInRange() && !numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR3) &&
+           isProduct(p, q, n) && isExponentFor(p, d, dp) && isExponentFor(q, d, dq) &&
+           isInverse(coefficient, q, p);
 }
 
 bool areNumbersSound(EVP_PKEY* key) {
@@ -117,6 +133,9 @@ bool areNumbersSound(EVP_PKEY* key) {
         return true; // any 32 bytes are an Ed25519 key
     }
 }
+
+constexpr const char* DAMAGED = "The private key of the text is damaged: its numbers do not belong "
+                                "together. Send the key as it was made.";
 
 } // namespace
 
@@ -148,9 +167,11 @@ bool namesCurve(const PemBlock& block) {
 }
 
 Fault privateNumbersFault(EVP_PKEY* key) {
-    if (areNumbersSound(key)) {
-        return std::nullopt;
-    }
-    return "The private key of the text is damaged: its numbers do not belong together. Send the "
-           "key as it was made.";
+    return areNumbersSound(key) ? std::nullopt : Fault(DAMAGED);
+}
+
+Fault privateRangeFault(EVP_PKEY* key) {
+    const int type = EVP_PKEY_get_base_id(key);
+    const bool isRsa = type == EVP_PKEY_RSA || type == EVP_PKEY_RSA_PSS;
+    return !isRsa || RsaNumbers(key).areInRange() ? std::nullopt : Fault(DAMAGED);
 }

@@ -20,3 +20,7 @@
 // coefficient that follow from these (RFC 8017, 3.2); EC with 0 < d < the order of the group. The
 // key's public half must have been found good before.
 [[nodiscard]] Fault privateNumbersFault(EVP_PKEY* key);
+
+// The part of it that costs nothing however long the numbers are, also while the public half is
+// unknown: why the numbers of an RSA key are not between 0 and n.
+[[nodiscard]] Fault privateRangeFault(EVP_PKEY* key);

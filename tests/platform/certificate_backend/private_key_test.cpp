@@ -152,6 +152,7 @@ TEST(PrivateNumbers, OfRsaBelongTogetherAndAreNoLongerThanTheModulus) {
         const char* name;
         const char* number;
         std::function<NumberHandle(const NumberHandle&)> change;
+        bool isInRange = false;
     };
     const auto zero = [](const NumberHandle& /*number*/) { return numberFrom("0"); };
     const auto long340000 = [](const NumberHandle& number) { return widened(number, 340000); };
@@ -163,12 +164,12 @@ TEST(PrivateNumbers, OfRsaBelongTogetherAndAreNoLongerThanTheModulus) {
               [&](const NumberHandle& /*number*/) {
                   return std::move(numbersOf(good.get())[OSSL_PKEY_PARAM_RSA_N]);
               }},
-             {"p + 2", OSSL_PKEY_PARAM_RSA_FACTOR1, plusTwo},
-             {"q + 2", OSSL_PKEY_PARAM_RSA_FACTOR2, plusTwo},
-             {"d mod p-1, plus 2", OSSL_PKEY_PARAM_RSA_EXPONENT1, plusTwo},
-             {"d mod q-1, plus 2", OSSL_PKEY_PARAM_RSA_EXPONENT2, plusTwo},
-             {"1/q mod p, plus 2", OSSL_PKEY_PARAM_RSA_COEFFICIENT1, plusTwo},
-             {"d + 2", OSSL_PKEY_PARAM_RSA_D, plusTwo},
+             {"p + 2", OSSL_PKEY_PARAM_RSA_FACTOR1, plusTwo, true},
+             {"q + 2", OSSL_PKEY_PARAM_RSA_FACTOR2, plusTwo, true},
+             {"d mod p-1, plus 2", OSSL_PKEY_PARAM_RSA_EXPONENT1, plusTwo, true},
+             {"d mod q-1, plus 2", OSSL_PKEY_PARAM_RSA_EXPONENT2, plusTwo, true},
+             {"1/q mod p, plus 2", OSSL_PKEY_PARAM_RSA_COEFFICIENT1, plusTwo, true},
+             {"d + 2", OSSL_PKEY_PARAM_RSA_D, plusTwo, true},
              {"p of 340,000 bits", OSSL_PKEY_PARAM_RSA_FACTOR1, long340000},
              {"q of 340,000 bits", OSSL_PKEY_PARAM_RSA_FACTOR2, long340000},
              {"d mod p-1 of 340,000 bits", OSSL_PKEY_PARAM_RSA_EXPONENT1, long340000},
@@ -181,6 +182,8 @@ TEST(PrivateNumbers, OfRsaBelongTogetherAndAreNoLongerThanTheModulus) {
         const KeyHandle key = readPrivateKey(textOf(numbers));
         ASSERT_NE(key, nullptr) << row.name;
         EXPECT_EQ(privateNumbersFault(key.get()), DAMAGED) << row.name;
+        EXPECT_EQ(privateRangeFault(key.get()), row.isInRange ? std::nullopt : Fault(DAMAGED))
+            << row.name;
     }
 }
 
@@ -199,4 +202,5 @@ TEST_F(PrivateNumbersOfAText, AreLookedAtInACreation) {
     Numbers numbers = numbersOf(parsePrivateKey(made.privateKey).get());
     numbers[OSSL_PKEY_PARAM_RSA_D] = widened(numbers[OSSL_PKEY_PARAM_RSA_D], 100000);
     EXPECT_EQ(refusalOf(textOf(numbers) + made.certificate), DAMAGED);
+    EXPECT_EQ(refusalOf(textOf(numbers) + makeSelfSigned().certificate), DAMAGED);
 }
