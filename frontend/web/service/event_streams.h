@@ -48,7 +48,7 @@ public:
     // Ends the streams of the session.
     void closeOf(const std::string& sessionId);
 
-    // Ends the streams of clients of whom the test says false. It is called under a lock and must
+    // Ends the streams of those clients that may not stay. The test is called under a lock and must
     // not call back.
     void closeUnless(const ClientTest& mayStay);
 

@@ -25,7 +25,7 @@ struct NewSession {
     std::string token; // for X-Auth-Token; known to the client alone
 };
 
-// A session ends after this time without a request, and an open event stream is none.
+// A session ends after this time without a request; an open event stream does not keep it.
 inline constexpr std::chrono::minutes SESSION_TIMEOUT{30};
 
 // Safe on any thread. A session that has been silent for too long is gone for every function.
